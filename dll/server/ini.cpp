@@ -1,0 +1,122 @@
+// The calls on INI files. All return 0; what came of them travels in the reference arguments. Texts arrive in private
+// buffers first: the host may change a String's characters at any time.
+#include "dll/shared/ini.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+#include "dll/server/functions.h"
+#include "dll/shared/debug.h"
+
+namespace vorlix {
+namespace {
+
+constexpr char INI = TRACE_INI;
+
+using IniText = std::array<char, INI_TEXT_SIZE>;
+
+/// The buffer size that a String stands for.
+int SizeFor(const DllString& s) { return std::min(s.max, INI_TEXT_SIZE); }
+
+}  // namespace
+
+int32_t ini_GetInt(zString section, zString entry, IntByValue def, zString fname, IntByReference val_p) {
+  DebugPrint(INI, 3, "ini_GetInt(section=\"%s\",entry=\"%s\",def=%d,fname=\"%s\")", section, entry, def, fname);
+  const int32_t value = IniGetInt(section, entry, def, fname);
+  val_p = value;
+  DebugPrint(INI, 3, "ini_GetInt: %d", value);
+  return RESULT_OK;
+}
+
+int32_t ini_GetString(zString section, zString entry, zString def, zString fname, String val) {
+  DebugPrint(INI, 3, "ini_GetString(section=\"%s\",entry=\"%s\",def=\"%s\",fname=\"%s\")", section, entry, def, fname);
+  IniText text{};
+  // Unlike the walking calls, this one fills the String to the last character.
+  const int size = std::min(val.max, INI_TEXT_SIZE - 1) + 1;
+  const int length = std::max(0, IniGetString(section, entry, def, text.data(), size, fname));
+  DllStrFromC({text.data(), static_cast<size_t>(length)}, val);
+  DebugPrint(INI, 3, "ini_GetString: \"%*.*s\"", length, length, text.data());
+  return RESULT_OK;
+}
+
+int32_t ini_SetString(zString section, zString entry, zString val, zString fname) {
+  DebugPrint(INI, 3, "ini_SetString(section=\"%s\",entry=\"%s\",val=\"%s\",fname=\"%s\")", section, entry, val, fname);
+  IniSetString(section, entry, val, fname);
+  return RESULT_OK;
+}
+
+int32_t ini_Open(zString fname, zString section, IntByReference hdl) {
+  DebugPrint(INI, 3, "ini_Open(fname=\"%s\",section=\"%s\")", fname, section);
+  int result = IniOpen(fname, section);
+  if (result < 0 && errno != 0) result = -errno;
+  hdl = result;
+  DebugPrint(INI, 3, "ini_Open: hdl = %d", result);
+  return RESULT_OK;
+}
+
+int32_t ini_Close(IntByValue hdl, IntByReference rc) {
+  DebugPrint(INI, 3, "ini_Close(hdl=%d)", hdl);
+  rc = IniClose(hdl);
+  return RESULT_OK;
+}
+
+int32_t ini_CloseAll() {
+  DebugPrint(INI, 3, "ini_CloseAll()");
+  IniCloseAll();
+  return RESULT_OK;
+}
+
+int32_t ini_FindSection(IntByValue hdl, zString section, IntByReference eof) {
+  DebugPrint(INI, 3, "ini_FindSection(hdl=%d,section=\"%s\")", hdl, section);
+  const int state = IniFindSection(hdl, section);
+  eof = state;
+  DebugPrint(INI, 3, "ini_FindSection: eof = %d", state);
+  return RESULT_OK;
+}
+
+int32_t ini_NextLine(IntByValue hdl, String buf, IntByReference eof) {
+  DebugPrint(INI, 3, "ini_NextLine(hdl=%d)", hdl);
+  buf.len = 0;
+  IniText text;
+  const int state = IniNextLine(hdl, text.data(), SizeFor(buf));
+  eof = state;
+  if (state == 0) {
+    DllStrFromC(text.data(), buf);
+    DebugPrint(INI, 3, "ini_NextLine: buf = \"%s\"", text.data());
+  }
+  DebugPrint(INI, 3, "ini_NextLine: eof = %d", state);
+  return RESULT_OK;
+}
+
+int32_t ini_NextSection(IntByValue hdl, String buf, IntByReference eof) {
+  DebugPrint(INI, 3, "ini_NextSection(hdl=%d)", hdl);
+  buf.len = 0;
+  IniText text;
+  const int state = IniNextSection(hdl, text.data(), SizeFor(buf));
+  eof = state;
+  if (state == 0) {
+    DllStrFromC(text.data(), buf);
+    DebugPrint(INI, 3, "ini_NextSection: buf = \"%s\"", text.data());
+  }
+  DebugPrint(INI, 3, "ini_NextSection: eof = %d", state);
+  return RESULT_OK;
+}
+
+int32_t ini_NextEntry(IntByValue hdl, String item, String value, IntByReference eof) {
+  DebugPrint(INI, 3, "ini_NextEntry(hdl=%d)", hdl);
+  item.len = value.len = 0;
+  IniText name;
+  IniText text;
+  const int state = IniNextEntry(hdl, name.data(), SizeFor(item), text.data(), SizeFor(value));
+  eof = state;
+  if (state == 0) {
+    DllStrFromC(name.data(), item);
+    DllStrFromC(text.data(), value);
+    DebugPrint(INI, 3, "ini_NextEntry: item = \"%s\", value = \"%s\"", name.data(), text.data());
+  }
+  DebugPrint(INI, 3, "ini_NextEntry: eof = %d", state);
+  return RESULT_OK;
+}
+
+}  // namespace vorlix

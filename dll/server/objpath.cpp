@@ -1,0 +1,128 @@
+// Object paths, whose components are separated by ".", and field descriptions of the "feld:" notation.
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "dll/server/functions.h"
+#include "dll/shared/text.h"
+
+namespace vorlix {
+namespace {
+
+void LowerInPlace(DllString& s) { std::transform(s.buf, s.buf + s.len, s.buf, LowerCase); }
+
+// Gives a component back in lower case.
+int32_t ReturnLower(std::string_view component, DllString& to) {
+  const int32_t code = DllStrFromC(component, to);
+  if (code == RESULT_OK) LowerInPlace(to);
+  return code;
+}
+
+// The parts between "feld:" and the first ";" behind it. Each ends where a number that is read from it ends at the
+// latest.
+class UdataParts {
+ public:
+  enum class Outcome { NoField, NoEnd, Split };
+
+  Outcome Split(std::string text) {
+    constexpr std::string_view MARKER = "feld:";
+    text.resize(std::min(text.find('\0'), text.size()));
+    const size_t marker = text.find(MARKER);
+    if (marker == std::string::npos) return Outcome::NoField;
+    const size_t start = marker + MARKER.size();
+    const size_t end = text.find(';', start);
+    if (end == std::string::npos) return Outcome::NoEnd;
+    size_t part = start;
+    for (size_t comma = 0; part <= end; part = comma + 1) {
+      comma = std::min(text.find(',', part), end);
+      parts_.push_back(text.substr(part, comma - part));
+    }
+    return Outcome::Split;
+  }
+
+  /// Part `index`, empty when the text has fewer.
+  const std::string& At(size_t index) const {
+    static const std::string MISSING;
+    return index < parts_.size() ? parts_[index] : MISSING;
+  }
+  int32_t IntAt(size_t index) const {
+    const long number = std::strtol(At(index).c_str(), nullptr, 10);
+    return static_cast<int32_t>(
+        std::clamp<long>(number, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
+  }
+  double RealAt(size_t index, size_t from) const {
+    const std::string& part = At(index);
+    return part.size() > from ? std::strtod(part.c_str() + from, nullptr) : 0.0;
+  }
+  int32_t IsMandatory(size_t index) const { return At(index).starts_with('m') ? 1 : 0; }
+
+ private:
+  std::vector<std::string> parts_;
+};
+
+}  // namespace
+
+int32_t u_basename(In<String> ObjPath, Out<String> BaseObj) {
+  const std::string_view path = ObjPath.View();
+  return ReturnLower(path.substr(path.rfind('.') + 1), BaseObj);
+}
+
+int32_t u_pathname(In<String> ObjPath, Out<String> Path) {
+  const std::string_view path = ObjPath.View();
+  const size_t point = path.find('.');
+  return ReturnLower(path.substr(0, point == std::string_view::npos ? 0 : point), Path);
+}
+
+int32_t u_rempath(In<String> ObjPath, Out<String> Path) {
+  const std::string_view path = ObjPath.View();
+  const size_t point = path.find('.');
+  return ReturnLower(path.substr(point == std::string_view::npos ? path.size() : point + 1), Path);
+}
+
+int32_t u_udata(InOut<String> Udata, Out<String> Feldtyp, Out<IntByReference> Fld_length, Out<IntByReference> Fld_nk,
+                Out<IntByReference> Numtyp, Out<IntByReference> Mussfeld, Out<RealByReference> Numvon,
+                Out<RealByReference> Numbis, Out<IntByReference> rc) {
+  Feldtyp.len = 0;
+  for (const IntByReference result : {Fld_length, Fld_nk, Numtyp, Mussfeld}) result = 0;
+  Numvon = 0.0;
+  Numbis = 0.0;
+  LowerInPlace(Udata);
+
+  UdataParts parts;
+  const UdataParts::Outcome outcome = parts.Split(std::string(Udata.View()));
+  if (outcome != UdataParts::Outcome::Split) {
+    rc = outcome == UdataParts::Outcome::NoField ? 0 : -1;
+    return RESULT_OK;
+  }
+  std::string type = parts.At(0);
+  std::transform(type.begin(), type.end(), type.begin(), UpperCase);
+  DllStrFromC(type, Feldtyp);  // a type that does not fit stays empty
+  switch (type.empty() ? '\0' : type.front()) {
+    case 'A':
+    case 'J':
+    case 'U':
+    case 'D':
+    case 'K':
+    case 'M':
+      Fld_length = parts.IntAt(1);
+      Mussfeld = parts.IsMandatory(2);
+      if (type.front() == 'D') Numtyp = 4;
+      if (type.front() == 'K' || type.front() == 'M') Numtyp = 7;
+      break;
+    case 'N':
+      Fld_length = parts.IntAt(1);
+      Fld_nk = parts.IntAt(2);
+      Numtyp = parts.IntAt(3);
+      Numvon = parts.RealAt(4, 1);  // its first character is a relation sign
+      Numbis = parts.RealAt(5, 0);
+      Mussfeld = parts.IsMandatory(6);
+      break;
+    default: break;
+  }
+  rc = 1;
+  return RESULT_OK;
+}
+
+}  // namespace vorlix

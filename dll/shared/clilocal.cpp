@@ -1,0 +1,189 @@
+// Reads a locale description into the locale in force. A description is read into a locale of its own first; only a
+// whole one is put in force.
+#include "dll/shared/clilocal.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "dll/shared/csdx.h"
+#include "dll/shared/debug.h"
+#include "hostif/layout.h"
+
+namespace vorlix {
+namespace {
+
+constexpr char SEPARATOR = '~';
+constexpr int REVISION = 1;
+
+constexpr int32_t INFO_CORRUPT = 1;
+constexpr int32_t INFO_NO_MEMORY = 2;
+
+Locale locale_in_force;
+
+int HexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
+}
+
+// Takes the pieces of a description off the front of its text. A Read answers false when the piece is corrupt.
+class DescriptionReader {
+ public:
+  explicit DescriptionReader(std::string_view text) : text_(text) {}
+
+  template <class Entry>
+  bool ReadTable(std::array<Entry, 256>& table) {
+    return std::all_of(table.begin(), table.end(), [this](Entry& entry) { return ReadHex(entry); });
+  }
+
+  bool ReadNumber(int32_t& number) {
+    int64_t value = 0;
+    for (; !text_.empty() && text_.front() >= '0' && text_.front() <= '9'; text_.remove_prefix(1))
+      value = std::min<int64_t>(value * 10 + (text_.front() - '0'), std::numeric_limits<int32_t>::max());
+    if (text_.empty() || text_.front() != SEPARATOR) return false;
+    text_.remove_prefix(1);
+    number = static_cast<int32_t>(value);
+    return true;
+  }
+
+  bool ReadText(std::string_view& text) {
+    int32_t length = 0;
+    if (!ReadNumber(length) || text_.size() < static_cast<size_t>(length)) return false;
+    text = text_.substr(0, static_cast<size_t>(length));
+    text_.remove_prefix(text.size());
+    return true;
+  }
+
+  std::string_view Rest() const { return text_; }
+
+ private:
+  template <class Entry>
+  bool ReadHex(Entry& entry) {
+    unsigned value = 0;
+    for (size_t i = 0; i < 2 * sizeof(Entry); ++i) {
+      const int digit = i < text_.size() ? HexDigit(text_[i]) : -1;
+      if (digit < 0) return false;
+      value = value * 16 + static_cast<unsigned>(digit);
+    }
+    text_.remove_prefix(2 * sizeof(Entry));
+    entry = static_cast<Entry>(value);
+    return true;
+  }
+
+  std::string_view text_;
+};
+
+// Calls `visit` with every string of a locale in the order of the description; where numbers follow a string, they are
+// read by `number`. Both answer false to end the walk, and so does the walk then.
+template <class Strings, class Visit, class Number>
+bool WalkStrings(Strings& strings, Visit visit, Number number) {
+  const auto visit_all = [&](auto& names) { return std::all_of(names.begin(), names.end(), visit); };
+  return visit_all(strings.short_weekdays) && visit_all(strings.weekdays) && visit_all(strings.short_months) &&
+         visit_all(strings.months) && visit(strings.date_time_format) && visit(strings.date_format) &&
+         visit(strings.time_format) && visit(strings.am) && visit(strings.pm) && visit(strings.time_format_ampm) &&
+         visit(strings.decimal_point) && visit(strings.thousands_separator) && visit(strings.grouping) &&
+         visit(strings.overflow) && visit(strings.negative_sign) && visit(strings.short_date.format) &&
+         number(strings.short_date.length) && visit(strings.long_date.format) && number(strings.long_date.length) &&
+         visit(strings.time.format) && number(strings.time.length) && number(strings.time_precision) &&
+         visit(strings.month.format) && number(strings.month.length) && visit(strings.week.format) &&
+         number(strings.week.length);
+}
+
+// The grouping arrives as two hexadecimal digits a byte; decodes them in place at `at`.
+bool DecodeGrouping(std::string_view& grouping, char* at) {
+  if (grouping.size() % 2 != 0) return false;
+  const size_t size = grouping.size() / 2;
+  for (size_t i = 0; i < size; ++i) {
+    const int high = HexDigit(grouping[2 * i]);
+    const int low = HexDigit(grouping[2 * i + 1]);
+    if (high < 0 || low < 0) return false;
+    at[i] = static_cast<char>(16 * high + low);
+  }
+  at[size] = '\0';
+  grouping = {at, size};
+  return true;
+}
+
+// Gives the strings storage of their own: each takes its bytes and a NUL, less than it took in `source` with its length
+// and separator.
+int32_t OwnStrings(LocaleStrings& strings, size_t source_size) {
+  strings.storage.reset(new (std::nothrow) char[source_size + 1]);
+  if (strings.storage == nullptr) return INFO_NO_MEMORY;
+  char* next = strings.storage.get();
+  const auto own = [&](std::string_view& text) {
+    if (&text == &strings.grouping) {
+      if (!DecodeGrouping(text, next)) return false;
+    } else {
+      if (!text.empty()) std::memcpy(next, text.data(), text.size());
+      next[text.size()] = '\0';
+      text = {next, text.size()};
+    }
+    next += text.size() + 1;
+    return true;
+  };
+  return WalkStrings(strings, own, [](int32_t) { return true; }) ? 0 : INFO_CORRUPT;
+}
+
+int32_t ReadStrings(DescriptionReader& reader, LocaleStrings& strings) {
+  const size_t source_size = reader.Rest().size();
+  const bool whole = WalkStrings(
+      strings, [&reader](std::string_view& text) { return reader.ReadText(text); },
+      [&reader](int32_t& number) { return reader.ReadNumber(number); });
+  return whole ? OwnStrings(strings, source_size) : INFO_CORRUPT;
+}
+
+int32_t FailInfo(int32_t code, const char* section) {
+  const char* reason = code == INFO_CORRUPT ? "buffer is corrupt" : "heap overflow";
+  DebugPrint(TRACE_DICT, 1, "GetLocaleInfo() failed: %s [%s]", reason, section);
+  locale_in_force.strings = LocaleStrings();
+  return code;
+}
+
+}  // namespace
+
+const Locale& LocaleInForce() { return locale_in_force; }
+
+int32_t GetLocaleInfo(const char* text, size_t length) {
+  DebugEntry(TRACE_DICT, "GetLocaleInfo");
+  DescriptionReader reader({text, length});
+  Locale locale;
+  if (!reader.ReadTable(locale.classes)) return FailInfo(INFO_CORRUPT, "IS");
+  if (!reader.ReadTable(locale.upper)) return FailInfo(INFO_CORRUPT, "TOUPPER");
+  if (!reader.ReadTable(locale.lower)) return FailInfo(INFO_CORRUPT, "TOLOWER");
+  const int32_t code = ReadStrings(reader, locale.strings);
+  if (code != 0) return FailInfo(code, "LANGINFO");
+  locale_in_force = std::move(locale);
+  return 0;
+}
+
+int32_t SetClientLocale() {
+  DebugEntry(TRACE_DICT, "SetClientLocale");
+  CsdxReader reader{{}, CSDX_Contents(), 0};
+  if (CSDX_ReadToSep(reader) == 0) return RESULT_CORRUPT;
+  if (!reader.field.starts_with('R')) {
+    DebugPrint(TRACE_DICT, 1, "SetClientLocale(): missing revision number");
+    return RESULT_CORRUPT;
+  }
+  const long revision = std::strtol(reader.field.data() + 1, nullptr, 10);
+  if (revision != REVISION) {
+    DebugPrint(TRACE_DICT, 1, "SetClientLocale(): revision conflict (current=%d, received=%ld)", REVISION, revision);
+    return RESULT_CORRUPT;
+  }
+  if (CSDX_ReadToSep(reader) == 0) {
+    DebugPrint(TRACE_DICT, 1, "SetClientLocale(): cannot read total size");
+    return RESULT_CORRUPT;
+  }
+  const std::string_view payload = *reader.next_entry;
+  switch (GetLocaleInfo(payload.data(), payload.size())) {
+    case INFO_CORRUPT: return RESULT_CORRUPT;
+    case INFO_NO_MEMORY: return RESULT_NO_MEMORY;
+    default: return RESULT_OK;
+  }
+}
+
+}  // namespace vorlix

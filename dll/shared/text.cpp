@@ -1,0 +1,41 @@
+#include "dll/shared/text.h"
+
+#include <cctype>
+#include <cstring>
+#include <new>
+
+namespace vorlix {
+
+OwnedText CopyText(std::string_view text) noexcept {
+  OwnedText copy(new (std::nothrow) char[text.size() + 1]);
+  if (copy != nullptr) {
+    if (!text.empty()) std::memcpy(copy.get(), text.data(), text.size());
+    copy[text.size()] = '\0';
+  }
+  return copy;
+}
+
+char LowerCase(char c) noexcept {
+  if (c >= 'A' && c <= 'Z') return static_cast<char>(c - 'A' + 'a');
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 128 ? c : static_cast<char>(std::tolower(byte));
+}
+
+char UpperCase(char c) noexcept {
+  if (c >= 'a' && c <= 'z') return static_cast<char>(c - 'a' + 'A');
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 128 ? c : static_cast<char>(std::toupper(byte));
+}
+
+bool EqualNoCase(std::string_view a, std::string_view b) noexcept {
+  return a.size() == b.size() && StartsWithNoCase(a, b);
+}
+
+bool StartsWithNoCase(std::string_view text, std::string_view prefix) noexcept {
+  if (text.size() < prefix.size()) return false;
+  for (size_t i = 0; i < prefix.size(); ++i)
+    if (text[i] != prefix[i] && LowerCase(text[i]) != LowerCase(prefix[i])) return false;
+  return true;
+}
+
+}  // namespace vorlix

@@ -1,0 +1,24 @@
+// Large results: what the server builds into its transfer buffer and the host fetches block by block.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "host/server.h"
+
+namespace vorlix::host {
+
+struct Transfer {
+  int32_t code = 0;     // the result code of the dll_SendNext that ended the transfer; 0: the payload is complete
+  std::string payload;  // without the buffer's own header
+  int blocks = 0;       // fetched
+};
+
+/// Fetches the whole buffer that the last producer left (the locale description after start-up or dll_SetLocale, the
+/// texts of dict_PackDX and dict_PackBufDX) with dll_SendNext, in blocks of `capacity` bytes. A code other than 0 means
+/// that there was nothing to fetch (19) or that the capacity is too small (18). Throws like Server::Call, and
+/// std::runtime_error when the blocks do not fit together.
+Transfer FetchTransfer(Server& server, int32_t capacity = 32'000);
+
+}  // namespace vorlix::host

@@ -1,0 +1,283 @@
+// The life of a server process. Between fork and exec the child only makes system calls, for the program may have other
+// threads; the process is signalled and reaped through its pidfd, so its id cannot come to mean another process.
+#include "host/process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+namespace vorlix::host {
+namespace {
+
+constexpr const char* SERVER_NAME = "vorlix.dll";
+constexpr size_t PIPE_CHUNK = size_t{64} * 1024;
+
+sigset_t SignalSet(std::initializer_list<int> signals) {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int signal : signals) sigaddset(&set, signal);
+  return set;
+}
+
+[[noreturn]] void ThrowSystemError(const char* what) { throw std::system_error(errno, std::generic_category(), what); }
+
+// Pipe ends are not inherited by the server: {reading, writing}.
+std::array<Descriptor, 2> MakePipe() {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) ThrowSystemError("pipe2");
+  return {Descriptor(ends[0]), Descriptor(ends[1])};
+}
+
+// The strings as the null-terminated array of pointers that exec takes; borrows them.
+std::vector<char*> Pointers(std::vector<std::string>& strings) {
+  std::vector<char*> pointers;
+  for (std::string& string : strings) pointers.push_back(string.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+// A later change of a variable replaces an earlier one.
+std::vector<std::string> ChangedEnvironment(const EnvironmentChanges& changes) {
+  std::vector<std::string> result;
+  for (char** variable = environ; *variable != nullptr; ++variable) result.emplace_back(*variable);
+  for (const auto& [name, value] : changes) {
+    std::string start = name + "=";
+    std::erase_if(result, [&](const std::string& variable) { return variable.starts_with(start); });
+    if (value.has_value()) result.push_back(start += *value);
+  }
+  return result;
+}
+
+// What the child needs, made ready before the fork.
+struct Launch {
+  const char* program;
+  char** args;
+  char** environment;
+  int error_end;   // becomes standard error; -1: it stays
+  int report_end;  // takes errno when the program cannot be executed; closed by a successful exec
+  pid_t host;
+};
+
+// Puts the pipe at descriptor 2. It may have got that number when the host has no standard error of its own.
+void ConnectStandardError(int error_end) {
+  if (error_end == STDERR_FILENO)
+    fcntl(error_end, F_SETFD, 0);
+  else
+    dup2(error_end, STDERR_FILENO);
+}
+
+[[noreturn]] void RunServer(const Launch& launch) {
+  for (int signal = 1; signal < NSIG; ++signal) std::signal(signal, SIG_DFL);
+  prctl(PR_SET_PDEATHSIG, SIGTERM);
+  if (getppid() != launch.host) _exit(EXIT_SUCCESS);  // the host died before the line above
+  if (launch.error_end >= 0) ConnectStandardError(launch.error_end);
+  const sigset_t kept_pending = SignalSet({SIGUSR2, SIGTERM});
+  sigprocmask(SIG_SETMASK, &kept_pending, nullptr);
+  execve(launch.program, launch.args, launch.environment);
+  const int error = errno;
+  [[maybe_unused]] const ssize_t written = write(launch.report_end, &error, sizeof error);
+  _exit(EXIT_FAILURE);
+}
+
+// Forks with all signals blocked, so that no handler of the host can run in the child.
+pid_t ForkServer(const Launch& launch) {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
+  const pid_t pid = fork();
+  if (pid == 0) RunServer(launch);
+  const int error = errno;
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  errno = error;
+  return pid;
+}
+
+// The errno that exec failed with, 0 when the program runs.
+int ExecError(int report_end) {
+  int error = 0;
+  ssize_t count = 0;
+  do count = read(report_end, &error, sizeof error);
+  while (count < 0 && errno == EINTR);
+  return count == sizeof error ? error : 0;
+}
+
+timespec TimeUntil(Clock::time_point deadline) {
+  const auto rest = std::max(deadline - Clock::now(), Clock::duration::zero());
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(rest);
+  return {seconds.count(), std::chrono::nanoseconds(rest - seconds).count()};
+}
+
+thread_local int blocked_count = 0;
+thread_local bool blocked_before = false;
+
+}  // namespace
+
+AnswersBlocked::AnswersBlocked() {
+  if (blocked_count++ > 0) return;
+  const sigset_t answers = SignalSet({SIGUSR2});
+  sigset_t before;
+  pthread_sigmask(SIG_BLOCK, &answers, &before);
+  blocked_before = sigismember(&before, SIGUSR2) == 1;
+}
+
+AnswersBlocked::~AnswersBlocked() {
+  if (--blocked_count > 0) return;
+  const sigset_t answers = SignalSet({SIGUSR2});
+  const timespec no_time{};
+  while (sigtimedwait(&answers, nullptr, &no_time) > 0 || errno == EINTR) continue;
+  if (!blocked_before) pthread_sigmask(SIG_UNBLOCK, &answers, nullptr);
+}
+
+Descriptor::~Descriptor() {
+  if (fd_ >= 0) close(fd_);
+}
+
+std::string FindServerProgram() {
+  namespace fs = std::filesystem;
+  std::error_code ignored;
+  const fs::path here = fs::read_symlink("/proc/self/exe", ignored).parent_path();
+  std::vector<fs::path> places = {here, here.parent_path() / "libexec"};
+  const char* path = std::getenv("PATH");
+  for (std::string_view rest = path != nullptr ? path : ""; !rest.empty();) {
+    const size_t colon = std::min(rest.find(':'), rest.size());
+    places.emplace_back(rest.substr(0, colon));
+    rest.remove_prefix(std::min(colon + 1, rest.size()));
+  }
+  for (const fs::path& place : places) {
+    const fs::path program = place / SERVER_NAME;
+    if (fs::is_regular_file(program, ignored) && access(program.c_str(), X_OK) == 0) return program;
+  }
+  throw ServerError(Failure::NoServer, std::string(SERVER_NAME) + " is neither in " + here.string() + " nor in " +
+                                           places[1].string() + " nor on the PATH");
+}
+
+Process::Process(const std::string& program, const std::vector<std::string>& args, const EnvironmentChanges& changes,
+                 StandardError standard_error) {
+  const sigset_t answers = SignalSet({SIGUSR2});
+  answers_ = Descriptor(signalfd(-1, &answers, SFD_CLOEXEC | SFD_NONBLOCK));
+  if (answers_.Get() < 0) ThrowSystemError("signalfd");
+  Descriptor error_input;
+  if (standard_error == StandardError::Capture) {
+    auto [reading, writing] = MakePipe();
+    fcntl(reading.Get(), F_SETFL, O_NONBLOCK);
+    error_output_ = std::move(reading);
+    error_input = std::move(writing);
+  }
+  Start(program, args, changes, error_input.Get());
+}
+
+void Process::Start(const std::string& program, const std::vector<std::string>& args, const EnvironmentChanges& changes,
+                    int error_end) {
+  std::vector<std::string> all_args = {program};
+  all_args.insert(all_args.end(), args.begin(), args.end());
+  std::vector<std::string> environment = ChangedEnvironment(changes);
+  auto [report, report_input] = MakePipe();
+  pid_ = ForkServer({program.c_str(), Pointers(all_args).data(), Pointers(environment).data(), error_end,
+                     report_input.Get(), getpid()});
+  if (pid_ < 0) ThrowSystemError("fork");
+  report_input = Descriptor();
+  const int error = ExecError(report.Get());
+  if (error != 0) {
+    waitpid(pid_, nullptr, 0);
+    throw ServerError(Failure::NoServer, "cannot start " + program + ": " + std::strerror(error));
+  }
+  pidfd_ = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)));
+  if (pidfd_.Get() < 0) {
+    const int open_error = errno;
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+    errno = open_error;
+    ThrowSystemError("pidfd_open");
+  }
+}
+
+Process::~Process() {
+  try {
+    End();
+  } catch (const std::exception&) {
+    Signal(SIGKILL);  // nobody is left to be told
+  }
+}
+
+void Process::Signal(int signal) {
+  if (!ending_.has_value()) syscall(SYS_pidfd_send_signal, pidfd_.Get(), signal, nullptr, 0);
+}
+
+Process::Event Process::Wait(Clock::time_point deadline) {
+  while (!ending_.has_value()) {
+    std::array<pollfd, 3> sources = {pollfd{answers_.Get(), POLLIN, 0}, pollfd{pidfd_.Get(), POLLIN, 0},
+                                     pollfd{error_output_.Get(), POLLIN, 0}};
+    const auto& [answer, end, error_output] = sources;
+    const timespec rest = TimeUntil(deadline);
+    const int ready = ppoll(sources.data(), sources.size(), &rest, nullptr);
+    if (ready < 0 && errno != EINTR) ThrowSystemError("ppoll");
+    if (ready > 0 && error_output.revents != 0) ReadStandardError();
+    if (ready > 0 && answer.revents != 0) {
+      signalfd_siginfo info;
+      // Another thread may have taken the signal meanwhile; then this is one look at the block too many.
+      [[maybe_unused]] const ssize_t count = read(answers_.Get(), &info, sizeof info);
+      return Event::Answer;
+    }
+    if (ready > 0 && end.revents != 0)
+      Reap();
+    else if (Clock::now() >= deadline)
+      return Event::Timeout;
+  }
+  return Event::Died;
+}
+
+bool Process::AwaitEnd(Clock::time_point deadline) {
+  Event event = Event::Answer;
+  while (event == Event::Answer) event = Wait(deadline);
+  return event == Event::Died;
+}
+
+Ending Process::End(std::chrono::milliseconds patience) {
+  Signal(SIGTERM);
+  if (!AwaitEnd(Clock::now() + patience)) {
+    Signal(SIGKILL);
+    AwaitEnd(Clock::time_point::max());
+  }
+  return *ending_;
+}
+
+void Process::Reap() {
+  siginfo_t info{};
+  ending_.emplace();
+  if (waitid(P_PIDFD, static_cast<id_t>(pidfd_.Get()), &info, WEXITED) == 0)
+    (info.si_code == CLD_EXITED ? ending_->exit_status : ending_->signal) = info.si_status;
+  while (ReadStandardError()) continue;
+}
+
+// Takes one piece out of the pipe; false when it is empty for now or for good.
+bool Process::ReadStandardError() {
+  if (error_output_.Get() < 0) return false;
+  const size_t before = captured_.size();
+  captured_.resize(before + PIPE_CHUNK);
+  const ssize_t count = read(error_output_.Get(), captured_.data() + before, PIPE_CHUNK);
+  captured_.resize(before + static_cast<size_t>(std::max<ssize_t>(count, 0)));
+  if (count == 0) error_output_ = Descriptor();
+  return count > 0 || (count < 0 && errno == EINTR);
+}
+
+std::string Process::TakeStandardError() {
+  while (ReadStandardError()) continue;
+  return std::exchange(captured_, {});
+}
+
+}  // namespace vorlix::host

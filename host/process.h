@@ -1,0 +1,115 @@
+// The server as a process: starting, waiting, ending, and what it wrote to standard error.
+//
+// The answers of a server are SIGUSR2 signals to this process. From the first Process of a thread on, until the last
+// one is destroyed, SIGUSR2 is blocked in the thread, so that an answer can neither be missed nor end the program; then
+// pending ones are taken back and the mask is as it was. No signal handler is installed. A program with several threads
+// blocks SIGUSR2 before it starts them; each Process belongs to the thread that made it.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/failure.h"
+
+namespace vorlix::host {
+
+using Clock = std::chrono::steady_clock;
+
+/// Variables that the server's environment has (or, for no value, has not), unlike this program's. Of two changes of
+/// one variable the later holds.
+using EnvironmentChanges = std::vector<std::pair<std::string, std::optional<std::string>>>;
+
+/// Where the server's standard error goes: to this program's, or into memory until it is taken.
+enum class StandardError { Inherit, Capture };
+
+/// The path of the program `vorlix.dll`: beside the running program, in ../libexec from there, or on the PATH. Throws
+/// ServerError (NoServer) when it is in none of them.
+std::string FindServerProgram();
+
+/// Keeps SIGUSR2 blocked in the thread while one of these lives in it.
+class AnswersBlocked {
+ public:
+  AnswersBlocked();
+  ~AnswersBlocked();
+  AnswersBlocked(const AnswersBlocked&) = delete;
+  AnswersBlocked& operator=(const AnswersBlocked&) = delete;
+};
+
+/// A file descriptor that is closed with its owner; -1 for none.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd = -1) : fd_(fd) {}
+  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+  }
+  ~Descriptor();
+
+  int Get() const { return fd_; }
+
+ private:
+  int fd_;
+};
+
+/// One server process.
+///
+/// It starts with all signals at their defaults and with SIGUSR2 and SIGTERM blocked: a call or an end that comes
+/// before the server waits for signals stays pending until then. It is ended with SIGTERM when the thread that started
+/// it ends, however that comes about, so a host that crashes leaves no server behind.
+class Process {
+ public:
+  /// Starts the program at the path `program`. Throws ServerError (NoServer) when it cannot be executed, and
+  /// std::system_error when the system has no process or descriptor left.
+  Process(const std::string& program, const std::vector<std::string>& args, const EnvironmentChanges& changes = {},
+          StandardError standard_error = StandardError::Inherit);
+  /// Ends the process.
+  ~Process();
+  Process(const Process&) = delete;
+  Process& operator=(const Process&) = delete;
+
+  pid_t Pid() const { return pid_; }
+
+  /// Sends a signal; nothing happens when the process has ended.
+  void Signal(int signal);
+
+  enum class Event { Answer, Died, Timeout };
+
+  /// Waits for a SIGUSR2 to this program (from whichever server), for the end of the process, or until the deadline.
+  /// Captured standard error is read meanwhile, so the server never stands at a full pipe.
+  Event Wait(Clock::time_point deadline);
+
+  /// How the process ended; none while it is not known to have.
+  const std::optional<Ending>& HowEnded() const { return ending_; }
+
+  /// Sends SIGTERM and waits for the end; after `patience` sends SIGKILL. Says how it ended; a further call says the
+  /// same again.
+  Ending End(std::chrono::milliseconds patience = std::chrono::seconds(5));
+
+  /// Hands out the captured standard error that has come since the last call.
+  std::string TakeStandardError();
+  /// The same without taking it.
+  const std::string& PendingStandardError() const { return captured_; }
+
+ private:
+  void Start(const std::string& program, const std::vector<std::string>& args, const EnvironmentChanges& changes,
+             int error_end);
+  bool AwaitEnd(Clock::time_point deadline);
+  bool ReadStandardError();
+  void Reap();
+
+  AnswersBlocked blocked_;  // first, so that it is released when the server is gone
+  pid_t pid_ = -1;
+  Descriptor pidfd_;
+  Descriptor answers_;       // a signalfd for SIGUSR2
+  Descriptor error_output_;  // our end of the pipe of captured standard error
+  std::string captured_;
+  std::optional<Ending> ending_;
+};
+
+}  // namespace vorlix::host

@@ -1,0 +1,76 @@
+// A running server and the calls to it: what a host program works with.
+//
+//   vorlix::host::Server server({.environment = {{"LANG", "de_DE"}}});
+//   Result r = server.Call("dll_Revision", {OutText(20)});
+//
+// A server belongs to the thread that made it; several servers can live side by side. See process.h for what happens to
+// SIGUSR2.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/block.h"
+#include "host/call.h"
+#include "host/process.h"
+#include "host/segment.h"
+
+namespace vorlix::host {
+
+struct ServerOptions {
+  std::string program = {};               // the path of vorlix.dll; empty: FindServerProgram()
+  EnvironmentChanges environment = {};    // the server reads its language from ZENDLANG, LANG, LC_COLLATE and LC_CTYPE
+  size_t segment_size = size_t{1} << 20;  // bytes for header, descriptors and all values of one call
+  std::chrono::milliseconds timeout{10'000};  // for each call
+  StandardError standard_error = StandardError::Inherit;
+};
+
+class Server {
+ public:
+  /// Makes the segment and starts the server. Throws ServerError (NoServer) or std::system_error. A server that cannot
+  /// set itself up ends; the first call reports that.
+  explicit Server(const ServerOptions& options = {});
+
+  /// Places one call and waits for its answer. Throws ServerError (Timeout, Died) and std::length_error (the segment is
+  /// too small). An answer that was not waited for holds the block until it comes: the next call first waits for it,
+  /// within its own timeout. After Died every call throws Died.
+  Result Call(std::string_view function, const std::vector<Arg>& args = {});
+
+  /// The lower layer: waits until no call is under way, so that the block may be written. Throws like Call.
+  void AwaitIdle();
+  /// The lower layer: has the server take the call that the block holds, whatever it is, and gives its result code.
+  /// Throws like Call.
+  int32_t Ring();
+  /// The block as this process has it mapped; a copy of it is how to write there. Borrows the memory.
+  const Block& GetBlock() const { return block_; }
+  /// The segment's bytes, borrowed, for a block with a host base of one's own.
+  std::span<std::byte> Memory() const { return segment_.Memory(); }
+
+  void SetTimeout(std::chrono::milliseconds timeout) { timeout_ = timeout; }
+  pid_t Pid() const { return process_.Pid(); }
+  int SegmentId() const { return segment_.Id(); }
+
+  /// Captured standard error that has come since the last call of this; complete for all calls that were answered.
+  std::string TakeStandardError() { return process_.TakeStandardError(); }
+
+  /// Ends the server (see Process::End). The destructor does the same.
+  Ending End() { return process_.End(); }
+
+ private:
+  Clock::time_point Deadline() const;
+  int32_t Ring(Clock::time_point deadline);
+  void AwaitAnswer(Clock::time_point deadline);
+
+  Segment segment_;
+  Block block_;
+  Process process_;
+  std::chrono::milliseconds timeout_;
+  bool under_way_ = false;  // a call was placed and its answer has not been seen
+};
+
+}  // namespace vorlix::host

@@ -1,0 +1,7 @@
+#include "hostif/dllcleanup.h"
+
+namespace vorlix {
+
+void dll_cleanup() {}
+
+}  // namespace vorlix

@@ -1,0 +1,225 @@
+// One call: look the name up, check the arguments against their declarations, present them, dispatch, write back.
+//
+// The call trace goes to standard error. Its level is read anew at each line, for a call of dll_Debug changes it in the
+// middle of its own call.
+#include "hostif/dllif.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <string_view>
+
+#include "hostif/dllifutil.h"
+
+namespace vorlix {
+namespace {
+
+struct CallArg {
+  const ArgSpec* spec = nullptr;
+  PresentedArg presented;
+};
+
+// Filled during one call and empty between calls; after a call that was refused on the way the next one releases it.
+std::array<CallArg, MAX_ARGS> call_args;
+ArgVector arg_vector{};
+size_t args_taken = 0;  // slots from the first on that hold something
+
+int32_t trace_level = 0;
+
+// Lines of detail 1 are written at every level but 0.
+bool Traced(int32_t detail) { return detail == 1 ? trace_level != 0 : trace_level >= detail; }
+
+[[gnu::format(printf, 2, 3)]] void Trace(int32_t detail, const char* format, ...) {
+  if (!Traced(detail)) return;
+  va_list args;
+  va_start(args, format);
+  std::vfprintf(stderr, format, args);
+  va_end(args);
+}
+
+void PrintQuoted(std::string_view text) {
+  std::fputc('"', stderr);
+  std::fwrite(text.data(), 1, text.size(), stderr);
+  std::fputc('"', stderr);
+}
+
+const char* TypeName(DeclaredType type) {
+  constexpr std::array NAMES = {"VarArg",          "IntByValue", "IntByReference", "IntArray", "RealByValue",
+                                "RealByReference", "RealArray",  "zString",        "String",   "StringArray"};
+  const auto code = static_cast<size_t>(type);
+  return code < NAMES.size() ? NAMES[code] : "Unknown";
+}
+
+const char* ClassName(int32_t host_class) {
+  switch (host_class) {
+    case HOST_INTEGER: return "INTEGER";
+    case HOST_REAL: return "REAL";
+    case HOST_STRING: return "STRING";
+    default: return "";
+  }
+}
+
+bool IsArray(DeclaredType type) {
+  return type == DeclaredType::IntArray || type == DeclaredType::RealArray || type == DeclaredType::StringArray;
+}
+
+bool IsByValue(DeclaredType type) {
+  return type == DeclaredType::IntByValue || type == DeclaredType::RealByValue || type == DeclaredType::zString;
+}
+
+// Whether the value is shown as an array: by its declared type, or by what the host sent for a VarArg.
+bool ShownAsArray(const CallArg& arg) {
+  if (arg.spec->type == DeclaredType::VarArg) return arg.presented.Desc().count > 1;
+  return IsArray(arg.spec->type);
+}
+
+void PrintElement(const PresentedArg& arg, int32_t k) {
+  switch (arg.How()) {
+    case Presentation::Integers:
+    case Presentation::IntsOfReals: std::fprintf(stderr, "%d", arg.IntAt(k)); break;
+    case Presentation::Strings: PrintQuoted(arg.StringAt(k).View()); break;
+    case Presentation::Text: std::fprintf(stderr, "\"%s\"", arg.Text()); break;
+    case Presentation::DoublesOfInts:
+    case Presentation::DoublesOfReals: std::fprintf(stderr, "%1.12g", arg.DoubleAt(k)); break;
+    case Presentation::None: break;
+  }
+}
+
+void PrintArg(const CallArg& arg) {
+  const std::string_view name = arg.spec->name;
+  std::fprintf(stderr, " %.*s", static_cast<int>(name.size()), name.data());
+  if (!ShownAsArray(arg)) {
+    std::fputs(" = ", stderr);
+    PrintElement(arg.presented, 0);
+    std::fputc('\n', stderr);
+    return;
+  }
+  std::fprintf(stderr, " = array [%d]\n", arg.presented.Desc().count);
+  if (arg.presented.Count() == 1) return PrintElement(arg.presented, 0);
+  for (int32_t k = 0; k < arg.presented.Count(); ++k) {
+    std::fprintf(stderr, "  [%2d] ", k);
+    PrintElement(arg.presented, k);
+    std::fputc('\n', stderr);
+  }
+}
+
+// Finds the entry by the name in descriptor 0. Returns its index, or -1 with the code of the refusal.
+int32_t FindEntry(int32_t& code) {
+  ArgDesc desc;
+  code = DllGetArgDesc(0, desc);
+  if (code != RESULT_OK) return -1;
+  if (desc.host_class != HOST_STRING) {
+    Trace(3, "first argument must be function name\n");
+    code = RESULT_WRONG_CLASS;
+    return -1;
+  }
+  std::string_view name;
+  code = DllElementText(desc, name);
+  if (code != RESULT_OK) return -1;
+  for (size_t i = 0; i < FunctionTable.size(); ++i)
+    if (FunctionTable[i].name == name) return static_cast<int32_t>(i);
+  if (Traced(3)) {
+    std::fputs("undefined function name: ", stderr);
+    PrintQuoted(name);
+    std::fputc('\n', stderr);
+  }
+  code = RESULT_UNKNOWN_FUNCTION;
+  return -1;
+}
+
+// Reads descriptor `index`, checks it against the declaration and presents it as argument `index` - 1.
+int32_t TakeArg(int32_t index, const ArgSpec& spec) {
+  ArgDesc desc;
+  const int32_t code = DllGetArgDesc(index, desc);
+  if (code != RESULT_OK) return code;
+  Trace(3, " arg = %.*s, %s, CALL = %s, elcnt = %d (%s)\n", static_cast<int>(spec.name.size()), spec.name.data(),
+        TypeName(spec.type), ClassName(desc.host_class), desc.count, desc.by_ref != 0 ? "ByRef" : "ByValue");
+  if (spec.type < DeclaredType::VarArg || spec.type > DeclaredType::StringArray) return RESULT_BAD_TYPE;
+  if (IsArray(spec.type) && spec.min_count > desc.count) return RESULT_ARRAY_TOO_SHORT;
+  const Presentation how = PresentedArg::Choose(spec.type, desc.host_class);
+  if (how == Presentation::None) return RESULT_WRONG_CLASS;
+  const auto slot = static_cast<size_t>(index - 1);
+  args_taken = slot + 1;
+  call_args[slot].spec = &spec;
+  const int32_t presented = call_args[slot].presented.Present(how, desc);
+  arg_vector[slot] = call_args[slot].presented.Value();
+  return presented;
+}
+
+void ReleaseArgs() {
+  for (size_t i = 0; i < args_taken; ++i) {
+    call_args[i] = CallArg();
+    arg_vector[i] = nullptr;
+  }
+  args_taken = 0;
+}
+
+// Takes all arguments in order. A VarArg declaration serves every argument from its place on.
+int32_t TakeArgs(const FunctionEntry& entry, int32_t count) {
+  int32_t declared = 0;
+  for (int32_t i = 1; i <= count; ++i) {
+    if (declared == entry.arg_count) {
+      Trace(3, "extra argument detected\n");
+      return RESULT_WRONG_COUNT;
+    }
+    const ArgSpec& spec = ArgSpecs[static_cast<size_t>(entry.first_arg + declared)];
+    const int32_t code = TakeArg(i, spec);
+    if (code != RESULT_OK) return code;
+    if (spec.type != DeclaredType::VarArg) ++declared;
+  }
+  if (declared == entry.arg_count ||
+      ArgSpecs[static_cast<size_t>(entry.first_arg + declared)].type == DeclaredType::VarArg)
+    return RESULT_OK;
+  Trace(2, "%.*s: wrong numer of arguments\n", static_cast<int>(entry.name.size()), entry.name.data());
+  return RESULT_WRONG_COUNT;
+}
+
+void WriteBackArgs(int32_t count) {
+  for (int32_t i = 1; i <= count; ++i) {
+    const CallArg& arg = call_args[static_cast<size_t>(i - 1)];
+    if (arg.presented.Desc().by_ref != 0) {
+      if (IsByValue(arg.spec->type)) {
+        DllClearByRef(i);
+      } else {
+        if (Traced(2)) PrintArg(arg);
+        arg.presented.WriteBack();
+      }
+    }
+  }
+}
+
+}  // namespace
+
+void SetCallTraceLevel(int32_t level) { trace_level = level; }
+int32_t CallTraceLevel() { return trace_level; }
+
+int32_t DllCall() {
+  DllReadHeader();
+  if (DllArgCount() < 1) {
+    Trace(3, "illegal argument count, function name is required\n");
+    return RESULT_WRONG_COUNT;
+  }
+  const int32_t count = DllArgCount() - 1;
+  if (count > MAX_ARGS) {
+    Trace(3, "argument count exceeds maximum (%d)\n", MAX_ARGS);
+    return RESULT_TOO_MANY_ARGS;
+  }
+  int32_t code = RESULT_OK;
+  const int32_t index = FindEntry(code);
+  if (index < 0) return code;
+  const FunctionEntry& entry = FunctionTable[static_cast<size_t>(index)];
+  const int name_size = static_cast<int>(entry.name.size());
+  Trace(3, "\nfunction name = \"%.*s\", argc = %d\n", name_size, entry.name.data(), count);
+  ReleaseArgs();
+  code = TakeArgs(entry, count);
+  if (code != RESULT_OK) return code;
+
+  Trace(1, "\ncalling %.*s, argc = %d\n", name_size, entry.name.data(), count);
+  for (size_t i = 0; i < static_cast<size_t>(count) && Traced(2); ++i) PrintArg(call_args[i]);
+  const int32_t result = DllDispatch(index, arg_vector);
+  Trace(1, "return code is %d\n", result);
+  WriteBackArgs(count);
+  ReleaseArgs();
+  return result;
+}
+
+}  // namespace vorlix

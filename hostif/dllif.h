@@ -1,0 +1,47 @@
+// The call frame: the function table, the validation of a call against it, and the call trace.
+//
+// The table and DllDispatch are defined by the program that this library is linked into; nothing here knows a function.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "hostif/layout.h"
+
+namespace vorlix {
+
+struct ArgSpec {
+  std::string_view name;
+  DeclaredType type;
+  int32_t min_count;  // array types: the host must send at least this many elements
+};
+
+/// One callable function; its position in the table is its dispatch index.
+struct FunctionEntry {
+  std::string_view name;
+  int32_t first_arg;  // index of its first ArgSpec
+  int32_t arg_count;
+  uint32_t flags;  // 0, not examined
+};
+
+extern const std::span<const FunctionEntry> FunctionTable;
+extern const std::span<const ArgSpec> ArgSpecs;
+
+/// One pointer per argument, presented as the declared type says.
+using ArgVector = std::array<void*, MAX_ARGS>;
+
+/// Calls the function at `index` and returns its result; -1 for an index beyond the table.
+int32_t DllDispatch(int32_t index, const ArgVector& args);
+
+/// Validates the call in the block, presents its arguments, runs the function and writes back. Returns the result code
+/// that belongs into the header.
+int32_t DllCall();
+
+/// The level of the call trace on standard error, 0 at start: 1 to 3 add detail, a negative level writes the lines of
+/// level 1 alone.
+void SetCallTraceLevel(int32_t level);
+int32_t CallTraceLevel();
+
+}  // namespace vorlix

@@ -1,0 +1,171 @@
+// The shared call block as the server reaches it: header and descriptors, the presentation of arguments to a function,
+// and the strings through which functions read and fill String arguments.
+//
+// The segment is shared with a process that may be wrong or hostile. Header and descriptors are copied once per call;
+// every address, stride, count and length is checked against the segment's size before it is used, and only the checked
+// copy is used afterwards.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "hostif/layout.h"
+
+namespace vorlix {
+
+// ---- What a callable function sees
+// -----------------------------------------------------------------------------------
+
+using IntByValue = int32_t;
+using RealByValue = double;
+using RealByReference = double&;
+
+/// A private copy that ends in NUL; the host's text up to its first NUL byte.
+using zString = const char*;
+
+/// A 32-bit integer that lies in the block, at any address. Writing goes straight through to the host.
+class IntByReference {
+ public:
+  explicit IntByReference(void* at) : at_(at) {}
+  IntByReference(const IntByReference&) = default;
+  IntByReference& operator=(const IntByReference&) = delete;
+
+  const IntByReference& operator=(int32_t value) const {
+    std::memcpy(at_, &value, sizeof value);
+    return *this;
+  }
+  int32_t Get() const {
+    int32_t value;
+    std::memcpy(&value, at_, sizeof value);
+    return value;
+  }
+
+ private:
+  void* at_;
+};
+
+/// One STRING element: `max` characters fit (a host may send a negative number: nothing fits), `len` are in use, `buf`
+/// borrows the characters in the block, which have no terminator. A function writes at most `max` characters and sets
+/// `len`. 0 <= len <= max holds when the function is called, but for `max` < 0 with `len` 0.
+struct DllString {
+  int32_t max = 0;
+  int32_t len = 0;
+  char* buf = nullptr;
+
+  /// The characters in use, borrowed from the block.
+  std::string_view View() const { return {buf, static_cast<size_t>(len)}; }
+};
+using String = DllString&;
+
+int32_t DllStrLen(const DllString& s);
+
+/// Each of these copies a text into a string: RESULT_TOO_SHORT, and nothing changed, when it is longer than `max`, else
+/// 0. Source and target may overlap.
+int32_t DllStrFromC(std::string_view text, DllString& s);
+int32_t DllStrCopy(DllString& dst, const DllString& src);
+
+/// Copies up to `len` characters, stopping before a NUL, and ends them with NUL. `text` has room for len + 1 bytes.
+void DllStrToC(const DllString& s, char* text);
+
+/// A view of `count` characters from the 1-based `start`, as far as there are so many; null when `start` lies outside
+/// the string or `count` is negative. There is a single view: the next call replaces it.
+DllString* DllStrSub(const DllString& s, int32_t start, int32_t count);
+
+// ---- The block
+// -------------------------------------------------------------------------------------------------------
+
+/// Sets the block that all calls are read from: `size` bytes at `base`, aligned to a word, at least a header long. The
+/// memory stays the caller's.
+void DllSetBlock(void* base, size_t size);
+
+/// Copies the header; what the functions below say of header words is this copy.
+void DllReadHeader();
+
+int32_t DllArgCount();
+int32_t DllHostPid();
+
+/// Stores the result code in the block, after everything else that the call wrote.
+void DllSetResult(int32_t code);
+
+/// An argument descriptor with its address turned into an offset from the start of the block (modulo 2^32, so a host
+/// may have the segment mapped anywhere).
+struct ArgDesc {
+  int32_t host_class = 0;
+  int32_t by_ref = 0;
+  uint32_t offset = 0;
+  int32_t capacity = 0;
+  int32_t stride = 0;
+  int32_t count = 0;
+};
+
+/// Copies descriptor `index`; an index outside the argument count gives six zero words. Returns 0, or RESULT_CORRUPT
+/// when the descriptor does not lie in the segment.
+int32_t DllGetArgDesc(int32_t index, ArgDesc& out);
+
+/// Sets the by-reference flag of descriptor `index` to 0. Returns 0, or -1 for an index outside the argument count.
+int32_t DllClearByRef(int32_t index);
+
+/// The characters of the first STRING element, borrowed from the block. Returns 0 or RESULT_CORRUPT.
+int32_t DllElementText(const ArgDesc& desc, std::string_view& text);
+
+// ---- Presentation of arguments
+// ---------------------------------------------------------------------------------------
+
+/// What the entry of the argument vector points to.
+enum class Presentation {
+  None,
+  Integers,        // in place in the block
+  Strings,         // private DllStrings over the elements
+  Text,            // a private copy that ends in NUL
+  DoublesOfInts,   // private doubles, nothing goes back
+  IntsOfReals,     // private integers, nothing goes back
+  DoublesOfReals,  // private doubles that go back into the host reals of by-reference types
+};
+
+/// One argument as it was presented. Owns its private memory until Release or the next Present.
+class PresentedArg {
+ public:
+  /// The presentation of a host class under a declared type; None when the type does not accept the class.
+  static Presentation Choose(DeclaredType type, int32_t host_class);
+
+  /// Presents the argument. Returns 0, RESULT_CORRUPT when an element does not lie in the segment, or RESULT_NO_MEMORY.
+  int32_t Present(Presentation how, const ArgDesc& desc);
+
+  /// Brings what the function left in private memory back into the block: lengths of Strings, host reals.
+  void WriteBack() const;
+
+  void Release() { *this = PresentedArg(); }
+
+  Presentation How() const { return how_; }
+  const ArgDesc& Desc() const { return desc_; }
+  /// Elements presented, at least 1 once Present has succeeded.
+  int32_t Count() const { return count_; }
+  /// The entry of the argument vector: borrowed from the block or from this object.
+  void* Value() const { return value_; }
+
+  /// Element `k` by its presentation: Integers and IntsOfReals, the two Doubles, Strings, and Text (which has one).
+  int32_t IntAt(int32_t k) const;
+  double DoubleAt(int32_t k) const { return static_cast<const double*>(value_)[k]; }
+  const DllString& StringAt(int32_t k) const { return static_cast<const DllString*>(value_)[k]; }
+  const char* Text() const { return static_cast<const char*>(value_); }
+
+ private:
+  bool ElementsFit() const;
+  char* Element(int32_t k) const;
+  int32_t MakeStrings();
+  int32_t MakeText();
+  template <class To, class Convert>
+  int32_t MakeArray(Convert convert);
+
+  Presentation how_ = Presentation::None;
+  ArgDesc desc_;
+  int32_t count_ = 0;
+  void* value_ = nullptr;
+  std::unique_ptr<std::byte[]> memory_;
+};
+
+}  // namespace vorlix

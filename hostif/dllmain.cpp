@@ -1,0 +1,132 @@
+// The server process: start-up, the signal loop, the end.
+//
+// SIGUSR2 is blocked but for the wait in sigsuspend, so a call is served only there and calls never nest. Every call
+// runs inside the handler. SIGTERM may interrupt a call at any instant: its part of the handler does nothing that is
+// not safe then, so it ends the process with _exit; every other part of the server writes its files without buffers of
+// its own.
+#include <fcntl.h>
+#include <sys/shm.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "hostif/dllcleanup.h"
+#include "hostif/dllif.h"
+#include "hostif/dllifutil.h"
+#include "hostif/layout.h"
+
+namespace vorlix {
+namespace {
+
+constexpr int EXIT_BAD_CALL = 2;
+constexpr int LAST_SIGNAL = 31;
+
+void* attached = nullptr;
+volatile std::sig_atomic_t ending = 0;
+
+void ResetDispositions() {
+  struct sigaction action {};
+  action.sa_handler = SIG_DFL;
+  sigemptyset(&action.sa_mask);
+  for (int number = 1; number <= LAST_SIGNAL; ++number)
+    if (number != SIGTERM && number != SIGUSR2) sigaction(number, &action, nullptr);
+}
+
+// Closes all descriptors but standard error. The loop is for kernels that cannot close a range: with a limit of a
+// billion descriptors it would take minutes.
+void CloseInherited() {
+  close(STDIN_FILENO);
+  close(STDOUT_FILENO);
+  if (close_range(STDERR_FILENO + 1, UINT_MAX, 0) == 0) return;
+  const long limit = sysconf(_SC_OPEN_MAX);
+  for (int descriptor = STDERR_FILENO + 1; descriptor < limit; ++descriptor) close(descriptor);
+}
+
+// Attaches the segment and checks that it is a call block of this version. Returns 0 or an exit status.
+int AttachBlock(int identifier) {
+  shmid_ds status;
+  attached = shmat(identifier, nullptr, 0);
+  if (attached == reinterpret_cast<void*>(-1) || shmctl(identifier, IPC_STAT, &status) != 0) {
+    std::perror("shmat");
+    return EXIT_BAD_CALL;
+  }
+  BlockHeader header{};
+  if (status.shm_segsz >= sizeof header) std::memcpy(&header, attached, sizeof header);
+  if (header.magic != DLL_MAGIC) {
+    std::fputs("Illegal DLL_MAGIC\n", stderr);
+    return EXIT_BAD_CALL;
+  }
+  if (header.version != DLL_VERSION) {
+    std::fputs("Illegal DLL_VERSION\n", stderr);
+    return EXIT_BAD_CALL;
+  }
+  DllSetBlock(attached, status.shm_segsz);
+  return 0;
+}
+
+// Tells the host that its call is done. Only a process that is neither this one nor a group of processes can be a host.
+bool AnswerHost(pid_t host) { return host > 0 && host != getpid() && kill(host, SIGUSR2) == 0; }
+
+}  // namespace
+
+extern "C" {
+
+static void HandleSignal(int number) {
+  if (ending != 0) return;  // a call that arrives between the detaching and the end
+  if (number == SIGTERM) {
+    ending = 1;
+    shmdt(attached);
+    dll_cleanup();
+    _exit(EXIT_SUCCESS);
+  }
+  DllSetResult(DllCall());
+  if (!AnswerHost(DllHostPid())) raise(SIGTERM);
+}
+
+}  // extern "C"
+
+namespace {
+
+// Installs the handler, for SIGTERM before SIGUSR2.
+void InstallHandler() {
+  struct sigaction action {};
+  action.sa_handler = HandleSignal;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = SA_RESTART;
+  sigaction(SIGTERM, &action, nullptr);
+  sigaction(SIGUSR2, &action, nullptr);
+}
+
+[[noreturn]] void ServeCalls(sigset_t waiting) {
+  sigdelset(&waiting, SIGUSR2);
+  sigdelset(&waiting, SIGTERM);
+  for (;;) sigsuspend(&waiting);
+}
+
+}  // namespace
+}  // namespace vorlix
+
+int main(int argc, char** argv) {
+  using namespace vorlix;
+  if (argc != 2) {
+    std::fprintf(stderr, "%s: Illegal call\n", argv[0]);
+    return EXIT_BAD_CALL;
+  }
+  const long number = std::strtol(argv[1], nullptr, 10);
+  sigset_t blocked;
+  sigemptyset(&blocked);
+  for (const int held : {SIGINT, SIGUSR2, SIGIO, SIGALRM}) sigaddset(&blocked, held);
+  sigprocmask(SIG_BLOCK, &blocked, nullptr);
+  ResetDispositions();
+  CloseInherited();
+  int status = AttachBlock(static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX)));
+  if (status == 0) status = dll_setup();
+  if (status != 0) return status;
+  InstallHandler();
+  ServeCalls(blocked);
+}

@@ -1,0 +1,16 @@
+// Whole files as texts. "-" is not special here.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vorlix::tool {
+
+// Both throw ToolError (OtherCode), with the system's reason, when the file cannot be read or written.
+std::string ReadFile(const std::string& path);
+void WriteFile(const std::string& path, std::string_view text);
+
+/// All of standard input.
+std::string ReadStandardInput();
+
+}  // namespace vorlix::tool

@@ -1,0 +1,27 @@
+// `vorlix run`.
+#include "tools/commands.h"
+#include "tools/files.h"
+#include "tools/player.h"
+#include "tools/script.h"
+
+namespace vorlix::tool {
+namespace {
+
+std::string ReadScript(const std::string& path) {
+  try {
+    return path == "-" ? ReadStandardInput() : ReadFile(path);
+  } catch (const ToolError& error) {
+    throw ToolError(Status::Usage, error.what());
+  }
+}
+
+}  // namespace
+
+Status RunScript(const Options& options, const std::string& path, bool quiet) {
+  const std::vector<Statement> statements = ParseScript(ReadScript(path), path);
+  const auto server = StartServer(options);
+  Player(*server, path, quiet).Play(statements);
+  return Status::Ok;
+}
+
+}  // namespace vorlix::tool

@@ -1,0 +1,59 @@
+// Scripts: lines of calls and of a few statements around them, as docs/scripts.md describes them.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dll/shared/functable.h"
+#include "tools/words.h"
+
+namespace vorlix::tool {
+
+enum class Comparison { Equal, Unequal, Like };
+
+/// "=", "!=" or "~", as scripts write it.
+std::string_view OperatorText(Comparison comparison);
+
+/// An expectation: the value at an address, a comparison, and a text.
+struct Condition {
+  std::string address;
+  Comparison comparison = Comparison::Equal;
+  Word expected;
+};
+
+enum class Kind {
+  Comment,  // a line without words
+  Call,     // a function of the table
+  Each,     // a call that is repeated, and the lines up to "end"
+  Check,    // expectations alone
+  Set,
+  Xbuf,
+  Fetch,
+  Read,
+  Write,
+  Echo,
+  Show,
+};
+
+struct Statement {
+  Kind kind = Kind::Call;
+  int line = 0;                            // from 1
+  const FunctionInfo* function = nullptr;  // of Call and Each
+  std::vector<Word> words;                 // arguments, without the function or the keyword
+  std::vector<Condition> expected;         // behind "=>"
+  std::vector<Condition> until;            // Each: all of them met end the loop
+  std::vector<Statement> body;             // of Each
+  std::string comment;                     // of Comment: its line without the blanks around it
+
+  /// The first word, where the form of the statement says that it is a name.
+  const std::string& NameToSet() const { return words.at(0).pieces.at(0).text; }
+};
+
+/// The statements of a script. Throws ToolError (Usage) for the first fault, as "NAME:LINE: what is wrong".
+std::vector<Statement> ParseScript(std::string_view text, std::string_view name);
+
+/// The place of a statement as messages begin: "NAME:LINE: ".
+std::string Place(std::string_view name, int line);
+
+}  // namespace vorlix::tool

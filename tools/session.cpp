@@ -1,0 +1,36 @@
+#include "tools/session.h"
+
+#include <chrono>
+#include <system_error>
+
+namespace vorlix::tool {
+
+std::unique_ptr<host::Server> StartServer(const Options& options) {
+  host::ServerOptions server_options;
+  server_options.program = options.server;
+  server_options.segment_size = size_t{16} << 20;
+  server_options.timeout = std::chrono::milliseconds(static_cast<int64_t>(options.timeout * 1000));
+  // The other variables would come before LANG.
+  if (!options.language.empty())
+    server_options.environment = {{"LANG", options.language}, {"ZENDLANG", {}}, {"LC_COLLATE", {}}, {"LC_CTYPE", {}}};
+  auto server = std::make_unique<host::Server>(server_options);
+  if (!options.flags.empty()) server->Call("dll_SetDebugFlags", {host::Text(options.flags), host::Text("")});
+  if (options.trace) server->Call("dll_Debug", {host::Int(*options.trace)});
+  return server;
+}
+
+Status StatusOf(const std::exception& error) noexcept {
+  if (const auto* const own = dynamic_cast<const ToolError*>(&error)) return own->GetStatus();
+  if (dynamic_cast<const std::length_error*>(&error) != nullptr) return Status::Usage;  // texts too long for a call
+  if (dynamic_cast<const std::system_error*>(&error) != nullptr) return Status::NoServer;
+  const auto* const server_error = dynamic_cast<const host::ServerError*>(&error);
+  if (server_error == nullptr) return Status::OtherCode;
+  switch (server_error->Kind()) {
+    case host::Failure::NoServer: return Status::NoServer;
+    case host::Failure::Timeout: return Status::Timeout;
+    case host::Failure::Died: return Status::Died;
+  }
+  return Status::Died;
+}
+
+}  // namespace vorlix::tool

@@ -1,0 +1,86 @@
+#include "tools/signature.h"
+
+#include <strings.h>
+
+#include <algorithm>
+
+#include "tools/failure.h"
+#include "tools/samples.h"
+
+namespace vorlix::tool {
+namespace {
+
+void AppendArgument(std::string& out, const ArgInfo& arg) {
+  out += ' ';
+  out += arg.name;
+  out += ':';
+  out += ValueWord(arg.type);
+}
+
+size_t SentCount(const FunctionInfo& function) {
+  const auto is_sent = [](const ArgInfo& arg) { return arg.direction != Direction::Out; };
+  return static_cast<size_t>(std::ranges::count_if(function.Args(), is_sent));
+}
+
+[[noreturn]] void RefuseCount(const FunctionInfo& function, size_t least, size_t count) {
+  std::string message = std::string(function.name) + " takes " + std::to_string(least);
+  if (least != function.arg_count) message += " to " + std::to_string(function.arg_count);
+  message += function.arg_count == 1 ? " argument, not " : " arguments, not ";
+  throw ToolError(Status::Usage, message + std::to_string(count));
+}
+
+}  // namespace
+
+std::string_view ValueWord(DeclaredType type) {
+  switch (type) {
+    case DeclaredType::IntByValue:
+    case DeclaredType::IntByReference:
+    case DeclaredType::IntArray: return "integer";
+    case DeclaredType::RealByValue:
+    case DeclaredType::RealByReference:
+    case DeclaredType::RealArray: return "number";
+    default: return "text";
+  }
+}
+
+std::string Signature(const FunctionInfo& function) {
+  std::string sent(function.name);
+  std::string returned;
+  for (const ArgInfo& arg : function.Args()) {
+    if (arg.direction != Direction::Out) AppendArgument(sent, arg);
+    if (arg.direction != Direction::In) AppendArgument(returned, arg);
+  }
+  return returned.empty() ? sent : sent + " ->" + returned;
+}
+
+std::string Example(const FunctionInfo& function) {
+  std::string example(function.name);
+  if (const std::string_view arguments = SampleArguments(function); !arguments.empty()) (example += ' ') += arguments;
+  return example;
+}
+
+const FunctionInfo& RequireFunction(std::string_view name) {
+  if (const FunctionInfo* const function = FindFunction(name)) return *function;
+  std::string message = "there is no function '" + std::string(name) + "'";
+  const auto same_but_case = [&](const FunctionInfo& function) {
+    return function.name.size() == name.size() && strncasecmp(function.name.data(), name.data(), name.size()) == 0;
+  };
+  if (const auto* const near = std::ranges::find_if(FUNCTIONS, same_but_case); near != FUNCTIONS.end())
+    message += "; did you mean " + std::string(near->name) + "?";
+  throw ToolError(Status::Usage, message);
+}
+
+std::vector<const ArgInfo*> GivenArguments(const FunctionInfo& function, size_t count) {
+  const size_t sent = SentCount(function);
+  if (count < sent || count > function.arg_count) RefuseCount(function, sent, count);
+  size_t returned = count - sent;
+  std::vector<const ArgInfo*> given;
+  for (const ArgInfo& arg : function.Args()) {
+    if (arg.direction == Direction::Out && returned == 0) continue;
+    if (arg.direction == Direction::Out) --returned;
+    given.push_back(&arg);
+  }
+  return given;
+}
+
+}  // namespace vorlix::tool

@@ -1,0 +1,29 @@
+// What people are told about a function: its name, its arguments and an example.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dll/shared/functable.h"
+
+namespace vorlix::tool {
+
+/// How a script or a command line calls the function and what it gives back, as
+/// "l_Get hdl:integer mode:integer -> data:text eol:integer".
+std::string Signature(const FunctionInfo& function);
+
+/// An example, as "l_Get 1 3".
+std::string Example(const FunctionInfo& function);
+
+/// The word for the values of an argument: "integer", "number" or "text".
+std::string_view ValueWord(DeclaredType type);
+
+/// The function of this name. Throws ToolError (Usage), with the name in its right spelling when only case differs.
+const FunctionInfo& RequireFunction(std::string_view name);
+
+/// The arguments that `count` words stand for, in order. Those that only return something may be left out; the ones
+/// that are given are the first of them. Throws ToolError (Usage) when the function does not take so many.
+std::vector<const ArgInfo*> GivenArguments(const FunctionInfo& function, size_t count);
+
+}  // namespace vorlix::tool
