@@ -23,7 +23,7 @@ namespace {
 using namespace vorlix;
 using vorlix::bench::Contender;
 
-constexpr int DATES = 64;  // a round works through all of them
+constexpr int DATES = 64;   // a round works through all of them
 constexpr int ROUNDS = 50;  // short enough that most runs are not interrupted
 constexpr int RUNS = 301;
 constexpr double FORMAT_GOAL = 0.5;

@@ -8,8 +8,9 @@
 namespace vorlix::host {
 namespace {
 
-constexpr int64_t HUGE_EXPONENT =
-    1'000'000'000'000;                  // beyond every exponent that the digits of a text could make up for
+// Beyond every exponent that the digits of a text could make up for.
+constexpr int64_t HUGE_EXPONENT = 1'000'000'000'000;
+
 constexpr int64_t WIDEST_PLAIN = 21;    // digits before the point
 constexpr int64_t SMALLEST_PLAIN = -5;  // 1E-6 is 0.1 * 10^-5
 

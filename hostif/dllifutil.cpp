@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -24,10 +25,13 @@ Block block;
 
 DllString sub_view;
 
+// Copies a value out of the block. The compiler knows nothing of the other process and could fetch the value a second
+// time when it is used; behind the fence only the copy is left to it.
 template <class Value>
 Value ReadFrom(const char* at) {
   Value value;
   std::memcpy(&value, at, sizeof value);
+  std::atomic_signal_fence(std::memory_order_acquire);
   return value;
 }
 
@@ -45,8 +49,14 @@ size_t FixedSize(int32_t host_class) { return host_class == HOST_REAL ? sizeof(H
 
 }  // namespace
 
-// ---- Strings
-// ---------------------------------------------------------------------------------------------------------
+const IntByReference& IntByReference::operator=(int32_t value) const {
+  WriteTo(static_cast<char*>(at_), value);
+  return *this;
+}
+
+int32_t IntByReference::Get() const { return ReadFrom<int32_t>(static_cast<const char*>(at_)); }
+
+// ---- Strings --------------------------------------------------------------------------------------------------------
 
 int32_t DllStrLen(const DllString& s) { return s.len; }
 
@@ -76,8 +86,7 @@ DllString* DllStrSub(const DllString& s, int32_t start, int32_t count) {
   return &sub_view;
 }
 
-// ---- The block
-// -------------------------------------------------------------------------------------------------------
+// ---- The block ------------------------------------------------------------------------------------------------------
 
 void DllSetBlock(void* base, size_t size) { block = {static_cast<char*>(base), size, {}}; }
 
@@ -118,8 +127,7 @@ int32_t DllElementText(const ArgDesc& desc, std::string_view& text) {
   return RESULT_OK;
 }
 
-// ---- Presentation
-// ----------------------------------------------------------------------------------------------------
+// ---- Presentation ---------------------------------------------------------------------------------------------------
 
 Presentation PresentedArg::Choose(DeclaredType type, int32_t host_class) {
   struct Row {

@@ -9,7 +9,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -17,8 +16,7 @@
 
 namespace vorlix {
 
-// ---- What a callable function sees
-// -----------------------------------------------------------------------------------
+// ---- What a callable function sees ----------------------------------------------------------------------------------
 
 using IntByValue = int32_t;
 using RealByValue = double;
@@ -34,15 +32,8 @@ class IntByReference {
   IntByReference(const IntByReference&) = default;
   IntByReference& operator=(const IntByReference&) = delete;
 
-  const IntByReference& operator=(int32_t value) const {
-    std::memcpy(at_, &value, sizeof value);
-    return *this;
-  }
-  int32_t Get() const {
-    int32_t value;
-    std::memcpy(&value, at_, sizeof value);
-    return value;
-  }
+  const IntByReference& operator=(int32_t value) const;
+  int32_t Get() const;
 
  private:
   void* at_;
@@ -75,8 +66,7 @@ void DllStrToC(const DllString& s, char* text);
 /// the string or `count` is negative. There is a single view: the next call replaces it.
 DllString* DllStrSub(const DllString& s, int32_t start, int32_t count);
 
-// ---- The block
-// -------------------------------------------------------------------------------------------------------
+// ---- The block ------------------------------------------------------------------------------------------------------
 
 /// Sets the block that all calls are read from: `size` bytes at `base`, aligned to a word, at least a header long. The
 /// memory stays the caller's.
@@ -112,8 +102,7 @@ int32_t DllClearByRef(int32_t index);
 /// The characters of the first STRING element, borrowed from the block. Returns 0 or RESULT_CORRUPT.
 int32_t DllElementText(const ArgDesc& desc, std::string_view& text);
 
-// ---- Presentation of arguments
-// ---------------------------------------------------------------------------------------
+// ---- Presentation of arguments --------------------------------------------------------------------------------------
 
 /// What the entry of the argument vector points to.
 enum class Presentation {

@@ -47,6 +47,14 @@ void CloseInherited() {
   for (int descriptor = STDERR_FILENO + 1; descriptor < limit; ++descriptor) close(descriptor);
 }
 
+// A server that was started without standard error gets an empty one. Else the third file that it opens would take
+// that descriptor, and the trace would be written into it.
+void KeepStandardError() {
+  if (fcntl(STDERR_FILENO, F_GETFD) >= 0) return;
+  const int nowhere = open("/dev/null", O_WRONLY);
+  if (nowhere >= 0 && dup2(nowhere, STDERR_FILENO) != nowhere) close(nowhere);
+}
+
 // Attaches the segment and checks that it is a call block of this version. Returns 0 or an exit status.
 int AttachBlock(int identifier) {
   shmid_ds status;
@@ -124,6 +132,7 @@ int main(int argc, char** argv) {
   sigprocmask(SIG_BLOCK, &blocked, nullptr);
   ResetDispositions();
   CloseInherited();
+  KeepStandardError();
   int status = AttachBlock(static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX)));
   if (status == 0) status = dll_setup();
   if (status != 0) return status;

@@ -77,7 +77,8 @@ TEST(Calendar, TakesValuesOfAnySize) {
       {LEAST, true, "21.06.-5877639 3 172"}, {19711231, false, "31.12.1971 5 365"}, {991231, false, "31.12.1999 5 365"},
       {19990231, false, "03.03.1999 3 062"}, {19001301, false, "01.01.1901 2 001"},
       {18000229, false, "01.03.1800 6 060"}, {17000101, false, "01.01.1700 5 001"},
-      {21001231, false, "31.12.2100 5 365"}, {30000101, false, "01.01.3000 3 001"}, {MOST, false, "21.01.214751 0 021"}}) {
+      {21001231, false, "31.12.2100 5 365"}, {30000101, false, "01.01.3000 3 001"},
+      {MOST, false, "21.01.214751 0 021"}}) {
     FieldBuffer out;
     EXPECT_TRUE(FldFmtDate(out, row.value, row.is_greg, 30, "%d.%m.%Y %w %j"));
     EXPECT_EQ(out.View(), row.expected) << row.value;
@@ -146,7 +147,8 @@ TEST(FmtDate, ShowsDirectives) {
       {std::string(70000, '-'), 20, Times("?", 20)},
   });
   CheckFormats(MakeTime(2005, 1, 1, 12), {
-      {"%I%p", 5, "12"}, {"%I%p", 2, "??"}, {"%y", 2, "05"}, {"% y", 2, " 5"},
+      {"%I%p", 5, "12"}, {"%I%p", 2, "??"}, {"%y", 2, "05"}, {"% y", 2, " 5"}, {"%A.%B", 16, "Saturday.January"},
+      {"%-00000000000000012e|", 21, "%-00000000000000012e|"},
   });
   CheckFormats(MakeTime(1900, 1, 1), {{"%I %p", 5, "12 AM"}, {"%y %.3b", 9, "00 Jan"}});
   CheckFormats(MakeTime(1849, 7, 31, 13), {{"%y %Y %I", 10, "51 1849 01"}});
@@ -318,7 +320,8 @@ TEST(DateFields, AreScanned) {
       {scan_Week, "53/2005", "", "%W/%Y", 0, 200601, 2}, {scan_Week, "31.12.01", "", dmy, 0, 200201},
       {scan_Week, "31.12.01", "YMD", "%W/%y", 0, 20011231}, {scan_Week, "31.12.01", "", "%W/%y", 0, 11231, 1},
       {scan_Week, "31.12.01", "kw", "%W/%y", 0, 200201}, {scan_Week, "54/05", "KW", "%W/%y", 1, 0},
-      {scan_Week, "", "KW", "%W/%y", -1, 0}, {scan_Week, "1-5", "KW", "", 3, 0, 0, "/0123456789", "-"},
+      {scan_Week, "01/05", "", dmy, 0, 200501}, {scan_Week, "", "KW", "%W/%y", -1, 0},
+      {scan_Week, "1-5", "KW", "", 3, 0, 0, "/0123456789", "-"},
       {scan_Month, "12/05", "", "%m/%y", 0, 200512}, {scan_Month, "12/05", "", "%m/%y", 0, 512, 1},
       {scan_Month, "1/1999", "", "%m/%Y", 0, 199901, 2}, {scan_Month, "1/99", "", "%d.%m.%y", 0, 199901},
       {scan_Month, "13/99", "", "%m/%y", 1, 0}, {scan_Month, "", "", "%m/%y", -1, 0},

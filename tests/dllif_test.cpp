@@ -10,6 +10,7 @@
 #include "host/block.h"
 #include "host/call.h"
 #include "hostif/dllifutil.h"
+#include "tests/support/heap.h"
 
 namespace vorlix {
 namespace {
@@ -118,18 +119,30 @@ TEST_F(CallFrame, AnswersRefusalsWithTheirCodes) {
 }
 
 TEST_F(CallFrame, AnswersMalformedHeadersWithTheirCodes) {
+  const std::string no_name = "illegal argument count, function name is required\n";
+  const std::string other_class = "first argument must be function name\n";
+  const std::string called = "\nfunction name = \"none\", argc = 0\n\ncalling none, argc = 0\nreturn code is 0\n";
   const struct {
     int32_t count;
     int32_t name_class;
     uint32_t name_offset;
     int32_t name_length;
     int32_t code;
+    std::string trace;
   } rows[] = {
-      {1, HOST_STRING, 1000, 4, 0},         {0, HOST_STRING, 1000, 4, 9},      {-1, HOST_STRING, 1000, 4, 9},
-      {52, HOST_STRING, 1000, 4, 606},      {1, HOST_REAL, 1000, 4, 8},        {1, 0, 1000, 4, 8},
-      {1, HOST_STRING, 4096, 4, 204},       {1, HOST_STRING, 4089, 4, 204},    {1, HOST_STRING, 4088, 4, 0},
-      {1, HOST_STRING, 1000, -1, 204},      {1, HOST_STRING, 1000, 3093, 204}, {1, HOST_STRING, 1000, INT32_MAX, 204},
-      {1, HOST_STRING, 0xfffffffc, 4, 204},
+      {1, HOST_STRING, 1000, 4, 0, called},
+      {0, HOST_STRING, 1000, 4, 9, no_name},
+      {-1, HOST_STRING, 1000, 4, 9, no_name},
+      {52, HOST_STRING, 1000, 4, 606, "argument count exceeds maximum (50)\n"},
+      {1, HOST_REAL, 1000, 4, 8, other_class},
+      {1, 0, 1000, 4, 8, other_class},
+      {1, HOST_STRING, 4096, 4, 204, ""},
+      {1, HOST_STRING, 4089, 4, 204, ""},
+      {1, HOST_STRING, 4088, 4, 0, called},
+      {1, HOST_STRING, 1000, -1, 204, ""},
+      {1, HOST_STRING, 1000, 3093, 204, ""},
+      {1, HOST_STRING, 1000, INT32_MAX, 204, ""},
+      {1, HOST_STRING, 0xfffffffc, 4, 204, ""},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.count << " " << row.name_class << " " << row.name_offset << " "
@@ -138,7 +151,10 @@ TEST_F(CallFrame, AnswersMalformedHeadersWithTheirCodes) {
     block_.StoreDescriptor(0, {row.name_class, 0, block_.AddressOf(row.name_offset), 0, 0, 1});
     if (row.name_offset <= 4088) block_.StoreText(row.name_offset, "none");
     if (row.name_offset <= 4092) block_.Store(row.name_offset, row.name_length);
+    SetCallTraceLevel(3);
+    testing::internal::CaptureStderr();
     EXPECT_EQ(Run(), row.code);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), row.trace);
   }
 }
 
@@ -239,6 +255,34 @@ TEST_F(CallFrame, PresentsAndWritesBack) {
   });
 }
 
+TEST_F(CallFrame, MissingMemoryRefusesTheCallAlone) {
+  const struct {
+    const char* name;
+    std::vector<Arg> args;
+  } rows[] = {{"f_i", {host::ByRef(host::Real("1"))}},
+              {"f_r", {host::ByRef(host::Int(1))}},
+              {"f_r", {host::ByRef(host::Real("1"))}},
+              {"f_zs", {host::ByRef(host::Text("x")), host::TextRef("y", 9)}},
+              {"f_zs", {host::ByRef(host::Text("x")), host::Texts({"y", "z"})}}};
+  for (const auto& row : rows) {
+    host::PlaceCall(block_, row.name, row.args);
+    const std::vector<std::byte> before = memory_;
+    bool failed = true;
+    for (int nth = 0; failed; ++nth) {
+      int32_t code = 0;
+      {
+        const test::FailAllocation fail(nth);
+        code = Run();
+        failed = fail.Hit();
+      }
+      EXPECT_TRUE(failed || nth == static_cast<int>(row.args.size())) << row.name;
+      EXPECT_EQ(code, failed ? RESULT_NO_MEMORY : 0) << row.name << " without allocation " << nth;
+      EXPECT_EQ(dispatched >= 0, !failed) << row.name << " without allocation " << nth;
+      EXPECT_EQ(memory_ == before, failed) << row.name << " without allocation " << nth;  // flags are cleared
+    }
+  }
+}
+
 TEST_F(CallFrame, TracesEachStepAtItsLevel) {
   const std::vector<Arg> args = {host::Text("in"), host::TextRef("ab", 9)};
   const auto fill = [](const ArgVector& vector) { return DllStrFromC("xyz", *static_cast<DllString*>(vector[1])); };
@@ -291,7 +335,6 @@ TEST_F(CallFrame, TracesRefusalsAndArrays) {
        "f_bad",
        {host::Int(1)},
        "\nfunction name = \"f_bad\", argc = 1\n arg = bad, Unknown, CALL = INTEGER, elcnt = 1 (ByValue)\n"},
-      {3, "none", std::vector<Arg>(51, host::Int(1)), "argument count exceeds maximum (50)\n"},
   };
   for (const auto& row : rows) {
     SetCallTraceLevel(row.level);

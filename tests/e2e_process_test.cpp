@@ -10,9 +10,11 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -184,6 +186,25 @@ TEST(StartUp, WorksInHostsOfAllKinds) {
     waitpid(host, &status, 0);
     EXPECT_EQ(status, 0) << row.what;
   }
+}
+
+// Without a standard error to inherit, no file that the server opens may take its place and receive the trace.
+TEST(StartUp, WithoutStandardErrorTheTraceGoesNowhere) {
+  const pid_t host = fork();
+  if (host == 0) {
+    close(STDERR_FILENO);
+    ServerOptions options = TestServer();
+    options.standard_error = StandardError::Inherit;
+    Server server(options);
+    const bool called =
+        server.Call("dll_Debug", {Int(3)}).code == 0 && server.Call("dll_Revision", {OutText(9)}).code == 0;
+    std::error_code error;
+    const auto target = std::filesystem::read_symlink("/proc/" + std::to_string(server.Pid()) + "/fd/2", error);
+    _exit(called && target == "/dev/null" ? 0 : 1);
+  }
+  int status = -1;
+  waitpid(host, &status, 0);
+  EXPECT_EQ(status, 0);
 }
 
 TEST(Timeout, LaterCallsWaitForTheAnswerThatIsStillToCome) {

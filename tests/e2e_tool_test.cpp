@@ -68,6 +68,7 @@ TEST(Tool, Calls) {
       {"$V call", 2, "", "*NAME*\n"},
       {"$V", 2, "", "*subcommand*\n"},
       {"$V --timeout 0 call dll_Revision", 2, "", "*--timeout*\n"},
+      {"$V --timeout nan call dll_Revision", 2, "", "*--timeout*\n"},
       {"$V run nosuch.vx", 2, "", "vorlix: cannot read nosuch.vx: No such file or directory\n"},
       {"$V functions l_add", 2, "", "*did you mean l_Add?\n"},
       // No server that answers.
@@ -76,6 +77,7 @@ TEST(Tool, Calls) {
        4, "", "vorlix: *\n"},
       {"$V --server /bin/false call dll_Revision", 5, "", "vorlix: *exit status 1\n"},
       // What needs no server.
+      {"$V functions >/dev/full", 1, "", "vorlix: cannot write to standard output\n"},
       {"$V --version", 0, "vorlix ?.*\n", ""},
       {"$V functions l_Add", 0,
        "l_Add - Appends an element at the end; the cursor stays.\n\n  hdl           integer  in\n"

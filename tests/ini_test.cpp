@@ -1,5 +1,6 @@
 #include "dll/shared/ini.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -9,12 +10,14 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <clocale>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <random>
 
 #include "dll/server/functions.h"
+#include "dll/shared/inireplace.h"
 #include "tests/support/callables.h"
 #include "tests/support/heap.h"
 
@@ -103,7 +106,7 @@ TEST_F(Ini, Walks) {
       {"[A]\nk=v\nm=w\n[B]\nx=1\n", "a", "eeelse", "0:K=v 0:M=w 1 1 0:B 0:X=1"},
       {"[A]\n#c\r\n k\n[B", "A", "lllle", "0:#c\r\n 0: k\n 2 2 1"},
       {"[A]\nk=v\n[nothing\nm=w\n[B]\n", "A", "eeses", "0:K=v 1 0:B 1 1"},
-      {"[A]\nk=v\n", "C", "le/A/e//s/c/", "1 1 0 0:K=v 0 0:A 1"},
+      {"[A]\nk=v", "C", "le/A/e//ses/c/e", "1 1 0 0:K=v 0 0:A 0:K=v 1 1 1"},
       {" [A]\n[]\nk=v\n[ b\t]x\ny=1\n", "", "sees", "0: 0:K=v 1 0:B"},
       {"", "", "lse/a///", "1 1 1 1 0"},
       {"[section]\nlonger=value\n", "", "see", "0:SEC 0:LON=val 1", 4},
@@ -199,7 +202,7 @@ TEST_F(Ini, Rewrites) {
       {"[A]\nx=1\n", "", "K", "K=V\n[A]\nx=1\n"},
       {"x=1\n k =2\n[A]\nK=3\n", "", "K", "x=1\nK=V\n[A]\nK=3\n"},
       {"", "S", "K", "\n[S]\nK=V\n"},
-      {"x=1", "S", "K", "x=1\n[S]\nK=V\n"},
+      {"[A]\nk=1", "S", "K", "[A]\nk=1\n[S]\nK=V\n"},
       {"[S]", "S", "K", "[S]\nK=V\n"},
       {"[S]\r\n;K=1\r\nK\r\n#\r\n[T\r\nK=2\r\n", "S", "K", "[S]\r\n;K=1\r\nK\r\n#\r\nK=V\n[T\r\nK=2\r\n"},
       {"[S]\r\na=1\r\nk=1 ;note\r\nb=2", "S", "K", "[S]\r\na=1\r\nK=V\nb=2"},
@@ -269,6 +272,16 @@ TEST_F(Ini, ReportsFilesThatCannotBeOpened) {
   EXPECT_EQ(FileCount(), 3);
 }
 
+TEST_F(Ini, KeepsAsciiNamesInEveryLanguage) {
+  const std::string path = Make("[i\xe4]\nifi=v\n");
+  for (const char* const language : {"de_DE", "tr_TR"}) {
+    ASSERT_NE(std::setlocale(LC_CTYPE, language), nullptr) << language;
+    EXPECT_EQ(Walk(Open(path, "I\xc4"), "e/i\xe4/e//s"), "0:IFI=v 0 0:IFI=v 0 0:I\xc4") << language;
+    EXPECT_EQ(GetString(path, "I\xc4", "IFI"), "v") << language;
+  }
+  std::setlocale(LC_CTYPE, "C");
+}
+
 TEST_F(Ini, HandsOutThreeHandles) {
   const std::string path = Make("[S]\nK=v\n");
   EXPECT_EQ(Close(0), -1) << "before the first open";
@@ -285,6 +298,24 @@ TEST_F(Ini, HandsOutThreeHandles) {
     EXPECT_TRUE(Close(hdl) == -1 && Walk(hdl, "lse/S/") == "-1 -1 -1 -1") << hdl;
   EXPECT_EQ(ini_CloseAll(), 0);
   EXPECT_EQ(Close(0), -1);
+}
+
+TEST_F(Ini, NeverTakesAShortenedFileForTheWhole) {
+  Make("K=1\n");
+  const struct {
+    off_t end;
+    bool done;
+  } ROWS[] = {{5, false}, {FileReplacement::END_OF_FILE, true}, {4, true}};
+  for (const auto& row : ROWS) {
+    const int old = open(Path().c_str(), O_RDONLY | O_CLOEXEC);
+    {
+      FileReplacement out(Path(), old);
+      out.Copy(0, row.end);
+      EXPECT_EQ(out.Commit(), row.done) << row.end;
+    }
+    close(old);
+    EXPECT_TRUE(Contents() == "K=1\n" && FileCount() == 1) << row.end;
+  }
 }
 
 TEST_F(Ini, KeepsTheOldFileWhenARewriteFails) {

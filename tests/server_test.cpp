@@ -181,8 +181,7 @@ TEST_F(Lists, SurviveMissingMemory) {
   EXPECT_EQ(eol, 1) << "one element for each call that succeeded";
 }
 
-// ---- Variables
-// -------------------------------------------------------------------------------------------------------
+// ---- Variables ------------------------------------------------------------------------------------------------------
 
 struct VariableStep {
   char call;  // s, u, g
@@ -260,8 +259,7 @@ TEST(Variables, TableGrowsAndSurvivesMissingMemory) {
   for (int i = 1000; i < 1350; ++i) RunVariables({{'u', std::to_string(i), ""}});
 }
 
-// ---- Object paths and field descriptions
-// -----------------------------------------------------------------------------
+// ---- Object paths and field descriptions ----------------------------------------------------------------------------
 
 TEST(ObjectPaths, AreTakenApart) {
   const struct {

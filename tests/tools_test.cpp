@@ -163,6 +163,8 @@ TEST(Script, IsParsed) {
       {"=> x=\"y\"[5]", "s.vx:1: an expectation reads NAME=TEXT, NAME!=TEXT or NAME~PATTERN, or is a result code"},
       {"xbuf x Len", "s.vx:1: an item reads NAME=TEXT, NAME.INDEX=TEXT, NAME:N=NUMBER or NAME.INDEX:N=NUMBER"},
       {"xbuf x Len.a=3", "s.vx:1: an item reads NAME=TEXT, NAME.INDEX=TEXT, NAME:N=NUMBER or NAME.INDEX:N=NUMBER"},
+      {"xbuf x Len.4294967296=3",
+       "s.vx:1: an item reads NAME=TEXT, NAME.INDEX=TEXT, NAME:N=NUMBER or NAME.INDEX:N=NUMBER"},
       {"each l_GetNext 1 until", "s.vx:1: nothing is expected behind 'until'"},
       {"each l_GetNext 1 until data2=1\nend",
        "s.vx:1: 'data2' is not returned: l_GetNext hdl:integer -> data:text eol:integer"},
@@ -173,6 +175,10 @@ TEST(Script, IsParsed) {
   };
   for (const auto& row : rows)
     EXPECT_EQ(Outcome([&] { return Describe(ParseScript(row.text, "s.vx")); }), row.statements) << row.text;
+  std::string loops;
+  for (int k = 0; k < 1000; ++k) loops += "each l_Del 1 until eol=1\n";
+  EXPECT_EQ(Outcome([&] { return Describe(ParseScript(loops, "s.vx")); }),
+            "s.vx:101: loops lie too deep in each other");
 }
 
 TEST(Scope, FindsValuesAndItems) {
@@ -189,6 +195,7 @@ TEST(Scope, FindsValuesAndItems) {
       {"$xbuf.sum", "1"},
       {"$xbuf.sum.3", "33"},
       {"$xbuf.sum.4", "the XBUF has no item 'sum.4'"},
+      {"$xbuf.sum.4294967296", "the XBUF has no item 'sum.4294967296'"},
       {"$xbuf.dict", "the XBUF has no item 'dict'"},
       {"$y", "there is no value 'y' yet"},
   };

@@ -9,7 +9,7 @@ namespace vorlix::tool {
 /// The exit statuses of the program.
 enum class Status {
   Ok = 0,         // every call answered as it should, normally with result code 0
-  OtherCode = 1,  // a call answered with another result code, or an expectation of a script was not met
+  OtherCode = 1,  // another result code, an expectation of a script that was not met, or a file that failed
   Usage = 2,      // wrong words on the command line or in a script
   NoServer = 3,
   Timeout = 4,

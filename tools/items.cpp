@@ -24,7 +24,8 @@ struct ItemAddress {
     if (name.size() == text.size()) return;
     const std::string_view digits = text.substr(name.size() + 1);
     const char* const end = digits.data() + digits.size();
-    valid = !digits.empty() && std::from_chars(digits.data(), end, index).ptr == end;
+    const auto [stop, error] = std::from_chars(digits.data(), end, index);
+    valid = error == std::errc() && stop == end;
   }
 
   std::string_view name;
@@ -66,7 +67,7 @@ std::string FindItem(std::string_view xbuf, std::string_view item) {
   for (const XbufItem& one : ReadItems(xbuf)) {
     const std::string_view name = one.name;
     const bool same = EqualNames(name, wanted.name) || EqualNames(name.substr(name.find('_') + 1), wanted.name);
-    if (same && one.index == wanted.index) return one.value;
+    if (wanted.valid && same && one.index == wanted.index) return one.value;
   }
   throw ToolError(Status::OtherCode, "the XBUF has no item '" + std::string(item) + "'");
 }

@@ -1,5 +1,6 @@
 // The program `vorlix`: calls functions of the server from a command line and runs scripts of calls.
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <cstdio>
 
 #include "tools/commands.h"
@@ -28,6 +29,8 @@ class CommandLine {
 
   void Parse(int argc, char** argv) {
     app_.parse(argc, argv);
+    // A range check lets it pass.
+    if (std::isnan(options_.timeout)) throw CLI::ValidationError("--timeout", "nan is no number of seconds");
     if (call_->parsed() && call_->remaining().empty()) throw CLI::RequiredError("NAME");
   }
 
@@ -65,7 +68,7 @@ class CommandLine {
   CLI::App* functions_ = app_.add_subcommand("functions", "List all functions, or describe one");
 };
 
-Status Main(int argc, char** argv) {
+Status Run(int argc, char** argv) {
   CommandLine line;
   try {
     line.Parse(argc, argv);
@@ -73,6 +76,14 @@ Status Main(int argc, char** argv) {
     return line.Explain(error);
   }
   return line.Execute();
+}
+
+/// A result that nobody can read, for the disk is full, is no success.
+Status Main(int argc, char** argv) {
+  const Status status = Run(argc, argv);
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+    throw ToolError(Status::OtherCode, "cannot write to standard output");
+  return status;
 }
 
 }  // namespace

@@ -36,6 +36,8 @@ constexpr std::array KEYWORDS = {
     Keyword{"show", Kind::Show, 1, 1, false, "show XBUF"},
 };
 
+// Loops in loops are parsed and run by recursion.
+constexpr int DEEPEST_LOOP = 100;
 constexpr std::string_view EACH_FORM = "each FUNCTION ARGUMENT... until EXPECTATION...";
 
 [[noreturn]] void Refuse(const std::string& message) { throw ToolError(Status::Usage, message); }
@@ -135,7 +137,11 @@ class Parser {
         throw ToolError(error.GetStatus(), Place(name_, line_) + error.what());
       }
       Statement& last = statements.back();
-      if (last.kind == Kind::Each) last.body = Block(last.line);
+      if (last.kind != Kind::Each) continue;
+      if (++depth_ > DEEPEST_LOOP)
+        throw ToolError(Status::Usage, Place(name_, line_) + "loops lie too deep in each other");
+      last.body = Block(last.line);
+      --depth_;
     }
     if (loop != 0) throw ToolError(Status::Usage, Place(name_, loop) + "the loop has no 'end'");
     return statements;
@@ -217,6 +223,7 @@ class Parser {
   std::string_view rest_;
   std::string_view name_;
   int line_ = 0;
+  int depth_ = 0;  // loops around the line
 };
 
 }  // namespace

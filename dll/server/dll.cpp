@@ -1,6 +1,5 @@
 // The function table and the dispatch, both made from the rows of functions.def at compile time, and the functions that
 // speak of the server itself.
-#include <cstring>
 #include <new>
 #include <utility>
 
@@ -14,8 +13,7 @@
 namespace vorlix {
 namespace {
 
-// ---- From the C++ parameter of a function to its declared type and its entry in the argument vector
-// ------------------
+// ---- From the C++ parameter of a function to its declared type and its entry in the argument vector -----------------
 
 template <class Parameter>
 struct ArgumentOf;
@@ -23,11 +21,7 @@ struct ArgumentOf;
 template <>
 struct ArgumentOf<IntByValue> {
   static constexpr DeclaredType TYPE = DeclaredType::IntByValue;
-  static IntByValue Take(void* entry) {
-    int32_t value;
-    std::memcpy(&value, entry, sizeof value);
-    return value;
-  }
+  static IntByValue Take(void* entry) { return IntByReference(entry).Get(); }
 };
 template <>
 struct ArgumentOf<IntByReference> {
@@ -57,8 +51,7 @@ struct ArgumentOf<String> {
 template <>
 struct ArgumentOf<In<String>> : ArgumentOf<String> {};
 
-// ---- One row: the call, and the declared types that the C++ signature gives
-// ------------------------------------------
+// ---- One row: the call, and the declared types that the C++ signature gives -----------------------------------------
 
 using CallWith = int32_t (*)(const ArgVector& args);
 
@@ -149,8 +142,7 @@ int32_t DllDispatch(int32_t index, const ArgVector& args) {
   }
 }
 
-// ---- Functions that speak of the server itself
-// -----------------------------------------------------------------------
+// ---- Functions that speak of the server itself ----------------------------------------------------------------------
 
 int32_t dll_Revision(Out<String> str) { return DllStrFromC(REVISION, str); }
 

@@ -159,8 +159,7 @@ int32_t l_Del(IntByValue hdl, Out<IntByReference> eol) {
   });
 }
 
-// ---- Reading
-// ---------------------------------------------------------------------------------------------------------
+// ---- Reading --------------------------------------------------------------------------------------------------------
 
 int32_t l_Get(IntByValue hdl, IntByValue mode, Out<String> data, Out<IntByReference> eol) {
   return WithList(hdl, [&](List& list) {
@@ -192,8 +191,7 @@ int32_t l_GetIdx(IntByValue hdl, IntByValue idx, Out<String> data, Out<IntByRefe
   });
 }
 
-// ---- Moving without reading
-// ------------------------------------------------------------------------------------------
+// ---- Moving without reading -----------------------------------------------------------------------------------------
 
 int32_t l_Seek(IntByValue hdl, IntByValue mode, Out<IntByReference> eol) {
   return WithList(hdl, [&](List& list) {

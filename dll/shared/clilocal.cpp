@@ -16,9 +16,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char SEPARATOR = '~';
-constexpr int REVISION = 1;
-
 constexpr int32_t INFO_CORRUPT = 1;
 constexpr int32_t INFO_NO_MEMORY = 2;
 
@@ -45,7 +42,7 @@ class DescriptionReader {
     int64_t value = 0;
     for (; !text_.empty() && text_.front() >= '0' && text_.front() <= '9'; text_.remove_prefix(1))
       value = std::min<int64_t>(value * 10 + (text_.front() - '0'), std::numeric_limits<int32_t>::max());
-    if (text_.empty() || text_.front() != SEPARATOR) return false;
+    if (text_.empty() || text_.front() != CSDX_SEPARATOR) return false;
     text_.remove_prefix(1);
     number = static_cast<int32_t>(value);
     return true;
@@ -170,8 +167,9 @@ int32_t SetClientLocale() {
     return RESULT_CORRUPT;
   }
   const long revision = std::strtol(reader.field.data() + 1, nullptr, 10);
-  if (revision != REVISION) {
-    DebugPrint(TRACE_DICT, 1, "SetClientLocale(): revision conflict (current=%d, received=%ld)", REVISION, revision);
+  if (revision != CSDX_REVISION) {
+    DebugPrint(TRACE_DICT, 1, "SetClientLocale(): revision conflict (current=%d, received=%ld)", CSDX_REVISION,
+               revision);
     return RESULT_CORRUPT;
   }
   if (CSDX_ReadToSep(reader) == 0) {

@@ -12,8 +12,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char SEPARATOR = '~';
-constexpr int REVISION = 1;
 constexpr size_t HEADER_SIZE = sizeof("R1~000000~") - 1;
 constexpr int32_t FIRST_BLOCK_MARGIN = 20;  // room behind the offset, so that the first block holds the whole header
 
@@ -34,7 +32,7 @@ template <class Number>
 NumberText NumberField(Number number) {
   NumberText field;
   char* end = std::to_chars(field.text.data(), field.text.data() + field.text.size() - 1, number).ptr;
-  *end++ = SEPARATOR;
+  *end++ = CSDX_SEPARATOR;
   field.length = static_cast<size_t>(end - field.text.data());
   return field;
 }
@@ -62,7 +60,8 @@ void CSDX_PutBytes(std::string_view bytes) {
 }
 
 void CSDX_PutHeader() {
-  std::array<char, HEADER_SIZE> header = {'R', '0' + REVISION, SEPARATOR, '0', '0', '0', '0', '0', '0', SEPARATOR};
+  std::array<char, HEADER_SIZE> header = {'R', '0' + CSDX_REVISION, CSDX_SEPARATOR, '0', '0', '0', '0', '0',
+                                          '0', CSDX_SEPARATOR};
   size_t rest = remaining;
   for (size_t i = HEADER_SIZE - 2; i > 2; --i, rest /= 10) header[i] = static_cast<char>('0' + rest % 10);
   CSDX_PutBytes({header.data(), header.size()});

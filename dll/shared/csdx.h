@@ -16,12 +16,15 @@
 
 namespace vorlix {
 
+inline constexpr int CSDX_REVISION = 1;
+/// Stands behind every number and length.
+inline constexpr char CSDX_SEPARATOR = '~';
 /// A buffer must stay below this many bytes, for its size has six digits.
 inline constexpr size_t CSDX_SIZE_LIMIT = 1'000'000;
 
-// ---- Building
-// -------------------------------------------------------------------------------------------------------- A buffer is
-// built in two passes of the same calls: without memory they add up sizes, with memory they copy.
+// ---- Building -------------------------------------------------------------------------------------------------------
+//
+// A buffer is built in two passes of the same calls: without memory they add up sizes, with memory they copy.
 
 /// Forgets the buffer and all counters.
 void CSDX_Reset();
@@ -64,8 +67,7 @@ std::optional<std::string_view> CSDX_Contents();
 /// and 20 bytes, the buffer is released and `last` set.
 int32_t CSDX_SendNext(DllString& block, IntByReference last);
 
-// ---- Reading
-// ---------------------------------------------------------------------------------------------------------
+// ---- Reading --------------------------------------------------------------------------------------------------------
 
 /// Reads fields one after the other from borrowed text.
 struct CsdxReader {

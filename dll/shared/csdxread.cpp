@@ -10,8 +10,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char SEPARATOR = '~';
-constexpr int REVISION = 1;
 constexpr int MORE_BLOCKS = 1;
 constexpr int PROTOCOL_ERROR = -2;
 constexpr int NO_MEMORY = -1;
@@ -42,8 +40,9 @@ int StartPayload(CsdxPayload& payload, CsdxReader& reader) {
     return PROTOCOL_ERROR;
   }
   const int64_t revision = LeadingNumber(reader.field.substr(1));
-  if (revision != REVISION) {
-    DebugPrint(TRACE_DICT, 1, "CSDX_ReceiveNext(): revision conflict (current=%d, received=%ld)", REVISION, revision);
+  if (revision != CSDX_REVISION) {
+    DebugPrint(TRACE_DICT, 1, "CSDX_ReceiveNext(): revision conflict (current=%d, received=%ld)", CSDX_REVISION,
+               revision);
     return PROTOCOL_ERROR;
   }
   const int64_t total_length = CSDX_ReadToSep(reader);
@@ -90,7 +89,7 @@ int64_t CSDX_ReadToSep(CsdxReader& reader) {
   constexpr std::string_view ENDS("~\0", 2);
   const size_t end = std::min(text.find_first_of(ENDS), text.size());
   reader.field = text.substr(0, end);
-  if (end > 0 && end < text.size() && text[end] == SEPARATOR) {
+  if (end > 0 && end < text.size() && text[end] == CSDX_SEPARATOR) {
     reader.next_entry = text.substr(end + 1);
     return static_cast<int64_t>(end) + 1;
   }

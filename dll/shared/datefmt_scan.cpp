@@ -4,6 +4,7 @@
 // and any white space and punctuation may stand before each number.
 #include <array>
 #include <cctype>
+#include <cstddef>
 
 #include "dll/shared/calendar.h"
 #include "dll/shared/datedirective.h"
@@ -102,6 +103,7 @@ bool DateScanner::ReadNumber(const Directive& directive) {
   while (at != end_ && !IsDigit(*at) && IsSkipped(*at)) ++at;
   const char* const start = at;
   int number = 0;
+  // One by one, without a loop: most numbers have two digits, and there is nothing to predict then.
   const auto take_digit = [&] {
     if (at != end_ && IsDigit(*at)) number = number * 10 + (*at++ - '0');
   };

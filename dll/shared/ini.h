@@ -8,13 +8,12 @@
 //   - Lines are read up to 1023 bytes; a longer line counts as several.
 //   - ';' or '#' as the first byte makes a comment.
 //   - '[' as the first byte ends the section before it. With a ']' the line is the header of the section whose name
-//   stands
-//     between the two, without white space at its ends; without one, what follows belongs to no section.
+//     stands between the two, without white space at its ends; without one, what follows belongs to no section.
 //   - Any other line with '=' is an entry. Its value ends at CR, LF, ';' or '#', also within quotes; a leading quote is
 //     dropped and the same quote ends the value; unquoted values lose the white space at their end.
 //   - Names compare without regard to case. Entries before the first header are those of the section "".
 //   - Text that is handed over ends before its first NUL byte.
-// White space and case are those of the process's character-type locale.
+// White space and case are those of the process's character-type locale, but ASCII letters keep to ASCII.
 #pragma once
 
 #include <cstdint>
@@ -33,8 +32,7 @@ enum IniState : int {
   INI_HEADER_NEXT = 2,  // the next line begins with '[' and has been left unread
 };
 
-// ---- Walking
-// -----------------------------------------------------------------------------------------------------------
+// ---- Walking --------------------------------------------------------------------------------------------------------
 //
 // Buffers are `size` bytes large: at most size - 1 characters arrive, and a NUL. Every operation that returns a state
 // returns -1 instead, with errno set, for a handle that is not open or a size below 1 (EINVAL), and when the file
@@ -54,8 +52,8 @@ void IniCloseAll();
 /// Starts again from the top: to the first line of `section`, or to the start of the file when it is empty.
 int IniFindSection(int hdl, std::string_view section);
 
-/// Reads the next line of the section as it stands, comments and line feeds included; a line that is longer than the
-/// buffer comes in several calls. In the states INI_ENDED and INI_HEADER_NEXT it reads nothing.
+/// Reads the next line of the section as it stands, comments and line feeds included; of a line that is longer than the
+/// buffer each part counts as a line. In the states INI_ENDED and INI_HEADER_NEXT it reads nothing.
 int IniNextLine(int hdl, char* buf, int size);
 
 /// Goes to the next section header, whatever the state, and gives its name in upper case.
@@ -65,8 +63,7 @@ int IniNextSection(int hdl, char* name, int size);
 /// written.
 int IniNextEntry(int hdl, char* item, int isize, char* value, int vsize);
 
-// ---- One entry
-// ---------------------------------------------------------------------------------------------------------
+// ---- One entry ------------------------------------------------------------------------------------------------------
 
 /// Copies the value of the first such entry in the first such section, or `fallback` when file, section or entry are
 /// missing or cannot be read. Returns the length, at most size - 1; -1, with nothing copied, for a size below 1.

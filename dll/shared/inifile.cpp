@@ -75,7 +75,10 @@ bool IniFile::BringLine(size_t& size) {
 
 bool IniFile::NextBracketLine(std::string_view& line) {
   while (!SeekBracket())
-    if (!Fill()) return false;
+    if (!Fill()) {
+      pos_ = end_;  // a last line without a line feed has been passed over as well
+      return false;
+    }
   return NextLine(line);
 }
 

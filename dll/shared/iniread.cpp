@@ -1,7 +1,6 @@
 // The handle table, the walk through open files, and the lookup of single entries.
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -29,7 +28,7 @@ bool table_set_up = false;
 std::array<char, 256> upper_case;
 
 void LoadUpperCase() {
-  for (size_t c = 0; c < upper_case.size(); ++c) upper_case[c] = static_cast<char>(std::toupper(static_cast<int>(c)));
+  for (size_t c = 0; c < upper_case.size(); ++c) upper_case[c] = UpperCase(static_cast<char>(c));
 }
 
 int Fail(int error) {

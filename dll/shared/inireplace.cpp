@@ -116,7 +116,7 @@ void FileReplacement::Copy(off_t begin, off_t end) {
   while (!failed_ && begin < end) {
     const size_t wanted = static_cast<size_t>(std::min<off_t>(end - begin, static_cast<off_t>(BUFFER_SIZE - used_)));
     const ssize_t count = Retry([&] { return pread(old_, buffer_ + used_, wanted, begin); });
-    failed_ = count < 0;
+    failed_ = count < 0 || (count == 0 && end != END_OF_FILE);
     if (count <= 0) return;
     begin += count;
     used_ += static_cast<size_t>(count);

@@ -3,8 +3,9 @@
 #pragma once
 
 #include <sys/types.h>
-#include <csignal>
 
+#include <csignal>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -31,6 +32,8 @@ class HoldSignals {
 /// destructor removes what was written and the file stands as it was.
 class FileReplacement {
  public:
+  static constexpr off_t END_OF_FILE = std::numeric_limits<off_t>::max();
+
   /// Makes the temporary file in the directory of `path`, which is no link. `old` is the file that is replaced, open
   /// for reading, and gives permissions and, where allowed, owner; -1 when the file is new.
   FileReplacement(std::string path, int old);
@@ -40,7 +43,8 @@ class FileReplacement {
 
   void Write(std::string_view bytes);
 
-  /// Writes what the old file holds from `begin` up to `end`, or to its end when that comes first.
+  /// Writes what the old file holds from `begin` up to `end`, or all the rest for END_OF_FILE. A file that ends before
+  /// `end` has been shortened meanwhile: a failure, so that what is left of it never passes for the whole.
   void Copy(off_t begin, off_t end);
 
   /// Writes a line feed unless a line is complete or none has begun.

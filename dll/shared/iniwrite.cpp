@@ -1,6 +1,5 @@
 // Changing one entry: a first pass over the lines finds the bytes that go, a second copies everything else as it
 // stands.
-#include <limits>
 #include <new>
 #include <string>
 
@@ -12,8 +11,6 @@
 
 namespace vorlix {
 namespace {
-
-constexpr off_t END_OF_FILE = std::numeric_limits<off_t>::max();
 
 /// The bytes from `begin` to `end` make room for the entry.
 struct Place {
@@ -71,7 +68,7 @@ bool RewriteFile(const std::string& path, IniFile& file, std::string_view sectio
   }
   out.EndLine();
   WriteEntry(out, entry, value);
-  out.Copy(place.end, END_OF_FILE);
+  out.Copy(place.end, FileReplacement::END_OF_FILE);
   return out.Commit();
 }
 

@@ -1,0 +1,309 @@
+// Dictionaries: what opening one costs beside readers that build no dictionary, how that grows, and whether finding
+// something takes longer the larger a dictionary is. Files are in the page cache; sections have 8 lines, as those of
+// fields have.
+//
+// Opening is measured without the release of what was opened. Lookups are for as many names as the dialogs on a screen
+// have, spread through the dictionary and again and again: what is compared is the search, not how much memory the
+// processor has at hand.
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "bench/measure.h"
+#include "dll/server/functions.h"
+#include "dll/server/srvlocal.h"
+#include "dll/shared/dictkrnl.h"
+#include "dll/shared/dlglevel.h"
+
+#ifdef HAVE_INIH
+#include <ini.h>
+#endif
+#ifdef HAVE_GLIB
+#include <glib.h>
+#endif
+
+namespace {
+
+using namespace vorlix;
+using vorlix::bench::Contender;
+
+constexpr int SMALL = 1'000;
+constexpr int MEDIUM = 10'000;
+constexpr int LARGE = 100'000;
+constexpr int DIALOGS = 100;
+constexpr int NAMES = 100;
+
+constexpr int OPEN_RUNS = 11;
+constexpr int LOOKUP_RUNS = 301;
+constexpr int CHECK_RUNS = 31;
+
+constexpr double OPEN_GOAL = 3;
+constexpr double LOOKUP_GOAL = 1.5;
+
+void Expect(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "dict: %s\n", what);
+  std::exit(1);
+}
+
+// ---- The files ------------------------------------------------------------------------------------------------------
+
+std::string Number(const char* before, int number) { return before + std::to_string(number); }
+std::string Handle(int field) { return Number("dlg", field % DIALOGS); }
+std::string Field(int number) { return Number("field", number); }
+
+void WriteSections(std::ofstream& file, int count) {
+  file << "[catalog]\n";
+  for (int i = 0; i < DIALOGS; ++i) file << Handle(i) << "=DIALOG" << i << '\n';
+  for (int i = 0; i < count; ++i)
+    file << '[' << Handle(i) << '.' << Field(i) << "]\nPATH=customer.address.line" << i
+         << "\nOBJTYPE=ET\nFTYP=N\nFVTYP=I\nFFMT=lRbzTPg\nFLEN=12\nFMIN=0\nFMAX=" << i << "\n\n";
+}
+
+void WriteCatalog(std::ofstream& file, int count) {
+  file << "[catalog]\n";
+  for (int i = 0; i < count; ++i) file << "handle" << i << "=DIALOG" << i << '\n';
+}
+
+void WriteItems(std::ofstream& file, int count) {
+  file << "[catalog]\nd=LIST\n[list]\n";
+  for (int i = 0; i < count; ++i) file << "item" << i << "=value " << i << '\n';
+}
+
+void WriteOneItem(std::ofstream& file, int count) {
+  file << "[list]\n";
+  for (int i = 0; i < count; ++i) file << "item=value " << i << '\n';
+}
+
+/// A file that is there until the end of the scope.
+class DictFile {
+ public:
+  DictFile(void (*write)(std::ofstream&, int), int count) {
+    std::ofstream file(Path());
+    write(file, count);
+  }
+  ~DictFile() { std::filesystem::remove(Path()); }
+  DictFile(const DictFile&) = delete;
+  DictFile& operator=(const DictFile&) = delete;
+
+  const char* Path() const { return "bench-dict.tmp"; }
+
+  void Open(const char* id, int32_t level) const {
+    int32_t rc = 99;
+    Expect(dict_Open(id, Path(), level, IntByReference(&rc)) == 0 && rc == 0, "a dictionary does not open");
+  }
+};
+
+// ---- Opening --------------------------------------------------------------------------------------------------------
+
+double Milliseconds(const std::function<void()>& work) {
+  const Contender once = {"", work};
+  return bench::NanosecondsPerRound(once, 1) / 1e6;
+}
+
+double TimeOpen(const DictFile& file) {
+  const double taken = Milliseconds([&] { file.Open("BENCH", 1); });
+  dict_CloseAll();
+  return taken;
+}
+
+#ifdef HAVE_INIH
+double TimeInih(const DictFile& file) {
+  int lines = 0;
+  const auto count = [](void* of, const char*, const char*, const char*) { return ++*static_cast<int*>(of); };
+  const double taken = Milliseconds([&] { ini_parse(file.Path(), count, &lines); });
+  Expect(lines > 0, "inih reads nothing");
+  return taken;
+}
+#endif
+
+#ifdef HAVE_GLIB
+double TimeGlib(const DictFile& file) {
+  GKeyFile* keys = g_key_file_new();
+  const double taken = Milliseconds([&] {
+    Expect(g_key_file_load_from_file(keys, file.Path(), G_KEY_FILE_NONE, nullptr) != 0, "GKeyFile reads nothing");
+  });
+  g_key_file_free(keys);
+  return taken;
+}
+#endif
+
+struct Opening {
+  const char* name;
+  double (*time)(const DictFile& file);
+};
+
+constexpr Opening OPENINGS[] = {
+    {"dict_Open", TimeOpen},
+#ifdef HAVE_INIH
+    {"inih, reading alone", TimeInih},
+#endif
+#ifdef HAVE_GLIB
+    {"GKeyFile", TimeGlib},
+#endif
+};
+
+/// The medians of these ways to read a file, run in turn.
+std::vector<double> TimeOpenings(const DictFile& file, size_t number) {
+  std::vector<std::vector<double>> samples(number);
+  for (int run = 0; run < OPEN_RUNS; ++run)
+    for (size_t i = 0; i < number; ++i) samples[i].push_back(OPENINGS[i].time(file));
+  std::vector<double> medians;
+  for (std::vector<double>& of_one : samples) {
+    std::sort(of_one.begin(), of_one.end());
+    medians.push_back(of_one[of_one.size() / 2]);
+  }
+  return medians;
+}
+
+void MeasureOpening() {
+  const DictFile file(WriteSections, LARGE);
+  const std::vector<double> medians = TimeOpenings(file, std::size(OPENINGS));
+  for (size_t i = 1; i < medians.size(); ++i) {
+    std::printf("open %d sections    %8.1f ms  %-20s %8.1f ms  ratio %.2f", LARGE, medians[0], OPENINGS[i].name,
+                medians[i], medians[0] / medians[i]);
+    if (i == 1) std::printf(" (goal %.0f)", OPEN_GOAL);
+    std::putchar('\n');
+  }
+}
+
+void MeasureGrowth() {
+  const struct {
+    const char* what;
+    void (*write)(std::ofstream&, int);
+  } ROWS[] = {{"sections", WriteSections},
+              {"catalog lines", WriteCatalog},
+              {"list items", WriteItems},
+              {"lines of one item", WriteOneItem}};
+  for (const auto& row : ROWS) {
+    const double medium = TimeOpenings(DictFile(row.write, MEDIUM), 1)[0];
+    const double large = TimeOpenings(DictFile(row.write, LARGE), 1)[0];
+    std::printf("open, %-18s %8.1f ms for %d  %8.1f ms for %d  %.1f times as much\n", row.what, medium, MEDIUM, large,
+                LARGE, large / medium);
+  }
+}
+
+// ---- Finding --------------------------------------------------------------------------------------------------------
+
+volatile int32_t kept;  // what is found is used
+
+/// A name for each lookup of a round, made from numbers spread through what has `size` of them.
+std::vector<std::string> Spread(int size, const std::function<std::string(int)>& make_name) {
+  std::vector<std::string> names;
+  for (int i = 0; i < NAMES; ++i)
+    names.push_back(make_name(static_cast<int>(int64_t{i} * 7919 * (size / NAMES) % size)));
+  return names;
+}
+
+Contender Lookups(const std::vector<std::string>& names, int32_t (*look_up)(int32_t level, const std::string& name),
+                  int32_t level) {
+  return {"", [=] {
+            for (const std::string& name : names) kept = look_up(level, name);
+          }};
+}
+
+int32_t FindOne(int32_t level, const std::string& name) {
+  const SectionPtr section = FindSection(*GetDlgDict(level, level == 1 ? 1 : 0), name);
+  Expect(section != nullptr, "a section is not found");
+  return static_cast<int32_t>(section->position);
+}
+
+/// A String with room for what is found.
+DllString Room() {
+  static std::array<char, 2000> room;
+  return {static_cast<int32_t>(room.size()), 0, room.data()};
+}
+
+int32_t GetOne(int32_t level, const std::string& name) {
+  const size_t slash = name.find('/');
+  const std::string dialog = Number("D0", level) + name.substr(0, slash);
+  DllString xbuf = Room();
+  Expect(dict_Get(dialog.c_str(), name.c_str() + slash + 1, xbuf) == 0 && xbuf.len > 0, "a field is not found");
+  return xbuf.len;
+}
+
+int32_t ListOne(int32_t level, const std::string& name) {
+  DllString value = Room();
+  Expect(dict_List(level == 1 ? "D01LIST" : "D02LIST", name.c_str(), value) == 0 && value.len > 0,
+         "an item is missing");
+  return value.len;
+}
+
+void MeasureLookup(const char* what, int32_t (*look_up)(int32_t, const std::string&),
+                   const std::function<std::string(int)>& make_name) {
+  const std::vector<double> medians = bench::MeasureInterleaved(
+      {Lookups(Spread(SMALL, make_name), look_up, 1), Lookups(Spread(LARGE, make_name), look_up, 2)}, 10, LOOKUP_RUNS);
+  std::printf("%-24s %8.1f ns among %d  %8.1f ns among %d  ratio %.2f (goal %.1f)\n", what, medians[0] / NAMES, SMALL,
+              medians[1] / NAMES, LARGE, medians[1] / medians[0], LOOKUP_GOAL);
+}
+
+/// Opens a small dictionary at level 1 and a large one at level 2.
+void OpenBoth(void (*write)(std::ofstream&, int)) {
+  dict_CloseAll();
+  DictFile(write, SMALL).Open("SMALL", 1);
+  DictFile(write, LARGE).Open("LARGE", 2);
+}
+
+void MeasureChecks() {
+  std::vector<Contender> contenders;
+  for (const char* const id : {"SMALL", "LARGE"})
+    contenders.push_back({id, [dict = FindDict(id, DICT_ORIGINAL)] {
+                            Expect(AddDlgLevel(dict, 3) == 0, "a level is refused");
+                            FreeDlgLevel(3);
+                          }});
+  const std::vector<double> medians = bench::MeasureInterleaved(contenders, 1, CHECK_RUNS);
+  const double small = medians[0] / SMALL, large = medians[1] / LARGE;
+  std::printf("%-24s %8.1f ns among %d  %8.1f ns among %d  ratio %.2f (goal %.1f)\n", "a level, per section", small,
+              SMALL, large, LARGE, large / small, LOOKUP_GOAL);
+}
+
+void MeasureFinding() {
+  OpenBoth(WriteSections);
+  MeasureLookup("FindSection", FindOne, [](int i) { return Handle(i) + "." + Field(i); });
+  MeasureLookup("dict_Get", GetOne, [](int i) { return Number("DIALOG", i % DIALOGS) + "/" + Field(i); });
+  MeasureChecks();
+  OpenBoth(WriteItems);
+  MeasureLookup("dict_List", ListOne, [](int i) { return Number("item", i); });
+  dict_CloseAll();
+}
+
+#ifdef HAVE_GLIB
+void MeasureGlib() {
+  const DictFile file(WriteSections, LARGE);
+  GKeyFile* keys = g_key_file_new();
+  g_key_file_load_from_file(keys, file.Path(), G_KEY_FILE_NONE, nullptr);
+  const std::vector<std::string> names = Spread(LARGE, [](int i) { return Handle(i) + "." + Field(i); });
+  const Contender look_up = {"", [&] {
+                               for (const std::string& name : names) kept = g_key_file_has_group(keys, name.c_str());
+                             }};
+  std::printf("%-24s %8.1f ns among %d\n", "GKeyFile, has group",
+              bench::MeasureInterleaved({look_up}, 10, LOOKUP_RUNS)[0] / NAMES, LARGE);
+  g_key_file_free(keys);
+}
+#endif
+
+}  // namespace
+
+int main() {
+  bench::PinToOneCore();
+  Expect(BuildLocale() == 0, "no locale");
+  MeasureOpening();
+  MeasureGrowth();
+  MeasureFinding();
+#ifdef HAVE_GLIB
+  MeasureGlib();
+#else
+  std::puts("GLib is not there: its rows are left out");
+#endif
+#ifndef HAVE_INIH
+  std::puts("inih is not there: its rows are left out");
+#endif
+  return 0;
+}

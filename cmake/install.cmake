@@ -1,0 +1,53 @@
+# What `cmake --install` puts in place: the programs, the client library with its headers, what finds it, and the manual.
+include(CMakePackageConfigHelpers)
+
+# The client library as one archive, which needs nothing but C++20.
+add_library(vorlix_client STATIC $<TARGET_OBJECTS:vorlix_host> $<TARGET_OBJECTS:vorlix_shared>
+  $<TARGET_OBJECTS:vorlix_hostif>)
+set_target_properties(vorlix_client PROPERTIES OUTPUT_NAME vorlix EXPORT_NAME host LINKER_LANGUAGE CXX)
+target_compile_features(vorlix_client INTERFACE cxx_std_20)
+# Headers name each other from the root of the project.
+set(HEADERS_DIR ${CMAKE_INSTALL_INCLUDEDIR}/vorlix)
+target_include_directories(vorlix_client INTERFACE $<INSTALL_INTERFACE:${HEADERS_DIR}>)
+
+install(TARGETS vorlix RUNTIME)
+# Not a command of users: hosts and the tool look for it here.
+install(TARGETS vorlix.dll RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR})
+install(TARGETS vorlix_client EXPORT Vorlix ARCHIVE)
+install(DIRECTORY host DESTINATION ${HEADERS_DIR} FILES_MATCHING PATTERN "*.h")
+install(FILES hostif/layout.h hostif/math.h DESTINATION ${HEADERS_DIR}/hostif)
+
+# The CMake package.
+set(PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Vorlix)
+set(SERVER_PATH ${CMAKE_INSTALL_LIBEXECDIR}/vorlix.dll)
+configure_package_config_file(cmake/VorlixConfig.cmake.in ${PROJECT_BINARY_DIR}/VorlixConfig.cmake
+  INSTALL_DESTINATION ${PACKAGE_DIR} PATH_VARS SERVER_PATH NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/VorlixConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(EXPORT Vorlix NAMESPACE Vorlix:: DESTINATION ${PACKAGE_DIR} FILE VorlixTargets.cmake)
+install(FILES ${PROJECT_BINARY_DIR}/VorlixConfig.cmake ${PROJECT_BINARY_DIR}/VorlixConfigVersion.cmake
+  DESTINATION ${PACKAGE_DIR})
+
+# pkg-config finds the prefix from where its file lies, so that any prefix does.
+set(PKGCONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH PREFIX_FROM_PKGCONFIG /${PKGCONFIG_DIR} /)
+configure_file(cmake/vorlix.pc.in ${PROJECT_BINARY_DIR}/vorlix.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/vorlix.pc DESTINATION ${PKGCONFIG_DIR})
+
+# The manual.
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+find_program(SCDOC scdoc)
+if(SCDOC)
+  foreach(PAGE vorlix.1 vorlix.dll.8)
+    cmake_path(GET PAGE EXTENSION LAST_ONLY SECTION)
+    string(SUBSTRING ${SECTION} 1 -1 SECTION)
+    set(SOURCE ${PROJECT_SOURCE_DIR}/docs/man/${PAGE}.scd)
+    add_custom_command(OUTPUT ${PROJECT_BINARY_DIR}/${PAGE} DEPENDS ${SOURCE}
+      COMMAND ${SCDOC} <${SOURCE} >${PROJECT_BINARY_DIR}/${PAGE})
+    list(APPEND PAGES ${PROJECT_BINARY_DIR}/${PAGE})
+    install(FILES ${PROJECT_BINARY_DIR}/${PAGE} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${SECTION})
+  endforeach()
+  add_custom_target(man ALL DEPENDS ${PAGES})
+else()
+  message(STATUS "scdoc is not there: no manual pages are built")
+endif()

@@ -1,0 +1,88 @@
+// The calls on filter sets: a chosen set of the fields of a dialog, each with a value, that the host walks through with
+// a filter.
+#include "dll/server/functions.h"
+#include "dll/shared/debug.h"
+#include "dll/shared/varcontext.h"
+#include "dll/shared/xpack.h"
+
+namespace vorlix {
+namespace {
+
+constexpr char DICT = TRACE_DICT;
+
+int32_t HostResult(int32_t result) {
+  switch (result) {
+    case VAR_OK: return RESULT_OK;
+    case VAR_NO_ROOM: return RESULT_TOO_SHORT;
+    case VAR_NO_MEMORY: return RESULT_NO_MEMORY;
+    case VAR_CORRUPT: return RESULT_CORRUPT;
+    default: return RESULT_REFUSED;
+  }
+}
+
+/// The same for calls that tell the host in `eof_p` when there is no variable, or no further one.
+int32_t HostResult(int32_t result, const IntByReference& eof_p) {
+  eof_p = result == VAR_NONE ? 1 : 0;
+  return result == VAR_NONE ? RESULT_OK : HostResult(result);
+}
+
+}  // namespace
+
+int32_t dict_XbufFilterInit(zString dlgID, In<String> xbuf, Out<IntByReference> eof_p) {
+  DebugEntry(DICT, "dict_XbufFilterInit");
+  return HostResult(VarInitXBUF(dlgID, xbuf.View()), eof_p);
+}
+
+int32_t dict_XbufFilterAdd(zString dlgID, In<String> xbuf) {
+  DebugEntry(DICT, "dict_XbufFilterAdd");
+  return HostResult(VarUpdateXBUF(dlgID, xbuf.View()));
+}
+
+int32_t dict_ListFilterInit(zString dlgID, zString list, Out<IntByReference> eof_p) {
+  DebugEntry(DICT, "dict_ListFilterInit");
+  return HostResult(VarInitLIST(dlgID, list), eof_p);
+}
+
+int32_t dict_VarFilterInit(zString dlgID, zString name, zString val, Out<IntByReference> eof_p) {
+  DebugEntry(DICT, "dict_VarFilterInit");
+  return HostResult(VarInitONE(dlgID, name, val), eof_p);
+}
+
+int32_t dict_FilterInit(zString filterName) {
+  DebugEntry(DICT, "dict_FilterInit");
+  return HostResult(VarInitAccess(filterName));
+}
+
+int32_t dict_FilterNext(Out<String> xdict, Out<String> val, Out<IntByReference> eof_p) {
+  DebugEntry(DICT, "dict_FilterNext");
+  if (const int32_t result = VarGetNext(); result != VAR_OK) return HostResult(result, eof_p);
+  eof_p = 0;
+  const auto value = VarCurrValue();
+  const SectionPtr section = VarCurrSection();
+  if (!value || section == nullptr) return RESULT_REFUSED;
+  if (DllStrFromC(*value, val) != RESULT_OK) {
+    DebugPrint(DICT, 1, "dict_FilterNext() failed: string overflow (val)");
+    return RESULT_TOO_SHORT;
+  }
+  return xpack_dict(*section, xdict);
+}
+
+int32_t dict_FilterSetValue(zString newValue) {
+  DebugEntry(DICT, "dict_FilterSetValue");
+  return HostResult(VarSetCurrValue(newValue));
+}
+
+int32_t dict_FilterToXbuf(Out<String> xbuf) {
+  DebugEntry(DICT, "dict_FilterToXbuf");
+  int64_t length = 0;
+  const int32_t result = VarWriteXBUF(xbuf.buf, xbuf.max, length);
+  xbuf.len = static_cast<int32_t>(length);
+  return HostResult(result);
+}
+
+int32_t dict_FilterFree() {
+  DebugEntry(DICT, "dict_FilterFree");
+  return HostResult(VarFree());
+}
+
+}  // namespace vorlix

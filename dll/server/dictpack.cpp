@@ -1,0 +1,66 @@
+// The calls that pack for dll_SendNext: a dictionary, or a text of the host's.
+//
+// A dictionary is "D", its id as a counted text, the number of its holders and the level that the host gives. One that
+// has no other holder follows with its contents, as counted texts: "C", handle and prefix for each line of the catalog,
+// then "S" and the name for each section, with "I", item name and value for each of its attributes that says something.
+#include <string_view>
+
+#include "dll/server/functions.h"
+#include "dll/shared/csdx.h"
+#include "dll/shared/debug.h"
+#include "dll/shared/dictkrnl.h"
+#include "dll/shared/dlglevel.h"
+
+namespace vorlix {
+namespace {
+
+constexpr char DICT = TRACE_DICT;
+
+void PutSection(const Section& section) {
+  CSDX_PutText("S");
+  CSDX_PutField(section.section.get());
+  AttrText attr;
+  for (int32_t row = ObGetIdx(section.object, 0, attr); row >= 0; row = ObGetIdx(section.object, row + 1, attr)) {
+    if (attr.value.empty() || (attr.type == 'N' && attr.value == "0")) continue;
+    CSDX_PutText("I");
+    CSDX_PutField(attr.item);
+    CSDX_PutField(attr.value);
+  }
+}
+
+void PutDict(const Dict& dict, int32_t level) {
+  CSDX_PutText("D");
+  CSDX_PutField(dict.id);
+  CSDX_PutNumber(dict.instance_cnt);
+  CSDX_PutNumber(level);
+  if (dict.instance_cnt != 1) return;
+  for (const CatalogEntry& entry : dict.catalog) {
+    CSDX_PutText("C");
+    CSDX_PutField(TextOf(entry.hdl));
+    CSDX_PutField(TextOf(entry.pfx));
+  }
+  for (const SectionPtr& section : dict.sections) PutSection(*section);
+}
+
+}  // namespace
+
+int32_t dict_PackDX(zString dlgID, IntByValue lvl) {
+  DebugEntry(DICT, "dict_PackDX");
+  CSDX_Reset();
+  std::string_view hdl;
+  const DictPtr dict = ResolveDlgID(dlgID, hdl);
+  if (dict == nullptr) {
+    DebugPrint(DICT, 1, "dict_PackDX() failed: unknown dlgID '%s'", dlgID);
+    return RESULT_REFUSED;
+  }
+  if (CSDX_Build([&] { PutDict(*dict, lvl); })) return RESULT_OK;
+  DebugPrint(DICT, 1, "dict_PackDX() failed: heap overflow");
+  return RESULT_NO_MEMORY;
+}
+
+int32_t dict_PackBufDX(In<String> buf) {
+  DebugEntry(DICT, "dict_PackBufDX");
+  return CSDX_PackString(buf.View()) == 0 ? RESULT_OK : RESULT_NO_MEMORY;
+}
+
+}  // namespace vorlix

@@ -1,0 +1,146 @@
+// The attributes that are more than a text: numbers, types by name, and flags.
+#include "dll/shared/attrvalue.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cfloat>
+#include <cstdlib>
+#include <iterator>
+#include <limits>
+#include <span>
+
+namespace vorlix {
+namespace {
+
+// Names by code. The empty text is code 0.
+constexpr std::string_view OBJECT_TYPES[] = {"", "ET", "ST", "OF", "CB", "RB", "LB", "MT", "XB"};
+static_assert(std::size(OBJECT_TYPES) == OT_XB + 1);
+
+constexpr std::string_view FIELD_TYPES[] = {"", "N", "D", "Z", "M", "K", "T", "U", "CB", "RB", "LB", "MT", "XB"};
+static_assert(std::size(FIELD_TYPES) == FT_XB + 1);
+
+constexpr std::string_view UNKNOWN_TYPE = "??";
+
+// The code of a name, -1 when there is no such name.
+int32_t CodeOf(std::span<const std::string_view> names, std::string_view name) {
+  for (size_t code = 0; code < names.size(); ++code)
+    if (EqualNoCase(names[code], name)) return static_cast<int32_t>(code);
+  return -1;
+}
+
+std::string_view NameOf(std::span<const std::string_view> names, int32_t code) {
+  return code > 0 && static_cast<size_t>(code) < names.size() ? names[static_cast<size_t>(code)] : UNKNOWN_TYPE;
+}
+
+struct NotifyWord {
+  std::string_view word;
+  uint32_t flag;
+};
+
+constexpr NotifyWord NOTIFY_WORDS[] = {
+    {"valid", OBJ_NOTIFY_VALID},
+    {"empty", OBJ_NOTIFY_EMPTY},
+    {"always", OBJ_NOTIFY_ALWAYS},
+    {"fsearch", OBJ_NOTIFY_FSEARCH},
+};
+
+constexpr uint32_t NotifyFlags() {
+  uint32_t flags = 0;
+  for (const NotifyWord& row : NOTIFY_WORDS) flags |= row.flag;
+  return flags;
+}
+
+bool IsLetter(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
+
+// The flag of the next word, 0 when there is no such word. Skips what stands before the word and the one character
+// behind it, which becomes its NUL: so a text can end in one character that is no letter, but not in two, where the
+// second announces a word that does not come.
+uint32_t NextNotifyFlag(char*& text) {
+  while (*text != '\0' && !IsLetter(*text)) ++text;
+  const char* const word = text;
+  while (IsLetter(*text)) ++text;
+  if (*text != '\0') *text++ = '\0';
+  const auto* const row =
+      std::ranges::find_if(NOTIFY_WORDS, [word](const NotifyWord& entry) { return EqualNoCase(entry.word, word); });
+  return row != std::end(NOTIFY_WORDS) ? row->flag : 0;
+}
+
+}  // namespace
+
+int32_t ReadNumber(const char* text) {
+  using Range = std::numeric_limits<int32_t>;
+  return static_cast<int32_t>(std::clamp<long>(std::strtol(text, nullptr, 10), Range::min(), Range::max()));
+}
+
+// strtod would also read hexadecimal numbers and words such as "nan".
+double ReadReal(const char* text) {
+  const char* digits = text;
+  while (std::isspace(static_cast<unsigned char>(*digits))) ++digits;
+  if (*digits == '+' || *digits == '-') ++digits;
+  const bool is_hexadecimal = digits[0] == '0' && LowerCase(digits[1]) == 'x';
+  const bool is_decimal = std::isdigit(static_cast<unsigned char>(*digits)) || *digits == '.';
+  return is_decimal && !is_hexadecimal ? std::clamp(std::strtod(text, nullptr), -DBL_MAX, DBL_MAX) : 0;
+}
+
+int32_t SetObjectType(Object& object, OwnedText& value) {
+  object.objtype = OT_NONE;
+  if (value == nullptr) return ATTR_FAILED;
+  const int32_t code = CodeOf(OBJECT_TYPES, value.get());
+  if (code < 0) return ATTR_FAILED;
+  object.objtype = code;
+  return ATTR_OK;
+}
+
+std::string_view GetObjectType(const Object& object, ComputedText&) { return NameOf(OBJECT_TYPES, object.objtype); }
+
+int32_t SetFieldType(Object& object, OwnedText& value) {
+  object.ftyp = FT_NONE;
+  object.ftyp_text.reset();
+  if (value == nullptr) return ATTR_FAILED;
+  const int32_t code = CodeOf(FIELD_TYPES, value.get());
+  if (code < 0) return SetText<&Object::ftyp_text>(object, value);
+  object.ftyp = code;
+  return ATTR_OK;
+}
+
+std::string_view GetFieldType(const Object& object, ComputedText&) {
+  return object.ftyp == FT_NONE ? TextOf(object.ftyp_text) : NameOf(FIELD_TYPES, object.ftyp);
+}
+
+int32_t SetRequired(Object& object, OwnedText& value) {
+  object.flags &= ~uint32_t{OBJ_REQUIRED};
+  if (value == nullptr) return ATTR_FAILED;
+  const std::string_view text = value.get();
+  if (text == "1") object.flags |= OBJ_REQUIRED;
+  return text == "1" || text == "0" || text.empty() ? ATTR_OK : ATTR_FAILED;
+}
+
+std::string_view GetRequired(const Object& object, ComputedText&) {
+  return (object.flags & OBJ_REQUIRED) != 0 ? "1" : "0";
+}
+
+int32_t SetNotify(Object& object, OwnedText& value) {
+  object.flags &= ~NotifyFlags();
+  if (value == nullptr) return ATTR_FAILED;
+  uint32_t flags = 0;
+  for (char* text = value.get(); *text != '\0';) {
+    const uint32_t flag = NextNotifyFlag(text);
+    if (flag == 0) return ATTR_FAILED;
+    flags |= flag;
+  }
+  object.flags |= flags;
+  return ATTR_OK;
+}
+
+std::string_view GetNotify(const Object& object, ComputedText& computed) {
+  char* end = computed.data();
+  for (const NotifyWord& row : NOTIFY_WORDS) {
+    if ((object.flags & row.flag) == 0) continue;
+    if (end != computed.data()) *end++ = ',';
+    end = std::ranges::copy(row.word, end).out;
+  }
+  *end = '\0';
+  return {computed.data(), end};
+}
+
+}  // namespace vorlix

@@ -1,0 +1,133 @@
+// The attributes of dictionary objects: the record that holds them, and every way to set, read, copy, check and release
+// them.
+//
+// One table, in dictattr.cpp, has a row for each attribute, and all operations here go by its rows. Rows are numbered
+// from 0; the first ATTRIBUTE_COUNT of them can be read, and their order is that of dumps, of packed dictionaries and
+// of copies. The rows behind them can be set only: MODEL, and an old name of VALID.
+//
+// Every attribute has two names, both without regard to case: the item name, in dictionary files, and the exchange
+// name, in XBUFs. Values are texts on the way in and out, and end in NUL. What fails has been traced when it returns
+// ATTR_FAILED; `section` is the name that the messages give.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+#include "dll/shared/text.h"
+
+namespace vorlix {
+
+/// What an object is on the screen. 0 is none.
+enum ObjectType : int32_t { OT_NONE, OT_ET, OT_ST, OT_OF, OT_CB, OT_RB, OT_LB, OT_MT, OT_XB };
+
+/// What a field holds. 0 is none, or a type that only the host knows, see Object::ftyp_text.
+enum FieldType : int32_t { FT_NONE, FT_N, FT_D, FT_Z, FT_M, FT_K, FT_T, FT_U, FT_CB, FT_RB, FT_LB, FT_MT, FT_XB };
+
+/// Bits of Object::flags: FREQ, and the wishes of NOTIFY.
+enum ObjectFlag : uint32_t {
+  OBJ_REQUIRED = 0x1,
+  OBJ_NOTIFY_VALID = 0x2,
+  OBJ_NOTIFY_EMPTY = 0x4,
+  OBJ_NOTIFY_ALWAYS = 0x8,
+  OBJ_NOTIFY_FSEARCH = 0x10,
+};
+
+/// The attributes of one object. A text is null when absent, and never empty.
+struct Object {
+  uint32_t mask = 0;  // a bit for each attribute that has been set, also when it was set to the empty text
+  OwnedText path;
+  int32_t objtype = OT_ET;  // an ObjectType
+  int32_t ftyp = FT_NONE;   // a FieldType
+  OwnedText ftyp_text;      // FTYP as written, when it is no FieldType
+  OwnedText fvtyp;
+  OwnedText ffmt;
+  int32_t flen = 0;
+  int32_t fprec = 0;
+  double fmin = 0;
+  double fmax = 0;
+  OwnedText default_value;
+  OwnedText fempty;
+  OwnedText valid;
+  OwnedText fsearch;
+  OwnedText fcheck;
+  OwnedText output;
+  OwnedText model;  // a section of a model dictionary to inherit from
+  OwnedText init;
+  OwnedText load;
+  uint32_t flags = 0;  // ObjectFlags
+};
+
+/// A text attribute as a view, which ends in NUL; "" when absent.
+inline std::string_view TextOf(const OwnedText& text) { return text != nullptr ? text.get() : ""; }
+
+/// The rows that can be read are 0 to ATTRIBUTE_COUNT - 1.
+inline constexpr int32_t ATTRIBUTE_COUNT = 19;
+
+/// Results of setting and copying.
+enum AttrResult : int32_t {
+  ATTR_FAILED = -2,
+  ATTR_OK = 0,
+  ATTR_KEPT = 1,  // the object has taken the text over
+};
+
+/// Makes the object one whose section has no lines: nothing set, of type ET.
+void ObInit(Object& object);
+
+/// Releases all texts and clears everything, OBJTYPE too.
+void ObFree(Object& object);
+
+/// Sets the attribute of a row, its bit in `mask` included. `value` is taken over where the result is ATTR_KEPT and
+/// stays the caller's otherwise; a null one is invalid. A value longer than the row allows is refused and changes
+/// nothing; any other failure leaves the attribute absent or zero.
+int32_t ObSetIdx(Object& object, int32_t row, OwnedText& value, const char* section);
+
+/// Sets the attribute with this item name; also an empty value is set, after a warning.
+int32_t ObSet(Object& object, std::string_view item, OwnedText& value, const char* section);
+
+/// Room for the text of any attribute that is not stored as text.
+using ComputedText = std::array<char, 32>;
+
+/// One attribute as text. The value borrows from the object, or from here where it is computed: it holds until either
+/// changes. Item name and value end in NUL.
+struct AttrText {
+  AttrText() = default;
+  AttrText(const AttrText&) = delete;
+  AttrText& operator=(const AttrText&) = delete;
+
+  std::string_view item;
+  std::string_view value;
+  char type = 0;  // 'X' text, 'N' numeric
+
+  ComputedText computed;
+};
+
+/// Reads the attribute of row `n`; its index is the result, or -1 when no row of this number can be read. All of them:
+///
+///   for (int32_t row = ObGetIdx(object, 0, attr); row >= 0; row = ObGetIdx(object, row + 1, attr))
+int32_t ObGetIdx(const Object& object, int32_t n, AttrText& attr);
+
+/// The exchange name of row `n`; null, which is traced, when no row of this number can be read.
+const char* ObGetAlias(int32_t n);
+
+/// The row that has this exchange name and can be read, or -1.
+int32_t ObFindAlias(std::string_view alias);
+
+/// The item name of a row, "" for a number that has none.
+const char* ObGetItem(int32_t row);
+
+enum class CopyMode : int32_t {
+  All = 0,
+  Set = 1,      // what has been set in the source
+  Missing = 2,  // what has been set in the source and not in the destination
+};
+
+/// Copies attributes, as far as they can be read. A failure ends the copy; what has been copied stays.
+int32_t ObCopy(Object& dst, const Object& src, CopyMode mode, const char* section);
+
+/// Checks an object that has been loaded or updated, and completes it: the field type that its OBJTYPE forces, formats
+/// and value types in today's notation, and the default format, length and precision of its field type in the locale in
+/// force. The first failure ends it; what has been completed stays.
+int32_t ObCheck(Object& object, const char* section);
+
+}  // namespace vorlix

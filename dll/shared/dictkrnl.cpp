@@ -1,0 +1,113 @@
+// The dictionary list, the lookups over sections, and the release of dictionaries.
+#include "dll/shared/dictkrnl.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "dll/shared/debug.h"
+#include "dll/shared/dlglevel.h"
+
+namespace vorlix {
+namespace {
+
+constexpr char DICT = TRACE_DICT;
+
+std::list<DictPtr> dicts;
+
+/// Whether a search with this `len` is for a whole name.
+bool IsWhole(std::string_view name, size_t len) { return len == 0 || len > name.size(); }
+
+bool HasName(const Section& section, std::string_view name, size_t len) {
+  if (name.data() == nullptr) return true;
+  const std::string_view own = section.section.get();
+  return IsWhole(name, len) ? EqualNoCase(own, name) : StartsWithNoCase(own, name.substr(0, len));
+}
+
+SectionPtr SectionAt(const Dict& dict, size_t position) {
+  return position < dict.sections.size() ? dict.sections[position] : nullptr;
+}
+
+/// The first section from a position on.
+SectionPtr Scan(const Dict& dict, size_t position, std::string_view name, size_t len) {
+  while (position < dict.sections.size() && !HasName(*dict.sections[position], name, len)) ++position;
+  return SectionAt(dict, position);
+}
+
+}  // namespace
+
+const std::list<DictPtr>& DictList() { return dicts; }
+
+void LinkDict(std::list<DictPtr>& fresh) noexcept { dicts.splice(dicts.begin(), fresh); }
+
+DictPtr FindDict(std::string_view id, DictKind kind) {
+  const auto found = std::find_if(dicts.begin(), dicts.end(),
+                                  [&](const DictPtr& dict) { return dict->kind == kind && EqualNoCase(dict->id, id); });
+  return found != dicts.end() ? *found : nullptr;
+}
+
+SectionPtr FindSection(const Dict& dict, std::string_view name, size_t len) {
+  if (name.data() == nullptr) return Scan(dict, 0, name, len);
+  if (IsWhole(name, len)) return SectionAt(dict, dict.sections.Find(name));
+  // The usual prefix is the handle of a dialog and its ".".
+  if (name.find('.') == len - 1) return SectionAt(dict, dict.sections.FindGroup(name.substr(0, len - 1)));
+  return Scan(dict, 0, name, len);
+}
+
+SectionPtr FindNextSection(const Dict& dict, const Section& after, std::string_view name, size_t len) {
+  return Scan(dict, after.position + 1, name, len);
+}
+
+SectionPtr AddSection(Dict& dict, std::string_view name) {
+  // The name first: so it comes to lie beside the start of its section, and a search reads both at once.
+  OwnedText own_name = CopyText(name);
+  if (own_name == nullptr) throw HeapOverflow("section->section");
+  std::transform(name.begin(), name.end(), own_name.get(), LowerCase);
+  try {
+    const SectionPtr section = std::make_shared<Section>();
+    section->section = std::move(own_name);
+    dict.sections.Append(section);
+    return section;
+  } catch (const std::bad_alloc&) {
+    throw HeapOverflow("section");
+  }
+}
+
+int32_t FreeDict(Dict& dict) {
+  DebugEntry(DICT, "FreeDict");
+  DebugPrint(DICT, 3, "FreeDict(id='%s') instance=%d", dict.id.c_str(), dict.instance_cnt);
+  if (--dict.instance_cnt > 0) {
+    DebugPrint(DICT, 3, "FreeDict(): instance_cnt decremented (%d)", dict.instance_cnt);
+    return 0;
+  }
+  Dict empty;
+  empty.instance_cnt = dict.instance_cnt;
+  empty.kind = dict.kind;
+  dict = std::move(empty);
+  DebugPrint(DICT, 3, "FreeDict(): dictionary freed");
+  return 1;
+}
+
+void RemoveDict(DictPtr dict) {
+  DebugEntry(DICT, "RemoveDict");
+  DebugPrint(DICT, 3, "RemoveDict(id='%s')", dict->id.c_str());
+  if (FreeDict(*dict) == 1) dicts.remove(dict);
+}
+
+void CloseDict(int32_t level) {
+  DebugEntry(DICT, "CloseDict");
+  DebugPrint(DICT, 3, "CloseDict(level=%d)", level);
+  // A level keeps its record, even an empty one, until it goes itself: the walk may pass a dictionary twice.
+  for (int32_t idx = 0; const DictPtr dict = GetDlgDict(std::max(level, 0), idx); ++idx) RemoveDict(dict);
+  FreeDlgLevel(level);
+}
+
+void CloseAllDicts() {
+  DebugEntry(DICT, "CloseAllDicts");
+  while (!dicts.empty()) {
+    dicts.front()->instance_cnt = 1;
+    RemoveDict(dicts.front());
+  }
+  FreeDlgLevel(-1);
+}
+
+}  // namespace vorlix

@@ -1,0 +1,176 @@
+// The list of variables, and its two ways: from the items of an XBUF to variables, and back.
+#include "dll/shared/dictvar.h"
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include "dll/shared/debug.h"
+#include "dll/shared/dlglevel.h"
+#include "dll/shared/sectionname.h"
+
+namespace vorlix {
+namespace {
+
+constexpr char DICT = TRACE_DICT;
+
+/// What parts the name of an array from the index of the element.
+constexpr std::string_view ELEMENT_MARK = "__";
+
+}  // namespace
+
+// ---- The list -------------------------------------------------------------------------------------------------------
+
+Variable& VarList::Append(SectionPtr section) {
+  const auto [at, is_first] = first_.try_emplace(section.get(), variables_.size());
+  try {
+    variables_.push_back({std::move(section), nullptr});
+    return variables_.back();
+  } catch (...) {
+    if (is_first) first_.erase(at);
+    throw;
+  }
+}
+
+size_t VarList::Find(const SectionPtr& section) const {
+  const auto found = first_.find(section.get());
+  return found != first_.end() ? found->second : NONE;
+}
+
+void VarList::Clear() noexcept {
+  variables_.clear();
+  first_.clear();
+}
+
+bool SetVarValue(Variable& variable, std::string_view value) noexcept {
+  variable.value.reset();
+  value = value.substr(0, value.find('\0'));
+  if (value.empty()) return true;
+  variable.value = CopyText(value);
+  return variable.value != nullptr;
+}
+
+VarContext& CurrVarContext() {
+  static VarContext current;
+  return current;
+}
+
+// ---- From an XBUF ---------------------------------------------------------------------------------------------------
+
+namespace {
+
+SectionPtr FindItem(const Dict& dict, const XbufItem& item, std::string_view hdl) {
+  std::array<char, 16> element{};
+  if (item.is_element) std::snprintf(element.data(), element.size(), "%s%d", ELEMENT_MARK.data(), item.index);
+  return FindSection(dict, SectionName{hdl, ".", item.name.data(), element.data()}.View());
+}
+
+/// Appends a variable; null when there is no memory for it.
+Variable* AppendVar(const SectionPtr& section) {
+  try {
+    return &CurrVarContext().list.Append(section);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+int32_t NoMemory(const char* name, int step) {
+  DebugPrint(DICT, 1, "AddVar(%s) failed: heap overflow (%d)", name, step);
+  return VAR_NO_MEMORY;
+}
+
+}  // namespace
+
+int32_t AddVar(const Dict& dict, const XbufItem& item, const SectionPtr& section, std::string_view hdl, VarMode mode) {
+  const char* const name = item.name.data();
+  const SectionPtr field = section != nullptr ? section : FindItem(dict, item, hdl);
+  if (field == nullptr) {
+    DebugPrint(DICT, 3, "AddVar(%s): not found in dict", name);
+    return VAR_OK;
+  }
+  VarList& list = CurrVarContext().list;
+  const size_t known = mode == VarMode::Replace ? list.Find(field) : VarList::NONE;
+  Variable* const variable = known != VarList::NONE ? &list[known] : AppendVar(field);
+  if (variable == nullptr) return NoMemory(name, 1);
+  if (!SetVarValue(*variable, item.value)) return NoMemory(name, 2);
+  DebugPrint(DICT, 3, "AddVar(%s): %s", name, known != VarList::NONE ? "value replaced" : "added to list");
+  return VAR_OK;
+}
+
+int32_t VarXBUF(const char* dlgID, std::string_view xbuf, VarMode mode) {
+  std::string_view hdl;
+  const DictPtr dict = ResolveDlgID(dlgID, hdl);
+  if (dict == nullptr) {
+    DebugPrint(DICT, 1, "VarXBUF(): unknown dlgID [%s]", dlgID);
+    return VAR_REFUSED;
+  }
+  XbufReader reader(xbuf);
+  XbufItem item;
+  XbufReader::Step step;
+  while ((step = reader.Next(item)) == XbufReader::Step::Item)
+    if (const int32_t result = AddVar(*dict, item, nullptr, hdl, mode); result != VAR_OK) return result;
+  if (step == XbufReader::Step::Corrupt) {
+    DebugPrint(DICT, 1, "VarXBUF(): buffer corrupt (%d), offset=%lld", int{reader.Fault()},
+               static_cast<long long>(reader.Offset()));
+    return VAR_CORRUPT;
+  }
+  if (!CurrVarContext().list.empty()) return VAR_OK;
+  DebugPrint(DICT, 2, "VarXBUF() warning: no variable added");
+  return VAR_NONE;
+}
+
+// ---- To an XBUF -----------------------------------------------------------------------------------------------------
+
+namespace {
+
+char TypeOf(const Object& object) {
+  const bool is_number = (object.ftyp >= FT_N && object.ftyp <= FT_K) || (object.ftyp >= FT_CB && object.ftyp <= FT_LB);
+  return is_number ? 'N' : 'X';
+}
+
+/// Takes the index of an element off the name, when it has one. An index that is too large for one is part of the name.
+void CutIndex(VarName& real) {
+  const size_t digits = real.name.find_last_not_of("0123456789") + 1;
+  if (digits == real.name.size() || digits <= ELEMENT_MARK.size()) return;
+  const std::string_view array = real.name.substr(0, digits - ELEMENT_MARK.size());
+  if (real.name.substr(array.size(), ELEMENT_MARK.size()) != ELEMENT_MARK) return;
+  int32_t index;
+  const char* const end = real.name.data() + real.name.size();
+  if (std::from_chars(real.name.data() + digits, end, index).ec != std::errc()) return;
+  real.name = array;
+  real.index = index;
+}
+
+}  // namespace
+
+int32_t VarRealName(const Section& section, VarName& real) {
+  const std::string_view name = section.section.get();
+  const size_t dot = name.find('.');
+  if (dot == std::string_view::npos) {
+    DebugEntry(DICT, "VarRealName");
+    DebugPrint(DICT, 1, "VarRealName(): invalid section name [%s]", name.data());
+    return VAR_REFUSED;
+  }
+  real = {name.substr(dot + 1), TypeOf(section.object), 0};
+  CutIndex(real);
+  return VAR_OK;
+}
+
+int32_t VarWriteXBUF(char* buf, int64_t room, int64_t& length) {
+  XbufWriter writer{buf, room};
+  length = 0;
+  for (const Variable& variable : CurrVarContext().list) {
+    VarName real;
+    if (VarRealName(*variable.section, real) != VAR_OK) return VAR_REFUSED;
+    if (!writer.Put(nullptr, real.name, real.type, TextOf(variable.value), real.index)) return VAR_NO_ROOM;
+    length = writer.length;
+  }
+  if (!writer.End()) return VAR_NO_ROOM;
+  length = writer.length;
+  return VAR_OK;
+}
+
+}  // namespace vorlix

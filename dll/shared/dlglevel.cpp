@@ -1,0 +1,205 @@
+// Opening and closing dialog levels, and the lookup of their dialogs.
+#include "dll/shared/dlglevel.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <new>
+#include <utility>
+
+#include "dll/shared/debug.h"
+#include "dll/shared/dlgtable.h"
+
+namespace vorlix {
+namespace {
+
+constexpr char DICT = TRACE_DICT;
+
+/// What stands before the prefix in a dialog ID, and before the dialog's name as far as levels have two digits.
+constexpr size_t NAME_START = 3;
+
+// ---- Opening --------------------------------------------------------------------------------------------------------
+
+bool ReserveDlgHandle() {
+  try {
+    DlgLevels().ReserveHandle();
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+int32_t AddDlgHandle(std::string_view hdl, std::string_view pfx, int32_t level) {
+  if (!ReserveDlgHandle()) {
+    DebugPrint(DICT, 1, "AddDlgHandle() failed: heap overflow (1)");
+    return DLG_NO_MEMORY;
+  }
+  std::array<char, 16> head;
+  std::snprintf(head.data(), head.size(), "D%02d", level);
+  OwnedText own_hdl = CopyText(hdl);
+  OwnedText id = JoinTexts(head.data(), pfx);
+  if (own_hdl == nullptr || id == nullptr) {
+    DebugPrint(DICT, 1, "AddDlgHandle() failed: heap overflow (2)");
+    return DLG_NO_MEMORY;
+  }
+  DlgLevels().PushHandle(std::move(own_hdl), std::move(id));
+  return DLG_OK;
+}
+
+bool IsComplete(const CatalogEntry& entry) {
+  if (entry.hdl == nullptr)
+    DebugPrint(DICT, 1, "AddDlgLevel() failed: missing catalog handle");
+  else if (entry.pfx == nullptr)
+    DebugPrint(DICT, 1, "AddDlgLevel() failed: missing catalog prefix [%s=]", entry.hdl.get());
+  return entry.hdl != nullptr && entry.pfx != nullptr;
+}
+
+/// Adds the dialogs of a catalog. When it is checked, incomplete entries are left out, and DLG_REFUSED is the result.
+int32_t AddCatalog(const Dict& dict, int32_t level, bool check) {
+  int32_t result = DLG_OK;
+  for (const CatalogEntry& entry : dict.catalog) {
+    if (check && !IsComplete(entry))
+      result = DLG_REFUSED;
+    else if (AddDlgHandle(TextOf(entry.hdl), TextOf(entry.pfx), level) != DLG_OK)
+      return DLG_NO_MEMORY;
+  }
+  return result;
+}
+
+bool IsOnTopLevel(std::string_view hdl) {
+  std::string_view id;
+  return MapDlgHandle(hdl, id) == DLG_OK;
+}
+
+/// Reports every section without a handle, or with one that is no dialog's on the top level.
+void ReportSections(const Dict& dict) {
+  for (const SectionPtr& section : dict.sections) {
+    const std::string_view name = section->section.get();
+    const size_t dot = name.find('.');
+    if (dot == std::string_view::npos)
+      DebugPrint(DICT, 1, "AddDlgLevel() failed: missing prefix in section '%s'", name.data());
+    else if (!IsOnTopLevel(name.substr(0, dot)))
+      DebugPrint(DICT, 1, "AddDlgLevel() failed: prefix '%.*s' not found in catalog, section '%s'",
+                 static_cast<int>(dot), name.data(), name.data());
+  }
+}
+
+int32_t CheckSections(const Dict& dict) {
+  const auto known = [](const SectionGroup& group) { return IsOnTopLevel(group.handle); };
+  if (dict.sections.AllGrouped() && std::ranges::all_of(dict.sections.Groups(), known)) return DLG_OK;
+  ReportSections(dict);
+  return DLG_REFUSED;
+}
+
+int32_t FillLevel(const Dict& dict, int32_t level) {
+  const bool is_new = dict.kind == DICT_ORIGINAL && dict.instance_cnt == 1;
+  const int32_t catalog = AddCatalog(dict, level, is_new);
+  if (catalog == DLG_NO_MEMORY || !is_new) return catalog;
+  const int32_t sections = CheckSections(dict);
+  return catalog != DLG_OK ? catalog : sections;
+}
+
+/// Where the levels from `level` up begin in the table; a negative one stands for the top.
+int32_t LowestLevel(int32_t level) { return level < 0 ? DlgLevels().Levels().back().level : level; }
+
+}  // namespace
+
+int32_t AddDlgLevel(const DictPtr& dict, int32_t level) {
+  DebugEntry(DICT, "AddDlgLevel");
+  DebugPrint(DICT, 3, "AddDlgLevel(level=%d)", level);
+  DlgTable& table = DlgLevels();
+  if (!table.Levels().empty() && level < table.Levels().back().level) {
+    DebugPrint(DICT, 1, "AddDlgLevel() failed: level is out of phase");
+    return DLG_REFUSED;
+  }
+  try {
+    table.PushLevel(dict, level);
+  } catch (const std::bad_alloc&) {
+    DebugPrint(DICT, 1, "AddDlgLevel() failed: heap overflow");
+    return DLG_NO_MEMORY;
+  }
+  const int32_t result = FillLevel(*dict, level);
+  if (result != DLG_OK) {
+    const int error = errno;  // of the allocation that failed: the caller reports it
+    FreeDlgLevel(level);
+    errno = error;
+  }
+  return result;
+}
+
+void FreeDlgLevel(int32_t level) {
+  DebugEntry(DICT, "FreeDlgLevel");
+  DlgTable& table = DlgLevels();
+  while (!table.Levels().empty() && table.Levels().back().level >= level) table.PopLevel();
+}
+
+// ---- Looking up -----------------------------------------------------------------------------------------------------
+
+DictPtr GetDlgDict(int32_t level, int32_t idx) {
+  const std::vector<DlgLevel>& levels = DlgLevels().Levels();
+  if (levels.empty()) {
+    DebugPrint(DICT, 2, "GetDlgDict() note: list is empty");
+    return nullptr;
+  }
+  if (levels.back().level < level) DebugPrint(DICT, 1, "GetDlgDict() failed: level %d does not exist", level);
+  if (idx < 0 || static_cast<size_t>(idx) >= levels.size()) return nullptr;
+  const DlgLevel& found = levels[levels.size() - 1 - static_cast<size_t>(idx)];
+  return found.level >= LowestLevel(level) ? found.dict : nullptr;
+}
+
+int32_t GetDlgID(const char* dict_id, int32_t level, int32_t idx, std::string_view& name, std::string_view& id) {
+  name = id = {};
+  const DlgTable& table = DlgLevels();
+  const std::vector<DlgLevel>& levels = table.Levels();
+  if (levels.empty()) {
+    DebugPrint(DICT, 2, "GetDlgID() note: list is empty");
+    return DLG_NONE;
+  }
+  if (levels.back().level < level) DebugPrint(DICT, 1, "GetDlgID() failed: level %d does not exist", level);
+  const int32_t lowest = LowestLevel(level);
+  int64_t left = idx;
+  for (size_t at = levels.size(); left >= 0 && at-- > 0 && levels[at].level >= lowest;) {
+    const std::string& own_id = levels[at].dict->id;
+    DebugPrint(DICT, 3, "GetDlgID(): level = %d, dict_id = \"%s\", id = \"%s\"", level, dict_id, own_id.c_str());
+    if (*dict_id != '\0' && !EqualNoCase(dict_id, own_id)) continue;
+    const auto count = static_cast<int64_t>(table.HandleCount(at));
+    if (left < count) {
+      const auto last = static_cast<int64_t>(levels[at].first_handle) + count - 1;
+      id = table.Handles()[static_cast<size_t>(last - left)].ids[0].get();
+      name = id.substr(NAME_START);
+      return DLG_OK;
+    }
+    left -= count;
+  }
+  return DLG_NONE;
+}
+
+FoundDlg FindDlg(std::string_view dlgID) {
+  DlgTable& table = DlgLevels();
+  const size_t primary = table.FindPrimary(dlgID);
+  const size_t alias = table.FindAlias(dlgID).handle;
+  const size_t newest = alias == DlgTable::NONE || (primary != DlgTable::NONE && primary > alias) ? primary : alias;
+  if (newest == DlgTable::NONE) return {};
+  return {&table.LevelOf(newest), &table.Handles()[newest]};
+}
+
+DictPtr ResolveDlgID(std::string_view dlgID, std::string_view& hdl) {
+  hdl = {};
+  const FoundDlg found = FindDlg(dlgID);
+  if (found.level == nullptr) return nullptr;
+  hdl = found.handle->hdl.get();
+  return found.level->dict;
+}
+
+int32_t MapDlgHandle(std::string_view hdl, std::string_view& id) {
+  id = {};
+  DlgTable& table = DlgLevels();
+  const size_t handle = table.FindHandle(hdl);
+  // Levels never fall towards the top: the newest dialog of this name is on the top level, or none is.
+  if (handle == DlgTable::NONE || table.LevelOf(handle).level != table.Levels().back().level) return DLG_NONE;
+  id = table.Handles()[handle].ids[0].get();
+  return DLG_OK;
+}
+
+}  // namespace vorlix

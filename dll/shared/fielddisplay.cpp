@@ -1,0 +1,158 @@
+// A function for each field type that shows something, in a table by type.
+#include "dll/shared/fielddisplay.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <cstdlib>
+#include <iterator>
+#include <limits>
+#include <string_view>
+
+#include "dll/shared/attrvalue.h"
+#include "dll/shared/clilocal.h"
+#include "dll/shared/datefmt.h"
+#include "dll/shared/fmtflags.h"
+#include "dll/shared/numfmt.h"
+#include "dll/shared/text.h"
+#include "dll/shared/textfmt.h"
+
+namespace vorlix {
+namespace {
+
+using Int32 = std::numeric_limits<int32_t>;
+
+constexpr std::string_view TODAY = "$DATE";
+constexpr std::string_view NOW = "$TIME";
+
+/// Hundredths of an hour, which time fields store.
+constexpr int64_t SECONDS_OF_HUNDREDTH = 36;
+constexpr double HUNDREDTHS_OF_HOUR = 100.0;
+
+// ---- Formatted types ------------------------------------------------------------------------------------------------
+
+void ShowNumber(FieldBuffer& out, const Object& field, const char* value, Clock) {
+  FldFmtNum(out, std::strtod(value, nullptr), field.flen, field.fprec, TextOf(field.ffmt));
+}
+
+void ShowDate(FieldBuffer& out, const Object& field, const char* value, Clock clock) {
+  const std::string_view format = TextOf(field.ffmt);
+  if (EqualNoCase(value, TODAY))
+    FmtDate(out, clock(), field.flen, format);
+  else
+    FldFmtDate(out, ReadNumber(value), EqualNoCase(TextOf(field.fvtyp), "GREG"), field.flen, format);
+}
+
+/// The minutes are rounded to hundredths.
+int32_t HundredthsOf(const std::tm& time) { return time.tm_hour * 100 + (time.tm_min * 100 + 50) / 60; }
+
+void ShowTime(FieldBuffer& out, const Object& field, const char* value, Clock clock) {
+  const std::string_view format = TextOf(field.ffmt);
+  const int32_t hundredths = EqualNoCase(value, NOW) ? HundredthsOf(clock()) : ReadNumber(value);
+  if (!EqualNoCase(TextOf(field.fvtyp), "HM60")) {
+    FldFmtNum(out, hundredths / HUNDREDTHS_OF_HOUR, field.flen, field.fprec, format);
+    return;
+  }
+  const int64_t seconds = hundredths * SECONDS_OF_HUNDREDTH;
+  if (seconds < Int32::min() || seconds > Int32::max())
+    ShowOverflow(out, field.flen);
+  else
+    FldFmtTime(out, static_cast<int32_t>(seconds), field.flen, format);
+}
+
+void ShowMonth(FieldBuffer& out, const Object& field, const char* value, Clock) {
+  FldFmtMonth(out, ReadNumber(value), field.flen, TextOf(field.ffmt));
+}
+
+void ShowWeek(FieldBuffer& out, const Object& field, const char* value, Clock clock) {
+  const std::string_view type = TextOf(field.fvtyp);
+  FieldFormat shown{TextOf(field.ffmt), field.flen};
+  if (!EqualNoCase(value, TODAY)) {
+    FldFmtWeek(out, ReadNumber(value), shown.length, type, shown.format);
+    return;
+  }
+  if (shown.format.empty()) {
+    shown = WeekFieldFormat(type);
+    if (field.flen != 0) shown.length = field.flen;
+  }
+  FmtDate(out, clock(), shown.length, shown.format);
+}
+
+void ShowText(FieldBuffer& out, const Object& field, const char* value, Clock) {
+  FldFmtText(out, value, field.flen, TextOf(field.ffmt));
+}
+
+// ---- Buttons and boxes ----------------------------------------------------------------------------------------------
+
+void ShowInteger(FieldBuffer& out, int64_t number) {
+  std::array<char, 24> digits;
+  const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+  out.Assign({digits.data(), static_cast<size_t>(end - digits.data())});
+}
+
+/// A bound as a whole number, without its decimals.
+int64_t WholeBound(double bound) { return static_cast<int64_t>(std::clamp<double>(bound, Int32::min(), Int32::max())); }
+
+/// FMAX of 0 is no bound.
+int64_t AtMostFmax(int64_t number, const Object& field) {
+  return field.fmax != 0 ? std::min(number, WholeBound(field.fmax)) : number;
+}
+
+void ShowCheckBox(FieldBuffer& out, const Object&, const char* value, Clock) { ShowInteger(out, ReadNumber(value)); }
+
+void ShowRadioButton(FieldBuffer& out, const Object& field, const char* value, Clock) {
+  ShowInteger(out, AtMostFmax(std::max<int64_t>(ReadNumber(value), WholeBound(field.fmin)), field));
+}
+
+/// Entries count from 1, the one of the value FMIN; FMAX bounds that count.
+void ShowListBox(FieldBuffer& out, const Object& field, const char* value, Clock) {
+  const int64_t first = WholeBound(field.fmin);
+  const int64_t number = std::max<int64_t>(ReadNumber(value), first);
+  ShowInteger(out, AtMostFmax(number - first + 1, field));
+}
+
+void ShowAsIs(FieldBuffer& out, const Object&, const char* value, Clock) {
+  out.Assign(std::string_view(value).substr(0, FIELD_MAX));
+}
+
+// ---- The table ------------------------------------------------------------------------------------------------------
+
+using Display = void (*)(FieldBuffer& out, const Object& field, const char* value, Clock clock);
+
+// By FieldType; null where the value stays as it is.
+constexpr Display DISPLAYS[] = {
+    nullptr,          // none
+    ShowNumber,       // N
+    ShowDate,         // D
+    ShowTime,         // Z
+    ShowMonth,        // M
+    ShowWeek,         // K
+    ShowText,         // T
+    ShowText,         // U
+    ShowCheckBox,     // CB
+    ShowRadioButton,  // RB
+    ShowListBox,      // LB
+    nullptr,          // MT
+    ShowAsIs,         // XB
+};
+static_assert(std::size(DISPLAYS) == FT_XB + 1);
+
+}  // namespace
+
+std::tm LocalTimeNow() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  return local;
+}
+
+bool FmtDisplay(FieldBuffer& out, const Object& field, const char* value, Clock clock) {
+  out.Clear();
+  const bool known = field.ftyp >= FT_NONE && static_cast<size_t>(field.ftyp) < std::size(DISPLAYS);
+  const Display display = known ? DISPLAYS[field.ftyp] : nullptr;
+  if (display != nullptr) display(out, field, value, clock);
+  return display != nullptr;
+}
+
+}  // namespace vorlix

@@ -1,0 +1,65 @@
+#include "dll/shared/nameindex.h"
+
+#include <algorithm>
+#include <array>
+
+namespace vorlix {
+namespace {
+
+constexpr size_t LEAST_HEADS = 8;
+
+/// What is left of a byte when no language's case may count.
+constexpr std::array<uint8_t, 256> FOLDED = [] {
+  std::array<uint8_t, 256> folded{};
+  for (unsigned c = 0; c < 256; ++c) {
+    const bool upper = c >= 'A' && c <= 'Z';
+    folded[c] = static_cast<uint8_t>(c >= 128 ? 'i' : upper ? c - 'A' + 'a' : c);
+  }
+  return folded;
+}();
+
+}  // namespace
+
+uint32_t NameIndex::Hash(std::string_view name) noexcept {
+  uint32_t hash = 2166136261U;
+  for (const char c : name) hash = (hash ^ FOLDED[static_cast<unsigned char>(c)]) * 16777619U;
+  return hash ^ hash >> 15;
+}
+
+void NameIndex::Reserve(size_t count) {
+  if (entries_.size() < count) entries_.resize(count);
+  if (used_ < heads_.size()) return;
+  heads_ = std::vector<Link>(std::max(LEAST_HEADS, 2 * heads_.size()));
+  for (uint32_t position = 0; position < entries_.size(); ++position)
+    if (entries_[position].next.position != UNUSED) Enter(position);
+}
+
+void NameIndex::Insert(uint32_t position, std::string_view name) noexcept {
+  entries_[position].hash = Hash(name);
+  Enter(position);
+  ++used_;
+}
+
+void NameIndex::Erase(uint32_t position) noexcept {
+  Entry& entry = entries_[position];
+  if (entry.next.position == UNUSED) return;
+  LinkTo(position) = entry.next;
+  entry.next.position = UNUSED;
+  --used_;
+}
+
+void NameIndex::Enter(uint32_t position) noexcept {
+  Entry& entry = entries_[position];
+  Link& link = LinkTo(position);
+  entry.next = link;
+  link = {entry.hash, position};
+}
+
+/// The link that points to the position, or would.
+NameIndex::Link& NameIndex::LinkTo(uint32_t position) noexcept {
+  Link* link = &heads_[entries_[position].hash & Mask()];
+  while (link->position != NONE && ComesBefore(link->position, position)) link = &entries_[link->position].next;
+  return *link;
+}
+
+}  // namespace vorlix

@@ -1,0 +1,64 @@
+// The sections of a dictionary, in the order of its file. Each describes an object, which is mostly a field of a
+// dialog: the section's name is then the dialog's catalog handle, "." and the name of the field.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+#include "dll/shared/dictattr.h"
+#include "dll/shared/nameindex.h"
+#include "dll/shared/text.h"
+
+namespace vorlix {
+
+/// An object. Its dictionary shares it with whoever remembers it.
+struct Section {
+  OwnedText section;    // its name, in lower case
+  size_t position = 0;  // where it stands in its dictionary
+  Object object;
+};
+using SectionPtr = std::shared_ptr<Section>;
+
+/// A dialog, as far as sections know of it: the part of their names before the first ".".
+struct SectionGroup {
+  std::string_view handle;  // borrows from the name of its first section
+  size_t first;             // the position of that
+};
+
+class SectionList {
+ public:
+  static constexpr size_t NONE = SIZE_MAX;
+
+  /// Appends a section that has its name; throws std::bad_alloc, with the list as it was.
+  void Append(const SectionPtr& section);
+  void RemoveLast() noexcept;
+
+  /// The position of the first section with this name, without regard to case, or NONE.
+  size_t Find(std::string_view name) const noexcept { return sections_.Find(name); }
+
+  /// The position of the first section whose name begins with this handle and ".", or NONE.
+  size_t FindGroup(std::string_view handle) const noexcept;
+
+  /// All groups, in the order of their first sections.
+  const auto& Groups() const { return groups_; }
+  /// Whether every section belongs to a group.
+  bool AllGrouped() const { return ungrouped_ == 0; }
+
+  size_t size() const { return sections_.size(); }
+  bool empty() const { return sections_.empty(); }
+  const SectionPtr& operator[](size_t position) const { return sections_[position]; }
+  auto begin() const { return sections_.begin(); }
+  auto end() const { return sections_.end(); }
+
+ private:
+  static std::string_view NameOf(const SectionPtr& section) { return section->section.get(); }
+  static std::string_view HandleOf(const SectionGroup& group) { return group.handle; }
+  void Group(const Section& section);
+
+  NamedList<SectionPtr, NameOf> sections_;
+  NamedList<SectionGroup, HandleOf> groups_;
+  size_t ungrouped_ = 0;
+};
+
+}  // namespace vorlix

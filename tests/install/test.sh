@@ -1,0 +1,48 @@
+#!/bin/bash
+# What is installed works from any prefix: test.sh BUILD_DIRECTORY CXX
+#
+# Installs into a temporary prefix, moves that, and there runs the tool, and a host program that is built against the
+# client library, once by its CMake package and once by pkg-config. Manual pages and pkg-config are passed over with a
+# word where their programs are missing.
+set -euo pipefail
+readonly BUILD=$1 CXX=$2
+SOURCE=$(cd "$(dirname "$0")" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+readonly PREFIX=$work/moved
+export LANG=C
+
+# Fails unless the rest of the arguments print TEXT.
+prints() {  # TEXT COMMAND...
+  local printed
+  printed=$("${@:2}") || { echo "failed: ${*:2}" && exit 1; }
+  [[ $printed == "$1" ]] || { echo "${*:2}: printed '$printed', not '$1'" && exit 1; }
+}
+
+cmake --install "$BUILD" --prefix "$work/prefix" >/dev/null
+mv "$work/prefix" "$PREFIX"
+
+# No other server can be found than the one in libexec.
+prints 'code = 0' env PATH=/usr/bin:/bin "$PREFIX/bin/vorlix" call v_Set Name Meier
+
+cmake -S "$SOURCE" -B "$work/build" -DCMAKE_PREFIX_PATH="$PREFIX" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
+cmake --build "$work/build" >/dev/null
+prints 31.12.1999 "$work/build/host"
+
+if command -v pkg-config >/dev/null; then
+  export PKG_CONFIG_PATH
+  PKG_CONFIG_PATH=$(dirname "$(find "$PREFIX" -name vorlix.pc)")
+  read -ra flags <<<"$(pkg-config --cflags --libs vorlix)"
+  "$CXX" -o "$work/host" "$SOURCE/host.cpp" -DVORLIX_SERVER="\"$(pkg-config --variable=server vorlix)\"" "${flags[@]}"
+  prints 31.12.1999 "$work/host"
+else
+  echo "pkg-config is not there: its file is not tested"
+fi
+
+if command -v scdoc >/dev/null; then
+  for page in man1/vorlix.1 man8/vorlix.dll.8; do
+    grep -q '^\.SH EXIT STATUS' "$PREFIX/share/man/$page"
+  done
+else
+  echo "scdoc is not there: there are no manual pages"
+fi

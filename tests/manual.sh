@@ -1,0 +1,75 @@
+#!/bin/bash
+# The manual is true: manual.sh PROGRAM_DIRECTORY ROOT
+#
+# The families, functions, signatures and sentences of docs/functions.md are those of `vorlix functions`, in the same
+# order, and every function is called in its section with something expected. The indented examples of each chapter
+# ("##") of the manual run as one script in examples/.
+set -euo pipefail
+export PATH=$1:$PATH LANG=C
+unset ZENDLANG LC_ALL LC_CTYPE LC_COLLATE
+readonly PAGE=$2/docs/functions.md
+readonly MANUAL=("$PAGE" "$2"/docs/{dictionary-format,formats,ini-format}.md)
+
+# The paragraphs that the page must have: a family's title; a function's name, signature and sentence.
+told() {
+  vorlix functions | while IFS= read -r line; do
+    case $line in
+      '  '*) told_of "$(awk '{ print $1 }' <<<"$line")" ;;
+      ?*) echo "## $line" ;;
+    esac
+  done
+}
+
+told_of() {
+  vorlix functions "$1" | awk -v name="$1" '
+    NR == 1 { sentence = substr($0, length(name) + 4) }
+    / (in|in and out)$/ && /^  / { sent = sent " " $1 ":" $2 }
+    / out$/ && /^  / { returned = returned " " $1 ":" $2 }
+    END { print "### " name "\n`" name sent (returned == "" ? "" : " ->" returned) "`\n" sentence }'
+}
+
+# The same paragraphs as the page has them.
+shown() {
+  awk '
+    /^## / { print }
+    /^### / { print; left = 2; next }
+    left > 0 && NF { print; --left }' "$PAGE"
+}
+
+# The examples of one chapter of a page, each in its line of the page, so that failures name that line.
+examples() {
+  awk -v title="$2" '
+    /^## / { inside = $0 == title }
+    { print inside && /^    / ? substr($0, 5) : "" }' "$1"
+}
+
+# Sections whose function is not called with something expected. Behind a call without results its code is, as ever.
+unproven() {
+  awk '
+    function finish() { if (name != "" && !proven) print name " has no example" }
+    /^##/ { finish(); name = "" }
+    /^### / { name = $2; proven = 0; returns = 0 }
+    name != "" && /^`/ { returns = returns || / -> / }
+    /^    / {
+      for (i = 1; i <= 2; ++i) if ($i == name && (/ => / || $1 == "each" || !returns)) proven = 1
+    }
+    END { finish() }' "$PAGE"
+}
+
+fail=0
+diff --label program --label "$PAGE" -u <(told) <(shown) || fail=1
+missing=$(unproven)
+if [[ -n $missing ]]; then
+  echo "$missing"
+  fail=1
+fi
+cd "$2/examples"
+for page in "${MANUAL[@]}"; do
+  while IFS= read -r title; do
+    if ! examples "$page" "$title" | vorlix run - >/dev/null; then
+      echo "$page: $title"
+      fail=1
+    fi
+  done < <(grep '^## ' "$page")
+done
+exit $fail

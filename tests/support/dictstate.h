@@ -1,0 +1,64 @@
+// Everything that dictionaries and dialog levels consist of, as one text: what a failure must leave as it was.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "dll/shared/dictkrnl.h"
+#include "dll/shared/dlglevel.h"
+#include "dll/shared/xpack.h"
+
+namespace vorlix::test {
+
+/// "PATH=p FTYP=N": the attributes that are neither empty nor 0.
+inline std::string ShowObject(const Object& object) {
+  std::string shown;
+  AttrText attr;
+  for (int32_t row = 0; ObGetIdx(object, row, attr) == row; ++row)
+    if (!attr.value.empty() && attr.value != "0") shown.append(" ").append(attr.item).append("=").append(attr.value);
+  return shown.empty() ? shown : shown.substr(1);
+}
+
+/// "id/kind x holders: HDL=pfx, list ITEM=value, [name PATH=p FTYP=N]".
+inline std::string ShowDict(const Dict& dict) {
+  std::string shown = dict.id + "/" + std::to_string(dict.kind) + " x" + std::to_string(dict.instance_cnt) + ":";
+  for (const CatalogEntry& entry : dict.catalog) shown += std::string(" ") + entry.hdl.get() + "=" + entry.pfx.get();
+  for (const ListItem& item : dict.items) shown += std::string(" list ") + item.item.get() + "=" + item.value;
+  for (const SectionPtr& section : dict.sections)
+    shown += std::string(" [") + section->section.get() + " " + ShowObject(section->object) + "]";
+  return shown;
+}
+
+/// A line for each dictionary, the newest first.
+inline std::string ShowDicts() {
+  std::string shown;
+  for (const DictPtr& dict : DictList()) shown += ShowDict(*dict) + "\n";
+  return shown;
+}
+
+/// "D02B, D02A=a_1": all dialogs with their aliases, in the order of the levels.
+inline std::string ShowDialogs() {
+  std::string shown;
+  std::string_view name, id, alias;
+  for (int32_t idx = 0; GetDlgID("", 0, idx, name, id) == DLG_OK; ++idx) {
+    shown.append(idx > 0 ? ", " : "").append(id);
+    for (int32_t at = 1; GetDlgAlias(id.data(), at, alias) == DLG_OK; ++at) shown.append("=").append(alias);
+  }
+  return shown;
+}
+
+inline std::string ShowAll() { return ShowDicts() + ShowDialogs(); }
+
+/// An XBUF of these items.
+inline std::string Xbuf(const std::vector<std::pair<std::string, std::string>>& items) {
+  std::string text(1000, ' ');
+  XbufWriter writer{text.data(), static_cast<int64_t>(text.size())};
+  for (const auto& [name, value] : items) writer.Put("Dict_", name, 'X', value);
+  writer.End();
+  text.resize(static_cast<size_t>(writer.length));
+  return text;
+}
+
+}  // namespace vorlix::test
