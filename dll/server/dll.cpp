@@ -56,7 +56,7 @@ struct ArgumentOf<In<String>> : ArgumentOf<String> {};
 using CallWith = int32_t (*)(const ArgVector& args);
 
 struct Row {
-  CallWith call = nullptr;  // null: the function is not there yet
+  CallWith call = nullptr;
   std::array<DeclaredType, MAX_DECLARED_ARGS> types{};
   size_t arg_count = 0;
 };
@@ -81,9 +81,7 @@ constexpr Row RowOf(int32_t (*)(Parameters...), CallWith call) {
 
 constexpr std::array ROWS = {
 #define FUNCTION(name, ...) RowOf(&name, &Callable<&name>::Call),
-#define FUNCTION_LATER(name, ...) RowOf(static_cast<decltype(&name)>(nullptr), nullptr),
 #include "dll/shared/functions.def"
-#undef FUNCTION_LATER
 #undef FUNCTION
 };
 
@@ -133,10 +131,8 @@ constinit const std::span<const ArgSpec> ArgSpecs = ARG_SPECS;
 
 int32_t DllDispatch(int32_t index, const ArgVector& args) {
   if (index < 0 || static_cast<size_t>(index) >= ROWS.size()) return RESULT_BAD_TYPE;
-  const CallWith call = ROWS[static_cast<size_t>(index)].call;
-  if (call == nullptr) return RESULT_BAD_TYPE;
   try {
-    return call(args);
+    return ROWS[static_cast<size_t>(index)].call(args);
   } catch (const std::bad_alloc&) {
     return RESULT_NO_MEMORY;
   }

@@ -20,9 +20,7 @@ template <class Type>
 using InOut = Type;
 
 #define FUNCTION(name, sentence, ...) int32_t name(__VA_ARGS__);
-#define FUNCTION_LATER FUNCTION
 #include "dll/shared/functions.def"
-#undef FUNCTION_LATER
 #undef FUNCTION
 
 }  // namespace vorlix

@@ -63,7 +63,7 @@ SectionPtr AddSection(Dict& dict, std::string_view name) {
   if (own_name == nullptr) throw HeapOverflow("section->section");
   std::transform(name.begin(), name.end(), own_name.get(), LowerCase);
   try {
-    const SectionPtr section = std::make_shared<Section>();
+    SectionPtr section = std::make_shared<Section>();
     section->section = std::move(own_name);
     dict.sections.Append(section);
     return section;
@@ -87,10 +87,10 @@ int32_t FreeDict(Dict& dict) {
   return 1;
 }
 
-void RemoveDict(DictPtr dict) {
+void RemoveDict(const DictPtr& dict) {
   DebugEntry(DICT, "RemoveDict");
   DebugPrint(DICT, 3, "RemoveDict(id='%s')", dict->id.c_str());
-  if (FreeDict(*dict) == 1) dicts.remove(dict);
+  if (FreeDict(*dict) == 1) dicts.erase(std::find(dicts.begin(), dicts.end(), dict));
 }
 
 void CloseDict(int32_t level) {

@@ -113,7 +113,7 @@ int32_t UpdateDict(const char* dlgID, std::string_view xbuf, bool strict);
 int32_t FreeDict(Dict& dict);
 
 /// Lowers the number of holders, and takes a dictionary without any off the list.
-void RemoveDict(DictPtr dict);
+void RemoveDict(const DictPtr& dict);
 
 /// Closes the levels from `level` up, all of them when it is negative: each gives up its dictionary.
 void CloseDict(int32_t level);

@@ -67,11 +67,9 @@ consteval FunctionInfo ParseFunction(std::string_view name, std::string_view sen
 }
 
 #define FUNCTION(name, sentence, ...) ParseFunction(#name, sentence, #__VA_ARGS__),
-#define FUNCTION_LATER FUNCTION
 inline constexpr std::array FUNCTIONS = {
 #include "dll/shared/functions.def"
 };
-#undef FUNCTION_LATER
 #undef FUNCTION
 
 inline constexpr int FUNCTION_COUNT = 89;

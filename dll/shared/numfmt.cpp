@@ -25,7 +25,7 @@ constexpr FormatLetter LETTERS[] = {
     {'G', FMT_GROUP, 0, "FMT_GROUP"}, {'S', FMT_RSIGN, 0, "FMT_RSIGN"},
 };
 
-constexpr double UNBOUNDED = std::numeric_limits<double>::max();
+constexpr double UNBOUNDED = std::numeric_limits<double>::infinity();
 constexpr int32_t MAX_DECIMALS = FIELD_MAX - 2;  // behind "0."
 
 // Whether each row stands where its key says.
@@ -126,8 +126,10 @@ ScanCode CheckBounds(double value, const NumRange& range, double min, double max
   return SCAN_OK;
 }
 
-// Writes the value in its normal form and reads that back, so that both say the same. False when it is too long.
+// Writes the value in its normal form and reads that back, so that both say the same. False when it is too long, as
+// what is beyond the doubles always is.
 bool Normalise(double& value, int32_t prec, FieldBuffer& out) {
+  if (std::isinf(value)) return false;
   char text[FIELD_MAX + 1];
   text[0] = '-';
   char* end = PrintFixed(text + 1, std::end(text), std::abs(value), prec);

@@ -6,6 +6,7 @@
 // keeps state or goes by the process's numeric locale. Absent texts are passed as empty ones.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <string_view>
 
@@ -55,10 +56,10 @@ struct NumRange {
   char value_type;  // 0 when there is none
   ScanMode mode;
   const char* name;  // of the mode, in the trace
-  double bound;      // either side of zero, inclusive; what is not finite is beyond every bound
+  double bound;      // either side of zero, inclusive; infinite: nothing is checked
   bool whole;        // without decimals
 
-  bool Holds(double value) const { return value >= -bound && value <= bound; }
+  bool Holds(double value) const { return std::isinf(bound) || (value >= -bound && value <= bound); }
 };
 
 /// The range of a value type, in upper case, or of none ('\0'); null for a character that is no value type.
