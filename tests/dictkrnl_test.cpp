@@ -89,70 +89,59 @@ TEST_F(Dicts, AreFoundByIdAndKind) {
 // ---- Changing -------------------------------------------------------------------------------------------------------
 
 TEST_F(Dicts, AreUpdated) {
-  const std::string long_field(82, 'f');
-  const std::string derived = "D/1" + SOLE.substr(3);
+  const std::string f81(81, 'f'), both = std::string(A) + B;
+  const std::string no_type = " [a.f PATH=p OBJTYPE=ET FFMT=LrcZtuvo FLEN=7]";
+  const std::string no_object =
+      " [a.f PATH=p OBJTYPE=?"
+      "? FTYP=T FFMT=LrcZtuvo FLEN=3]";
   const struct {
     const char* dlgID;
-    std::string xbuf;
+    std::string items;
     bool strict;
-    int32_t result;
-    std::string dicts;  // afterwards, when no other level uses the dictionary
-    std::string message;
+    bool derived;          // afterwards
+    std::string sections;  // of the dictionary, afterwards
+    std::string message;   // the update fails with it
   } ROWS[] = {
-      {"d01x", Xbuf({{"fld", "F"}, {"len", "7"}, {"min", "2"}}), true, 0,
-       "D/1 x1:"s + CATALOG + " [a.f PATH=p OBJTYPE=ET FTYP=T FFMT=LrcZtuvo FLEN=7 FMIN=2]" + B + "\n", ""},
-      {"D01Y", Xbuf({{"max", ""}, {"fmt", "B"}, {"prec", "-2"}, {"fld", "f"}}), true, 0,
-       "D/1 x1:"s + CATALOG + A + " [b.f PATH=a path that is long enough OBJTYPE=ET FTYP=N FFMT=lRBztPg FPREC=2]\n",
-       ""},
-      {"D01X", Xbuf({{"fld", "New"}, {"path", "q"}, {"objtype", "CB"}}), false, 0,
-       derived.substr(0, derived.size() - 1) + " [a.new PATH=q OBJTYPE=CB FTYP=CB]\n", ""},
-      {"D01X", Xbuf({{"fld", long_field.substr(1)}, {"path", "q"}, {"typ", "K"}}), false, 0,
-       derived.substr(0, derived.size() - 1) + " [a." + long_field.substr(1) + " PATH=q OBJTYPE=ET FTYP=K]\n", ""},
-      {"D01X", Xbuf({{"fld", long_field}, {"path", "q"}, {"typ", "K"}}), false, -2, SOLE,
-       "XbufObSet() failed: buffer corrupt (4), offset=97"},
-      {"D02X", Xbuf({{"fld", "f"}, {"len", "7"}}), true, -2, SOLE, "UpdateDict() failed: dialog ID 'D02X' not found"},
-      {"D01X", "$", true, -2, SOLE, "XbufObSet() failed: field name not specified"},
-      {"D01X", Xbuf({{"fld", "f"}, {"ftyp", "T"}}), true, -2, SOLE, "XbufObSet() failed: unknown item 'ftyp'"},
-      {"D01X", Xbuf({{"fld", "%s"}, {"len", "7"}}), true, -2, derived, "UpdateDict() failed: unknown section 'A.%s'"},
-      {"D01X", Xbuf({{"fld", "new"}, {"len", "7"}}), false, -2, derived,
-       "ObCheck() failed: missing PATH, section 'A.new'"},
-      {"D01X", Xbuf({{"fld", "f"}, {"len", "7"}, {"typ", ""}}), true, -2,
-       "D/1 x1:"s + CATALOG + " [a.f PATH=p OBJTYPE=ET FFMT=LrcZtuvo FLEN=7]" + B + "\n",
-       "ObCheck() failed: missing FTYP, section 'A.f'"},
-      {"D01X", Xbuf({{"fld", "f"}, {"objtype", ""}, {"len", "7"}}), true, -2,
-       "D/1 x1:"s + CATALOG +
-           " [a.f PATH=p OBJTYPE=?"
-           "? FTYP=T FFMT=LrcZtuvo FLEN=3]" +
-           B + "\n",
+      {"d01x", "fld=F|len=7|min=2", true, true, " [a.f PATH=p OBJTYPE=ET FTYP=T FFMT=LrcZtuvo FLEN=7 FMIN=2]"s + B, ""},
+      {"D01Y", "max=|fmt=B|prec=-2|fld=f", true, true,
+       A + " [b.f PATH=a path that is long enough OBJTYPE=ET FTYP=N FFMT=lRBztPg FPREC=2]"s, ""},
+      {"D01X", "fld=New|path=q|objtype=CB", false, true, both + " [a.new PATH=q OBJTYPE=CB FTYP=CB]", ""},
+      {"D01X", "fld=" + f81 + "|path=q|typ=K", false, true, both + " [a." + f81 + " PATH=q OBJTYPE=ET FTYP=K]", ""},
+      {"D01X", "fld=f" + f81 + "|path=q", false, false, both, "XbufObSet() failed: buffer corrupt (4), offset=97"},
+      {"D02X", "fld=f|len=7", true, false, both, "UpdateDict() failed: dialog ID 'D02X' not found"},
+      {"D01X", "", true, false, both, "XbufObSet() failed: field name not specified"},
+      {"D01X", "fld=f|ftyp=T", true, false, both, "XbufObSet() failed: unknown item 'ftyp'"},
+      {"D01X", "fld=%s|len=7", true, true, both, "UpdateDict() failed: unknown section 'A.%s'"},
+      {"D01X", "fld=new|len=7", false, true, both, "ObCheck() failed: missing PATH, section 'A.new'"},
+      {"D01X", "fld=f|len=7|typ=", true, true, no_type + B, "ObCheck() failed: missing FTYP, section 'A.f'"},
+      {"D01X", "fld=f|objtype=|len=7", true, true, no_object + B,
        "ObSetIdx(OBJTYPE=?"
        "?) failed: invalid value, section 'A.f'"},
   };
   for (const bool shared : {false, true}) {
     for (const auto& row : ROWS) {
-      SCOPED_TRACE(row.xbuf + (shared ? " shared" : " sole"));
+      SCOPED_TRACE(row.items + (shared ? " shared" : " sole"));
       if (shared) OpenText("D", 0, TEXT);
       OpenText("D", 1, shared ? "" : TEXT);
       const std::string before = ShowDicts();
       const TraceCapture trace("D1");
-      EXPECT_EQ(UpdateDict(row.dlgID, row.xbuf, row.strict), row.result);
+      EXPECT_EQ(UpdateDict(row.dlgID, Xbuf(row.items), row.strict), row.message.empty() ? 0 : -2);
+      EXPECT_EQ(Messages(trace), row.message.empty() ? "" : "D1: " + row.message);
+      const std::string changed = (row.derived ? "D/1 x1:"s : "D/0 x1:"s) + CATALOG + row.sections + "\n";
       // A copy has what has been set, and goes again with a failure; the other level keeps what it had.
-      const std::string expected = !shared ? row.dicts : row.result == 0 ? row.dicts + SOLE : before;
-      EXPECT_EQ(ShowDicts(), expected);
+      EXPECT_EQ(ShowDicts(), !shared ? changed : row.message.empty() ? changed + SOLE : before);
       EXPECT_EQ(GetDlgDict(1, 0), DictList().front());
       EXPECT_EQ(GetDlgDict(0, shared ? 1 : 0), DictList().back());
-      std::vector<std::string> messages;
-      if (!row.message.empty()) messages.push_back("D1: " + row.message);
-      EXPECT_EQ(trace.Lines(), messages);
       CloseAllDicts();
     }
   }
 }
 
 /// Fails each allocation of `work` in turn until none is left, and expects that a failure changes nothing.
-void FailEach(const std::function<bool()>& work, const std::function<std::string()>& show) {
+void FailEach(const std::function<bool()>& work) {
   bool failed = true;
   for (int n = 0; failed; ++n) {
-    const std::string before = show();
+    const std::string before = ShowAll();
     bool done;
     {
       const FailAllocation fail(n);
@@ -160,22 +149,22 @@ void FailEach(const std::function<bool()>& work, const std::function<std::string
       failed = fail.Hit();
     }
     ASSERT_EQ(done, !failed) << n;
-    ASSERT_TRUE(!failed || show() == before) << n << show();
+    ASSERT_TRUE(!failed || ShowAll() == before) << n << ShowAll();
   }
 }
 
 TEST_F(Dicts, MissingMemoryLeavesAnUpdateUndone) {
-  const std::string xbuf = Xbuf({{"fld", "new"}, {"path", "a path that is long enough"}, {"typ", "N"}});
+  const std::string xbuf = Xbuf("fld=new|path=a path that is long enough|typ=N");
   const auto update = [&] { return UpdateDict("D01X", xbuf, false) == 0; };
   OpenText("D", 0, TEXT);
   OpenText("D", 1, "");
-  FailEach(update, ShowAll);
+  FailEach(update);
   EXPECT_EQ(DictList().front()->sections.size() + DictList().back()->sections.size(), 5U);
 
   CloseAllDicts();
   OpenText("D", 1, TEXT);
   DeriveDict(DictList().front());
-  FailEach(update, ShowAll);
+  FailEach(update);
   EXPECT_EQ(DictList().front()->sections.size(), 3U);
 }
 
@@ -185,7 +174,7 @@ TEST_F(Dicts, EveryPieceOfACopyCanFail) {
   dict->instance_cnt = 2;
   DictPtr derived;
   const TraceCapture trace("D1");
-  FailEach([&] { return (derived = DeriveDict(dict)) != nullptr; }, ShowAll);
+  FailEach([&] { return (derived = DeriveDict(dict)) != nullptr; });
   const std::vector<std::string> messages = trace.Lines();
   const std::string start = "D1: DeriveDict() failed: heap overflow (";
   for (const char* const piece : {"dict", "dict->id", "catalog", "catalog->hdl", "catalog->pfx", "item", "item->item",
@@ -204,31 +193,24 @@ TEST_F(Dicts, LiveAsLongAsTheirHolders) {
   OpenText("E", 2, "[catalog]\nE=E\n");
   const DictPtr shared = FindDict("D", DICT_ORIGINAL);
   const SectionPtr kept = FindSection(*shared, "b.f");
-  EXPECT_EQ(UpdateDict("D02X", Xbuf({{"fld", "f"}, {"len", "9"}}), true), 0);
+  EXPECT_EQ(UpdateDict("D02X", Xbuf("fld=f|len=9"), true), 0);
   EXPECT_EQ(ShowDialogs(), "D02E, D02Y, D02X, D01Y, D01X");
   EXPECT_EQ(DictList().size(), 3U);
   EXPECT_EQ(shared->instance_cnt, 1);
-  EXPECT_EQ(UpdateDict("D02X", Xbuf({{"fld", "f"}, {"len", "8"}}), true), 0) << "in place now";
+  EXPECT_EQ(UpdateDict("D02X", Xbuf("fld=f|len=8"), true), 0) << "in place now";
   EXPECT_EQ(DictList().size(), 3U);
 
   CloseDict(3);
   EXPECT_EQ(ShowDialogs(), "D02E, D02Y, D02X, D01Y, D01X");
   CloseDict(2);
   EXPECT_EQ(ShowAll(), SOLE + "D01Y, D01X");
+  OpenText("D", 1, "");
   OpenText("E", 2, "[catalog]\nE=E\n");
   CloseDict(-7);
   EXPECT_EQ(ShowAll(), "");
   EXPECT_EQ(shared->id + std::to_string(shared->sections.size()), "0") << "the contents are gone";
   EXPECT_EQ(ShowObject(kept->object), std::string(B).substr(6, std::string(B).size() - 7))
       << "what is remembered stays";
-}
-
-TEST_F(Dicts, MayBeOpenTwiceOnALevelThatCloses) {
-  OpenText("D", 1, TEXT);
-  OpenText("D", 1, "");
-  OpenText("E", 1, "[catalog]\nE=E\n");
-  CloseDict(1);
-  EXPECT_EQ(ShowAll(), "");
 }
 
 TEST_F(Dicts, StayWhenTheirLevelIsRefused) {
@@ -251,25 +233,15 @@ TEST_F(Dicts, TraceWhatBecomesOfThem) {
   OpenText("D", 1, "[catalog]\nA=X\n");
   OpenText("D", 2, "");
   const TraceCapture trace("D3");
-  EXPECT_EQ(UpdateDict("D02X", Xbuf({{"fld", "f"}, {"len", "7"}}), true), -2);
+  EXPECT_EQ(UpdateDict("D02X", Xbuf("fld=f|len=7"), true), -2);
   CloseDict(2);
-  std::vector<std::string> lines;
-  for (const std::string& line : trace.Lines())
-    if (line.find("(): file ") == std::string::npos) lines.push_back(line.substr(4));
-  const std::vector<std::string> expected = {
-      "UpdateDict(dlgID='D02X')",
-      "DeriveDict(id='D')",
-      "DeriveDict(): original dict copied (instance_cnt=2)",
-      "UpdateDict() failed: unknown section 'A.f'",
-      "RemoveDict(id='D')",
-      "FreeDict(id='D') instance=1",
-      "FreeDict(): dictionary freed",
-      "CloseDict(level=2)",
-      "RemoveDict(id='D')",
-      "FreeDict(id='D') instance=2",
-      "FreeDict(): instance_cnt decremented (1)",
-  };
-  EXPECT_EQ(lines, expected);
+  EXPECT_EQ(Messages(trace),
+            "D3: UpdateDict(dlgID='D02X')\nD3: DeriveDict(id='D')\n"
+            "D3: DeriveDict(): original dict copied (instance_cnt=2)\n"
+            "D1: UpdateDict() failed: unknown section 'A.f'\nD3: RemoveDict(id='D')\n"
+            "D3: FreeDict(id='D') instance=1\nD3: FreeDict(): dictionary freed\n"
+            "D3: CloseDict(level=2)\nD3: RemoveDict(id='D')\nD3: FreeDict(id='D') instance=2\n"
+            "D3: FreeDict(): instance_cnt decremented (1)");
 }
 
 }  // namespace

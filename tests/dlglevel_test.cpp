@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <list>
 #include <random>
 #include <string>
@@ -39,80 +40,37 @@ class Levels : public testing::Test {
 };
 
 TEST_F(Levels, CheckWhatIsOpened) {
+  const std::string low = "D01, D01, D01Y, D01X", high = "D100X, " + low;
   const struct {
     int32_t level;
     DictPtr dict;
-    int32_t result;
-    std::string dialogs;  // all of them afterwards
-    Names messages;       // behind "AddDlgLevel() failed: "
+    std::string dialogs;   // all of them afterwards
+    std::string messages;  // each behind "AddDlgLevel() failed: "
   } ROWS[] = {
-      {1, MakeDict({"A=X", "B=Y"}, {"a.f", "B.g.h", "a."}), 0, "D01Y, D01X", {}},
-      {1, MakeDict({"C=", "C="}, {"c.f", "a.f"}), 0, "D01, D01, D01Y, D01X", {}},
-      {0, MakeDict({"A=X"}), -2, "D01, D01, D01Y, D01X", {"level is out of phase"}},
-      {100, MakeDict({"A=X"}), 0, "D100X, D01, D01, D01Y, D01X", {}},
-      {101,
-       MakeDict({"B=Y"}, {"b.f", "a.f", "f", "", ".f", "a"}),
-       -2,
-       "D100X, D01, D01, D01Y, D01X",
-       {"prefix 'a' not found in catalog, section 'a.f'", "missing prefix in section 'f'",
-        "missing prefix in section ''", "prefix '' not found in catalog, section '.f'",
-        "missing prefix in section 'a'"}},
-      {101, MakeDict({"B=Y"}, {"a.f", "f"}, DICT_DERIVED), 0, "D101Y, D100X, D01, D01, D01Y, D01X", {}},
-      {101, MakeDict({"C=Z"}, {"a.f", "f"}, DICT_ORIGINAL, 2), 0, "D101Z, D101Y, D100X, D01, D01, D01Y, D01X", {}},
-      {101,
-       MakeDict({"-=X", "D=-", "E=V"}, {"b.f", "e.f", "d.f"}),
-       -2,
-       "D100X, D01, D01, D01Y, D01X",
-       {"missing catalog handle", "missing catalog prefix [D=]", "prefix 'd' not found in catalog, section 'd.f'"}},
-      {100, MakeDict({}, {"a.f"}), 0, "D100X, D01, D01, D01Y, D01X", {}},
-      {100, MakeDict({"F=1"}, {"x.f"}), -2, "D01, D01, D01Y, D01X", {"prefix 'x' not found in catalog, section 'x.f'"}},
+      {1, MakeDict({"A=X", "B=Y"}, {"a.f", "B.g.h", "a."}), "D01Y, D01X", ""},
+      {1, MakeDict({"C=", "C="}, {"c.f", "a.f"}), low, ""},
+      {0, MakeDict({"A=X"}), low, "level is out of phase"},
+      {100, MakeDict({"A=X"}), high, ""},
+      {101, MakeDict({"B=Y"}, {"b.f", "a.f", "f", ".f"}), high,
+       "prefix 'a' not found in catalog, section 'a.f'|missing prefix in section 'f'|prefix '' not found in catalog, "
+       "section '.f'"},
+      {101, MakeDict({"B=Y"}, {""}), high, "missing prefix in section ''"},
+      {101, MakeDict({"B=Y"}, {"a.f", "f"}, DICT_DERIVED), "D101Y, " + high, ""},
+      {101, MakeDict({"C=Z"}, {"a.f", "f"}, DICT_ORIGINAL, 2), "D101Z, D101Y, " + high, ""},
+      {101, MakeDict({"-=X", "D=-", "E=V"}, {"b.f", "e.f", "d.f"}), high,
+       "missing catalog handle|missing catalog prefix [D=]|prefix 'd' not found in catalog, section 'd.f'"},
+      {100, MakeDict({}, {"a.f"}), high, ""},
+      {100, MakeDict({"F=1"}, {"x.f"}), low, "prefix 'x' not found in catalog, section 'x.f'"},
   };
   for (const auto& row : ROWS) {
-    SCOPED_TRACE(row.dialogs);
+    SCOPED_TRACE(row.dialogs + row.messages);
     const TraceCapture trace("D1");
-    EXPECT_EQ(AddDlgLevel(row.dict, row.level), row.result);
-    Names expected;
-    for (const std::string& message : row.messages) expected.push_back("D1: AddDlgLevel() failed: " + message);
-    EXPECT_EQ(trace.Lines(), expected);
+    EXPECT_EQ(AddDlgLevel(row.dict, row.level), row.messages.empty() ? DLG_OK : DLG_REFUSED);
+    std::string told;
+    for (const std::string& line : trace.Lines()) told += (told.empty() ? "" : "|") + line.substr(26);
+    EXPECT_EQ(told, row.messages);
     EXPECT_EQ(ShowDialogs(), row.dialogs);
-    EXPECT_EQ(row.dict.use_count() > 1, row.result == 0) << "a level shares what it has";
-  }
-}
-
-TEST_F(Levels, AreWalkedFromTheTop) {
-  const DictPtr a = MakeDict({"A=X", "B=Y"}), b = MakeDict({"A=Z"}), empty = MakeDict({});
-  b->id = "Other";
-  std::string_view name, id;
-  EXPECT_EQ(GetDlgID("", -1, 0, name, id), DLG_NONE);
-  EXPECT_EQ(GetDlgDict(-1, 0), nullptr);
-  for (const auto& [dict, level] : {std::pair{a, 1}, {empty, 2}, {b, 2}, {a, 120}}) AddDlgLevel(dict, level);
-  const struct {
-    const char* dict_id;
-    int32_t level;
-    Names found;  // "name id"
-    std::vector<DictPtr> dicts;
-  } ROWS[] = {
-      {"", -1, {"0Y D120Y", "0X D120X"}, {a}},
-      {"", 2, {"0Y D120Y", "0X D120X", "Z D02Z"}, {a, b, empty}},
-      {"", 3, {"0Y D120Y", "0X D120X"}, {a}},
-      {"", 0, {"0Y D120Y", "0X D120X", "Z D02Z", "Y D01Y", "X D01X"}, {a, b, empty, a}},
-      {"DICT", 0, {"0Y D120Y", "0X D120X", "Y D01Y", "X D01X"}, {a, b, empty, a}},
-      {"other", 1, {"Z D02Z"}, {a, b, empty, a}},
-      {"none", 1, {}, {a, b, empty, a}},
-      {"", 121, {}, {}},
-  };
-  for (const auto& row : ROWS) {
-    SCOPED_TRACE(row.dict_id + std::to_string(row.level));
-    Names found;
-    for (int32_t i = 0; GetDlgID(row.dict_id, row.level, i, name, id) == 0; ++i)
-      found.push_back(std::string(name).append(" ").append(id));
-    EXPECT_EQ(found, row.found);
-    EXPECT_EQ(id.size() + name.size(), 0U);
-    EXPECT_EQ(GetDlgID(row.dict_id, row.level, -1, name, id), DLG_NONE);
-    std::vector<DictPtr> dicts;
-    for (int32_t i = 0; const DictPtr dict = GetDlgDict(row.level, i); ++i) dicts.push_back(dict);
-    EXPECT_EQ(dicts, row.dicts);
-    EXPECT_EQ(GetDlgDict(row.level, -1), nullptr);
+    EXPECT_EQ(row.dict.use_count() > 1, row.messages.empty()) << "a level shares what it has";
   }
 }
 
@@ -156,7 +114,8 @@ class RandomLevels : public Levels {
 
   void Open(int32_t level) {
     Names catalog;
-    for (unsigned i = random_() % 4; i > 0; --i) catalog.push_back(Pick("ABab") + "=" + Pick("XYxi\xdd"));
+    for (unsigned i = random_() % 4; i > 0; --i)
+      catalog.push_back(Pick("ABab") + "=" + Pick("XYxi\xdd") + (random_() % 4 == 0 ? "_1" : ""));
     const DictPtr dict = MakeDict(catalog);
     const bool in_phase = plain_.levels.empty() || level >= plain_.levels.back();
     ASSERT_EQ(AddDlgLevel(dict, level), in_phase ? DLG_OK : DLG_REFUSED);
@@ -185,6 +144,17 @@ class RandomLevels : public Levels {
       dialog->ids.erase(dialog->ids.begin() + static_cast<std::ptrdiff_t>(dialog->Slot(id, 1, 10)));
   }
 
+  void ExpectSameList(int32_t level) const {
+    std::string listed, expected;
+    std::string_view name, id;
+    for (int32_t i = 0; GetDlgID("", level, i, name, id) == DLG_OK; ++i) listed.append(id).append(name);
+    for (const PlainDialog& dialog : plain_.dialogs)
+      if (dialog.level >= level) expected += dialog.ids[0] + dialog.ids[0].substr(3);
+    ASSERT_EQ(listed, expected) << level;
+    int32_t dicts = 0;
+    while (GetDlgDict(level, dicts) != nullptr) ++dicts;
+    ASSERT_EQ(dicts, std::ranges::count_if(plain_.levels, [=](int32_t own) { return own >= level; })) << level;
+  }
   void ExpectSame(const std::string& id, const std::string& hdl) {
     std::string_view found;
     const PlainDialog* const any = plain_.Find(id, 0, 10);
@@ -213,7 +183,8 @@ TEST_F(RandomLevels, AnswerAsTheWalksDo) {
     if (what >= 1 && what < 3) Open(level);
     if (what >= 3 && what < 6) DelAlias(PickId());
     if (what >= 6) NewAlias(PickId());
-    if (!plain_.levels.empty()) ExpectSame(PickId(), Pick("ABabC"));
+    ExpectSameList(level);
+    ExpectSame(PickId(), Pick("ABabC"));
   }
 }
 
@@ -250,28 +221,22 @@ TEST_F(Levels, MissingMemoryLeavesNothingBehind) {
 
 TEST_F(Levels, AliasesAreTraced) {
   AddDlgLevel(MakeDict({"A=X"}), 1);
-  const TraceCapture trace("D2");
   std::string_view alias;
+  for (int i = 0; i < 8; ++i) NewDlgAlias("D01X", alias);
+  const TraceCapture trace("D2");
   NewDlgAlias("d01x", alias);
-  GetDlgAlias("D01X", 1, alias);
-  GetDlgAlias("D01X", 2, alias);
-  GetDlgAlias("d01x_1", 1, alias);
-  NewDlgAlias("d01x_1", alias);
+  GetDlgAlias("D01X", 9, alias);
+  GetDlgAlias("D01X", 10, alias);
+  GetDlgAlias("d01x_9", 1, alias);
+  NewDlgAlias("d01x_9", alias);
   DelDlgAlias("D01X");
-  for (int i = 0; i < 9; ++i) NewDlgAlias("D01X", alias);
-  Names lines = trace.Lines();
-  lines.erase(lines.begin() + 8, lines.end() - 2);
-  const Names expected = {"D2: NewDlgAlias(id = d01x)",
-                          "D2: NewDlgAlias(): alias = d01x_1",
-                          "D2: GetDlgAlias(): alias = d01x_1",
-                          "D2: GetDlgAlias(): id_cnt = 2",
-                          "D1: GetDlgAlias(): DlgID d01x_1 does not exist",
-                          "D2: NewDlgAlias(id = d01x_1)",
-                          "D1: NewDlgAlias(): DlgID d01x_1 not found",
-                          "D2: DelDlgAlias(aliasID = D01X)",
-                          "D2: NewDlgAlias(id = D01X)",
-                          "D1: NewDlgAlias(): MAX_ID_CNT = 10"};
-  EXPECT_EQ(lines, expected);
+  NewDlgAlias("D01X", alias);
+  EXPECT_EQ(Messages(trace),
+            "D2: NewDlgAlias(id = d01x)\nD2: NewDlgAlias(): alias = d01x_9\nD2: GetDlgAlias(): alias = d01x_9\n"
+            "D2: GetDlgAlias(): id_cnt = 10\nD1: GetDlgAlias(): DlgID d01x_9 does not exist\n"
+            "D2: NewDlgAlias(id = d01x_9)\nD1: NewDlgAlias(): DlgID d01x_9 not found\n"
+            "D2: DelDlgAlias(aliasID = D01X)\nD1: DelDlgAlias(): aliasID D01X not found\n"
+            "D2: NewDlgAlias(id = D01X)\nD1: NewDlgAlias(): MAX_ID_CNT = 10");
 }
 
 }  // namespace

@@ -131,7 +131,7 @@ TEST_F(ModelDefinitions, SayWhenThereIsNoMemory) {
     }
     EXPECT_EQ(rc, hit ? -1 : 0) << nth;
     EXPECT_EQ(Get("kunden", ""), whole) << nth;
-    EXPECT_TRUE(hit || nth == 3);
+    EXPECT_TRUE(hit || nth >= 3);
   }
 }
 

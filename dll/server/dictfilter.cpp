@@ -57,14 +57,11 @@ int32_t dict_FilterNext(Out<String> xdict, Out<String> val, Out<IntByReference> 
   DebugEntry(DICT, "dict_FilterNext");
   if (const int32_t result = VarGetNext(); result != VAR_OK) return HostResult(result, eof_p);
   eof_p = 0;
-  const auto value = VarCurrValue();
-  const SectionPtr section = VarCurrSection();
-  if (!value || section == nullptr) return RESULT_REFUSED;
-  if (DllStrFromC(*value, val) != RESULT_OK) {
+  if (DllStrFromC(*VarCurrValue(), val) != RESULT_OK) {
     DebugPrint(DICT, 1, "dict_FilterNext() failed: string overflow (val)");
     return RESULT_TOO_SHORT;
   }
-  return xpack_dict(*section, xdict);
+  return xpack_dict(*VarCurrSection(), xdict);
 }
 
 int32_t dict_FilterSetValue(zString newValue) {

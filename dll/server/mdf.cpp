@@ -110,10 +110,11 @@ bool Collect(std::optional<std::string>& collected, std::string_view value) {
   const size_t size = collected ? collected->size() + 1 + value.size() : value.size();
   errno = 0;
   try {
-    std::string whole;
-    whole.reserve(size);
-    if (collected) whole.append(*collected).append(",");
-    collected = std::move(whole.append(value));
+    if (collected)
+      collected->push_back(',');
+    else
+      collected.emplace();
+    collected->append(value);
     return true;
   } catch (const std::bad_alloc&) {
     Report("mdf_Get: do_read: errno = %d, sz = %zu\n", errno, size + 1);

@@ -10,6 +10,7 @@
 
 #include "dll/server/srvlocal.h"
 #include "dll/shared/debug.h"
+#include "dll/shared/text.h"
 #include "hostif/layout.h"
 
 namespace vorlix {
@@ -91,6 +92,7 @@ int32_t SetUpLocale() {
   if (set_locale(LC_CTYPE, names.ctype.c_str(), 1) == 0) names.ctype = C_LOCALE;
   const int32_t code = BuildLocale();
   LeaveProcessLocale(names.ctype.c_str(), names.collate.c_str());
+  TakeCaseFolding();
   return code;
 }
 

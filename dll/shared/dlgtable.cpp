@@ -115,10 +115,4 @@ DlgTable& DlgLevels() {
   return table;
 }
 
-OwnedText JoinTexts(std::string_view a, std::string_view b) noexcept {
-  OwnedText joined(new (std::nothrow) char[a.size() + b.size() + 1]);
-  if (joined != nullptr) *std::copy(b.begin(), b.end(), std::copy(a.begin(), a.end(), joined.get())) = '\0';
-  return joined;
-}
-
 }  // namespace vorlix

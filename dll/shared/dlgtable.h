@@ -62,7 +62,4 @@ class DlgTable {
 /// The one table of the process.
 DlgTable& DlgLevels();
 
-/// Two texts as one; null when there is no memory for it.
-OwnedText JoinTexts(std::string_view a, std::string_view b) noexcept;
-
 }  // namespace vorlix

@@ -1,28 +1,17 @@
 #include "dll/shared/nameindex.h"
 
 #include <algorithm>
-#include <array>
 
 namespace vorlix {
 namespace {
 
 constexpr size_t LEAST_HEADS = 8;
 
-/// What is left of a byte when no language's case may count.
-constexpr std::array<uint8_t, 256> FOLDED = [] {
-  std::array<uint8_t, 256> folded{};
-  for (unsigned c = 0; c < 256; ++c) {
-    const bool upper = c >= 'A' && c <= 'Z';
-    folded[c] = static_cast<uint8_t>(c >= 128 ? 'i' : upper ? c - 'A' + 'a' : c);
-  }
-  return folded;
-}();
-
 }  // namespace
 
 uint32_t NameIndex::Hash(std::string_view name) noexcept {
   uint32_t hash = 2166136261U;
-  for (const char c : name) hash = (hash ^ FOLDED[static_cast<unsigned char>(c)]) * 16777619U;
+  for (const char c : name) hash = (hash ^ static_cast<unsigned char>(FoldCase(c))) * 16777619U;
   return hash ^ hash >> 15;
 }
 

@@ -1,8 +1,7 @@
 // Finding records by name in a list that keeps its order: the list is the truth, and an index stands beside it.
 //
-// Names compare as EqualNoCase compares them, under the character-type locale of the moment, which can change while
-// names stay indexed. So what is hashed is the same in every language: the case of ASCII letters does not count, and
-// all bytes beyond ASCII count as an "i", which one of them is the capital of in Turkish.
+// Names compare as EqualNoCase compares them, under the character-type locale of the moment, which falls back to "C"
+// while names stay indexed. What is hashed is folded by FoldCase, which serves both.
 #pragma once
 
 #include <cstddef>

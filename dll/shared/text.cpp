@@ -1,10 +1,20 @@
 #include "dll/shared/text.h"
 
+#include <array>
 #include <cctype>
 #include <cstring>
 #include <new>
 
 namespace vorlix {
+namespace {
+
+std::array<char, 256> folded = [] {
+  std::array<char, 256> table{};
+  for (size_t c = 0; c < table.size(); ++c) table[c] = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+  return table;
+}();
+
+}  // namespace
 
 OwnedText CopyText(std::string_view text) noexcept {
   OwnedText copy(new (std::nothrow) char[text.size() + 1]);
@@ -13,6 +23,12 @@ OwnedText CopyText(std::string_view text) noexcept {
     copy[text.size()] = '\0';
   }
   return copy;
+}
+
+OwnedText JoinTexts(std::string_view a, std::string_view b) noexcept {
+  OwnedText joined(new (std::nothrow) char[a.size() + b.size() + 1]);
+  if (joined != nullptr) *std::copy(b.begin(), b.end(), std::copy(a.begin(), a.end(), joined.get())) = '\0';
+  return joined;
 }
 
 char LowerCase(char c) noexcept {
@@ -25,6 +41,12 @@ char UpperCase(char c) noexcept {
   if (c >= 'a' && c <= 'z') return static_cast<char>(c - 'a' + 'A');
   const auto byte = static_cast<unsigned char>(c);
   return byte < 128 ? c : static_cast<char>(std::toupper(byte));
+}
+
+char FoldCase(char c) noexcept { return folded[static_cast<unsigned char>(c)]; }
+
+void TakeCaseFolding() noexcept {
+  for (size_t c = 0; c < folded.size(); ++c) folded[c] = LowerCase(static_cast<char>(c));
 }
 
 bool EqualNoCase(std::string_view a, std::string_view b) noexcept {

@@ -12,10 +12,22 @@ using OwnedText = std::unique_ptr<char[]>;
 /// A copy of `text`, null when there is no memory for it.
 OwnedText CopyText(std::string_view text) noexcept;
 
+/// Two texts as one; null when there is no memory for it.
+OwnedText JoinTexts(std::string_view a, std::string_view b) noexcept;
+
 /// The case of one byte. ASCII letters keep to ASCII in every language (a Turkish "i" is an I, so that names stay what
 /// they are); other bytes go by the process's character-type locale.
 char LowerCase(char c) noexcept;
 char UpperCase(char c) noexcept;
+
+/// One byte for all bytes that can count as the same letter, for hashing names: their lower case in the character-type
+/// locale that TakeCaseFolding found. As long as the process has that locale or "C", names that EqualNoCase takes for
+/// the same fold to the same bytes.
+char FoldCase(char c) noexcept;
+
+/// Sets the folding by the process's character-type locale of the moment; ASCII letters alone are folded before. Names
+/// that were hashed before are not found any more.
+void TakeCaseFolding() noexcept;
 
 /// Compare texts without regard to case, byte by byte, as LowerCase sees it.
 bool EqualNoCase(std::string_view a, std::string_view b) noexcept;

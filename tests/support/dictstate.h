@@ -1,14 +1,14 @@
 // Everything that dictionaries and dialog levels consist of, as one text: what a failure must leave as it was.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "dll/shared/dictkrnl.h"
 #include "dll/shared/dlglevel.h"
 #include "dll/shared/xpack.h"
+#include "tests/support/callables.h"
 
 namespace vorlix::test {
 
@@ -51,14 +51,27 @@ inline std::string ShowDialogs() {
 
 inline std::string ShowAll() { return ShowDicts() + ShowDialogs(); }
 
-/// An XBUF of these items.
-inline std::string Xbuf(const std::vector<std::pair<std::string, std::string>>& items) {
+/// An XBUF of items such as "fld=name|len=30".
+inline std::string Xbuf(const std::string& items) {
   std::string text(1000, ' ');
   XbufWriter writer{text.data(), static_cast<int64_t>(text.size())};
-  for (const auto& [name, value] : items) writer.Put("Dict_", name, 'X', value);
+  for (size_t at = 0; at < items.size();) {
+    const size_t end = std::min(items.find('|', at), items.size());
+    const size_t equals = items.find('=', at);
+    writer.Put("Dict_", items.substr(at, equals - at), 'X', items.substr(equals + 1, end - equals - 1));
+    at = end + 1;
+  }
   writer.End();
   text.resize(static_cast<size_t>(writer.length));
   return text;
+}
+
+/// Traced lines without those of progress's file and line, one behind the other.
+inline std::string Messages(const TraceCapture& trace) {
+  std::string joined;
+  for (const std::string& line : trace.Lines())
+    if (line.find("(): file ") == std::string::npos) joined += (joined.empty() ? "" : "\n") + line;
+  return joined;
 }
 
 }  // namespace vorlix::test
