@@ -25,7 +25,7 @@ mv "$work/prefix" "$PREFIX"
 # No other server can be found than the one in libexec.
 prints 'code = 0' env PATH=/usr/bin:/bin "$PREFIX/bin/vorlix" call v_Set Name Meier
 
-cmake -S "$SOURCE" -B "$work/build" -DCMAKE_PREFIX_PATH="$PREFIX" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
+cmake -G Ninja -S "$SOURCE" -B "$work/build" -DCMAKE_PREFIX_PATH="$PREFIX" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
 cmake --build "$work/build" >/dev/null
 prints 31.12.1999 "$work/build/host"
 
