@@ -1,63 +1,87 @@
 // The named variables: a table that grows by 100 entries and never shrinks.
 //
-// A stored name matches an argument that is equal to it or begins with it, byte for byte; the first entry that matches
-// wins, for setting and forgetting as well as for reading.
+// A stored name matches an argument that is equal to it or begins with it, byte for byte; of several that match the
+// first entry wins, for setting and forgetting as well as for reading. An index of the names finds it: a search through
+// the entries would cost more than the call around it from some thousands of variables on.
 #include <algorithm>
+#include <functional>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "dll/server/functions.h"
+#include "dll/shared/nameindex.h"
 #include "dll/shared/text.h"
 
 namespace vorlix {
 namespace {
 
-constexpr size_t GROWTH = 100;
+constexpr uint32_t GROWTH = 100;
+constexpr uint32_t NONE = UINT32_MAX;
 
 struct Variable {
   OwnedText name;  // null: the entry is free
   std::string value;
 };
 
-std::vector<Variable> variables;
+class VariableTable {
+ public:
+  /// The entry that a name matches, or NONE.
+  uint32_t Find(std::string_view name) const {
+    uint32_t first = NONE;
+    names_.SearchPrefixes(name, [&](uint32_t position) {
+      if (name.starts_with(entries_[position].name.get())) first = std::min(first, position);
+      return false;
+    });
+    return first;
+  }
 
-bool Matches(const Variable& variable, std::string_view name) {
-  return variable.name != nullptr && name.starts_with(variable.name.get());
-}
+  /// Makes the first free entry one of this name with an empty value. Throws std::bad_alloc, with nothing added.
+  uint32_t Add(std::string_view name) {
+    if (free_.empty()) Grow();
+    const uint32_t position = free_.front();
+    names_.Reserve(entries_.size());
+    OwnedText copy = CopyText(name.substr(0, name.find('\0')));
+    if (copy == nullptr) throw std::bad_alloc();
+    names_.Insert(position, copy.get());
+    entries_[position].name = std::move(copy);
+    std::pop_heap(free_.begin(), free_.end(), std::greater());
+    free_.pop_back();
+    return position;
+  }
 
-Variable* FindVariable(const DllString& name) {
-  const auto entry = std::find_if(variables.begin(), variables.end(),
-                                  [&name](const Variable& variable) { return Matches(variable, name.View()); });
-  return entry == variables.end() ? nullptr : &*entry;
-}
+  void Free(uint32_t position) noexcept {
+    names_.Erase(position);
+    entries_[position] = Variable();
+    free_.push_back(position);
+    std::push_heap(free_.begin(), free_.end(), std::greater());
+  }
 
-// The first free entry, of a grown table when there is none. Throws std::bad_alloc.
-Variable& FreeVariable() {
-  const auto entry = std::find_if(variables.begin(), variables.end(),
-                                  [](const Variable& variable) { return variable.name == nullptr; });
-  if (entry != variables.end()) return *entry;
-  const size_t count = variables.size();
-  variables.resize(count + GROWTH);
-  return variables[count];
-}
+  std::string& ValueAt(uint32_t position) { return entries_[position].value; }
 
-// The variable that a name matches, else a new one of that name with an empty value. Throws std::bad_alloc.
-Variable& FindOrAddVariable(const DllString& name) {
-  if (Variable* found = FindVariable(name)) return *found;
-  Variable& added = FreeVariable();
-  added.name = CopyText(name.View().substr(0, name.View().find('\0')));
-  if (added.name == nullptr) throw std::bad_alloc();
-  return added;
-}
+ private:
+  void Grow() {
+    const auto count = static_cast<uint32_t>(entries_.size());
+    free_.reserve(count + GROWTH);
+    entries_.resize(count + GROWTH);
+    for (uint32_t position = count; position < entries_.size(); ++position) free_.push_back(position);
+  }
+
+  std::vector<Variable> entries_;
+  std::vector<uint32_t> free_;  // a heap with the first free entry in front, and room for every entry
+  NameIndex names_{NameIndex::Order::LowestFirst};
+};
+
+VariableTable variables;
 
 }  // namespace
 
 int32_t v_Set(In<String> name, In<String> value) {
   try {
-    Variable& variable = FindOrAddVariable(name);
-    variable.value = std::string();
-    variable.value = value.View();
+    const uint32_t found = variables.Find(name.View());
+    std::string& stored = variables.ValueAt(found != NONE ? found : variables.Add(name.View()));
+    stored = std::string();
+    stored = value.View();
     return RESULT_OK;
   } catch (const std::bad_alloc&) {
     return RESULT_NO_MEMORY;
@@ -65,13 +89,14 @@ int32_t v_Set(In<String> name, In<String> value) {
 }
 
 int32_t v_Unset(In<String> name) {
-  if (Variable* variable = FindVariable(name)) *variable = Variable();
+  const uint32_t found = variables.Find(name.View());
+  if (found != NONE) variables.Free(found);
   return RESULT_OK;
 }
 
 int32_t v_Get(In<String> name, Out<String> value) {
-  const Variable* variable = FindVariable(name);
-  return DllStrFromC(variable != nullptr ? std::string_view(variable->value) : std::string_view(), value);
+  const uint32_t found = variables.Find(name.View());
+  return DllStrFromC(found != NONE ? std::string_view(variables.ValueAt(found)) : std::string_view(), value);
 }
 
 }  // namespace vorlix

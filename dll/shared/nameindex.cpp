@@ -1,3 +1,4 @@
+// A hash table of positions: chains of links by the low bits of the hash (FNV-1a, mixed once), each chain in order.
 #include "dll/shared/nameindex.h"
 
 #include <algorithm>
@@ -10,9 +11,9 @@ constexpr size_t LEAST_HEADS = 8;
 }  // namespace
 
 uint32_t NameIndex::Hash(std::string_view name) noexcept {
-  uint32_t hash = 2166136261U;
-  for (const char c : name) hash = (hash ^ static_cast<unsigned char>(FoldCase(c))) * 16777619U;
-  return hash ^ hash >> 15;
+  uint32_t hash = HASH_OF_NOTHING;
+  for (const char c : name) hash = Extended(hash, c);
+  return Mixed(hash);
 }
 
 void NameIndex::Reserve(size_t count) {

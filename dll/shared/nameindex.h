@@ -34,10 +34,18 @@ class NameIndex {
   /// Offers the positions whose name may be this one to `accept`, in order, until it returns true.
   template <class Accept>
   void Search(std::string_view name, Accept accept) const {
-    if (heads_.empty()) return;
-    const uint32_t hash = Hash(name);
-    for (Link at = heads_[hash & Mask()]; at.position != NONE; at = entries_[at.position].next)
-      if (at.hash == hash && accept(at.position)) return;
+    SearchHash(Hash(name), accept);
+  }
+
+  /// The same for each name that `text` begins with, the empty one and the whole text included: shorter names first.
+  template <class Accept>
+  void SearchPrefixes(std::string_view text, Accept accept) const {
+    uint32_t hash = HASH_OF_NOTHING;
+    if (SearchHash(Mixed(hash), accept)) return;
+    for (const char c : text) {
+      hash = Extended(hash, c);
+      if (SearchHash(Mixed(hash), accept)) return;
+    }
   }
 
  private:
@@ -54,7 +62,21 @@ class NameIndex {
     Link next{0, UNUSED};
   };
 
+  static constexpr uint32_t HASH_OF_NOTHING = 2166136261U;
+  static uint32_t Extended(uint32_t hash, char c) noexcept {
+    return (hash ^ static_cast<unsigned char>(FoldCase(c))) * 16777619U;
+  }
+  static uint32_t Mixed(uint32_t hash) noexcept { return hash ^ hash >> 15; }
   static uint32_t Hash(std::string_view name) noexcept;
+
+  template <class Accept>
+  bool SearchHash(uint32_t hash, Accept accept) const {
+    if (heads_.empty()) return false;
+    for (Link at = heads_[hash & Mask()]; at.position != NONE; at = entries_[at.position].next)
+      if (at.hash == hash && accept(at.position)) return true;
+    return false;
+  }
+
   uint32_t Mask() const { return static_cast<uint32_t>(heads_.size() - 1); }
   bool ComesBefore(uint32_t a, uint32_t b) const { return order_ == Order::HighestFirst ? a > b : a < b; }
   Link& LinkTo(uint32_t position) noexcept;
