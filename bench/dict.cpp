@@ -34,6 +34,8 @@ namespace {
 
 using namespace vorlix;
 using vorlix::bench::Contender;
+using vorlix::bench::Expect;
+using vorlix::bench::PrintRow;
 
 constexpr int SMALL = 1'000;
 constexpr int MEDIUM = 10'000;
@@ -47,12 +49,6 @@ constexpr int CHECK_RUNS = 31;
 
 constexpr double OPEN_GOAL = 3;
 constexpr double LOOKUP_GOAL = 1.5;
-
-void Expect(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "dict: %s\n", what);
-  std::exit(1);
-}
 
 // ---- The files ------------------------------------------------------------------------------------------------------
 
@@ -104,13 +100,10 @@ class DictFile {
 
 // ---- Opening --------------------------------------------------------------------------------------------------------
 
-double Milliseconds(const std::function<void()>& work) {
-  const Contender once = {"", work};
-  return bench::NanosecondsPerRound(once, 1) / 1e6;
-}
+double Nanoseconds(const std::function<void()>& work) { return bench::NanosecondsPerRound({"", work}, 1); }
 
 double TimeOpen(const DictFile& file) {
-  const double taken = Milliseconds([&] { file.Open("BENCH", 1); });
+  const double taken = Nanoseconds([&] { file.Open("BENCH", 1); });
   dict_CloseAll();
   return taken;
 }
@@ -119,7 +112,7 @@ double TimeOpen(const DictFile& file) {
 double TimeInih(const DictFile& file) {
   int lines = 0;
   const auto count = [](void* of, const char*, const char*, const char*) { return ++*static_cast<int*>(of); };
-  const double taken = Milliseconds([&] { ini_parse(file.Path(), count, &lines); });
+  const double taken = Nanoseconds([&] { ini_parse(file.Path(), count, &lines); });
   Expect(lines > 0, "inih reads nothing");
   return taken;
 }
@@ -128,7 +121,7 @@ double TimeInih(const DictFile& file) {
 #ifdef HAVE_GLIB
 double TimeGlib(const DictFile& file) {
   GKeyFile* keys = g_key_file_new();
-  const double taken = Milliseconds([&] {
+  const double taken = Nanoseconds([&] {
     Expect(g_key_file_load_from_file(keys, file.Path(), G_KEY_FILE_NONE, nullptr) != 0, "GKeyFile reads nothing");
   });
   g_key_file_free(keys);
@@ -163,12 +156,8 @@ std::vector<double> TimeOpenings(const DictFile& file, size_t number) {
 void MeasureOpening() {
   const DictFile file(WriteSections, LARGE);
   const std::vector<double> times = TimeOpenings(file, std::size(OPENINGS));
-  for (size_t i = 1; i < times.size(); ++i) {
-    std::printf("open %d sections    %8.1f ms  %-20s %8.1f ms  ratio %.2f", LARGE, times[0], OPENINGS[i].name, times[i],
-                times[0] / times[i]);
-    if (i == 1) std::printf(" (goal %.0f)", OPEN_GOAL);
-    std::putchar('\n');
-  }
+  for (size_t i = 1; i < times.size(); ++i)
+    PrintRow(Number("dict_Open, sections: ", LARGE), times[0], OPENINGS[i].name, times[i], i == 1 ? OPEN_GOAL : 0);
 }
 
 void MeasureGrowth() {
@@ -180,10 +169,9 @@ void MeasureGrowth() {
               {"list items", WriteItems},
               {"lines of one item", WriteOneItem}};
   for (const auto& row : ROWS) {
-    const double medium = TimeOpenings(DictFile(row.write, MEDIUM), 1)[0] * 1e6 / MEDIUM;
-    const double large = TimeOpenings(DictFile(row.write, LARGE), 1)[0] * 1e6 / LARGE;
-    std::printf("open, each of the %-17s %8.0f ns of %d  %8.0f ns of %d  ratio %.2f\n", row.what, medium, MEDIUM, large,
-                LARGE, large / medium);
+    const double medium = TimeOpenings(DictFile(row.write, MEDIUM), 1)[0] / MEDIUM;
+    const double large = TimeOpenings(DictFile(row.write, LARGE), 1)[0] / LARGE;
+    PrintRow(Number("dict_Open, one of ", LARGE) + " " + row.what, large, Number("one of ", MEDIUM), medium);
   }
 }
 
@@ -233,12 +221,12 @@ int32_t ListOne(int32_t level, const std::string& name) {
   return value.len;
 }
 
-void MeasureLookup(const char* what, int32_t (*look_up)(int32_t, const std::string&),
+void MeasureLookup(const std::string& what, int32_t (*look_up)(int32_t, const std::string&),
                    const std::function<std::string(int)>& make_name) {
   const std::vector<double> medians = bench::MeasureInterleaved(
       {Lookups(Spread(SMALL, make_name), look_up, 1), Lookups(Spread(LARGE, make_name), look_up, 2)}, 10, LOOKUP_RUNS);
-  std::printf("%-24s %8.1f ns among %d  %8.1f ns among %d  ratio %.2f (goal %.1f)\n", what, medians[0] / NAMES, SMALL,
-              medians[1] / NAMES, LARGE, medians[1] / medians[0], LOOKUP_GOAL);
+  PrintRow(what + Number(" among ", LARGE), medians[1] / NAMES, Number("among ", SMALL), medians[0] / NAMES,
+           LOOKUP_GOAL);
 }
 
 /// Opens a small dictionary at level 1 and a large one at level 2.
@@ -256,19 +244,8 @@ void MeasureChecks() {
                             FreeDlgLevel(3);
                           }});
   const std::vector<double> medians = bench::MeasureInterleaved(contenders, 1, CHECK_RUNS);
-  const double small = medians[0] / SMALL, large = medians[1] / LARGE;
-  std::printf("%-24s %8.1f ns among %d  %8.1f ns among %d  ratio %.2f (goal %.1f)\n", "a level, per section", small,
-              SMALL, large, LARGE, large / small, LOOKUP_GOAL);
-}
-
-void MeasureFinding() {
-  OpenBoth(WriteSections);
-  MeasureLookup("FindSection", FindOne, [](int i) { return Handle(i) + "." + Field(i); });
-  MeasureLookup("dict_Get", GetOne, [](int i) { return Number("DIALOG", i % DIALOGS) + "/" + Field(i); });
-  MeasureChecks();
-  OpenBoth(WriteItems);
-  MeasureLookup("dict_List", ListOne, [](int i) { return Number("item", i); });
-  dict_CloseAll();
+  PrintRow(Number("a dialog level, a section of ", LARGE), medians[1] / LARGE, Number("one of ", SMALL),
+           medians[0] / SMALL, LOOKUP_GOAL);
 }
 
 #ifdef HAVE_GLIB
@@ -277,14 +254,27 @@ void MeasureGlib() {
   GKeyFile* keys = g_key_file_new();
   g_key_file_load_from_file(keys, file.Path(), G_KEY_FILE_NONE, nullptr);
   const std::vector<std::string> names = Spread(LARGE, [](int i) { return Handle(i) + "." + Field(i); });
-  const Contender look_up = {"", [&] {
-                               for (const std::string& name : names) kept = g_key_file_has_group(keys, name.c_str());
-                             }};
-  std::printf("%-24s %8.1f ns among %d\n", "GKeyFile, has group",
-              bench::MeasureInterleaved({look_up}, 10, LOOKUP_RUNS)[0] / NAMES, LARGE);
+  const auto look_up = [&] {
+    for (const std::string& name : names) kept = g_key_file_has_group(keys, name.c_str());
+  };
+  bench::Compare(Number("FindSection among ", LARGE), {Lookups(names, FindOne, 2), {"GKeyFile, has group", look_up}},
+                 NAMES, 10, LOOKUP_RUNS);
   g_key_file_free(keys);
 }
 #endif
+
+void MeasureFinding() {
+  OpenBoth(WriteSections);
+  MeasureLookup("FindSection", FindOne, [](int i) { return Handle(i) + "." + Field(i); });
+#ifdef HAVE_GLIB
+  MeasureGlib();
+#endif
+  MeasureLookup("dict_Get", GetOne, [](int i) { return Number("DIALOG", i % DIALOGS) + "/" + Field(i); });
+  MeasureChecks();
+  OpenBoth(WriteItems);
+  MeasureLookup("dict_List", ListOne, [](int i) { return Number("item", i); });
+  dict_CloseAll();
+}
 
 }  // namespace
 
@@ -294,9 +284,7 @@ int main() {
   MeasureOpening();
   MeasureGrowth();
   MeasureFinding();
-#ifdef HAVE_GLIB
-  MeasureGlib();
-#else
+#ifndef HAVE_GLIB
   std::puts("GLib is not there: its rows are left out");
 #endif
 #ifndef HAVE_INIH

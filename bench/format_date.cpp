@@ -52,13 +52,8 @@ std::vector<std::string> Show(const std::vector<std::tm>& dates, std::string_vie
 }
 
 // The first contender is ours.
-void PrintRows(const char* what, std::string_view fmt, const std::vector<Contender>& contenders, double goal) {
-  const std::vector<double> medians = bench::MeasureInterleaved(contenders, ROUNDS, RUNS);
-  for (size_t i = 1; i < medians.size(); ++i) {
-    std::printf("%-8s %-20s %8.1f ns  %-8s %8.1f ns  ratio %.2f", what, fmt.data(), medians[0] / DATES,
-                contenders[i].name, medians[i] / DATES, medians[0] / medians[i]);
-    std::printf(i == 1 ? " (goal %.2f)\n" : "\n", goal);
-  }
+void PrintRows(const char* what, std::string_view fmt, const std::vector<Contender>& contenders) {
+  bench::Compare(std::string(what) + " " + std::string(fmt), contenders, DATES, ROUNDS, RUNS);
 }
 
 void MeasureFormat(std::string_view fmt, const std::vector<std::tm>& dates) {
@@ -73,7 +68,7 @@ void MeasureFormat(std::string_view fmt, const std::vector<std::tm>& dates) {
     std::array<char, 256> out;
     for (const std::tm& tm : dates) kept = std::strftime(out.data(), out.size(), fmt.data(), &tm);
   };
-  std::vector<Contender> contenders = {{"FmtDate", ours}, {"strftime", c_library}};
+  std::vector<Contender> contenders = {{"FmtDate", ours}, {"strftime", c_library, FORMAT_GOAL}};
 #ifdef HAVE_FMT
   const std::string pattern = "{:" + std::string(fmt) + "}";
   const auto fmt_library = [&] {
@@ -82,7 +77,7 @@ void MeasureFormat(std::string_view fmt, const std::vector<std::tm>& dates) {
   };
   contenders.push_back({"{fmt}", fmt_library});
 #endif
-  PrintRows("FmtDate", fmt, contenders, FORMAT_GOAL);
+  PrintRows("FmtDate", fmt, contenders);
 }
 
 void MeasureScan(std::string_view fmt, const std::vector<std::string>& texts) {
@@ -94,7 +89,7 @@ void MeasureScan(std::string_view fmt, const std::vector<std::string>& texts) {
     std::tm tm{};
     for (const std::string& text : texts) kept = strptime(text.c_str(), fmt.data(), &tm) != nullptr ? 1 : 0;
   };
-  PrintRows("ScanDate", fmt, {{"ScanDate", ours}, {"strptime", c_library}}, SCAN_GOAL);
+  PrintRows("ScanDate", fmt, {{"ScanDate", ours}, {"strptime", c_library, SCAN_GOAL}});
 }
 
 }  // namespace

@@ -46,36 +46,28 @@ std::vector<double> MakeNumbers(double smallest) {
   return numbers;
 }
 
-void PrintRows(const char* what, const std::vector<Contender>& contenders, double goal) {
-  const std::vector<double> medians = bench::MeasureInterleaved(contenders, ROUNDS, RUNS);
-  for (size_t i = 1; i < medians.size(); ++i) {
-    std::printf("%-20s %8.1f ns  %-18s %8.1f ns  ratio %.2f", what, medians[0] / NUMBERS, contenders[i].name,
-                medians[i] / NUMBERS, medians[0] / medians[i]);
-    if (i == 1 && goal > 0) std::printf(" (goal %.2f)", goal);
-    std::putchar('\n');
-  }
+void PrintRows(const char* what, const std::vector<Contender>& contenders) {
+  bench::Compare(what, contenders, NUMBERS, ROUNDS, RUNS);
 }
 
 // Ends the program when two contenders do not come to the same.
 template <class Input, class Ours, class Theirs>
 void ExpectSame(const std::vector<Input>& inputs, Ours ours, Theirs theirs) {
-  for (const Input& input : inputs) {
-    if (ours(input) == theirs(input)) continue;
-    std::fputs("format_num: the contenders do not agree\n", stderr);
-    std::exit(1);
-  }
+  for (const Input& input : inputs) bench::Expect(ours(input) == theirs(input), "the contenders do not agree");
 }
 
 template <class Input, class Handle>
-Contender Over(const char* name, const std::vector<Input>& inputs, Handle handle) {
-  return {name, [&inputs, handle] {
+Contender Over(const char* name, const std::vector<Input>& inputs, Handle handle, double goal = 0) {
+  return {name,
+          [&inputs, handle] {
             for (const Input& input : inputs) {
               if constexpr (std::is_arithmetic_v<decltype(handle(input))>)
                 kept = handle(input);
               else
                 kept = handle(input).back();
             }
-          }};
+          },
+          goal};
 }
 
 template <uint32_t FLAGS>
@@ -116,7 +108,7 @@ void MeasurePlain(const std::vector<double>& numbers) {
   ExpectSame(numbers, ShowNum<0>, print);
   contenders.push_back(Over("fmt", numbers, print));
 #endif
-  PrintRows("FmtNum", contenders, 0);
+  PrintRows("FmtNum", contenders);
 }
 
 // True when the process's numbers and ours are grouped from now on.
@@ -127,9 +119,8 @@ bool UseGroupingLocale() {
 
 void MeasureGrouped(const std::vector<double>& numbers) {
   ExpectSame(numbers, ShowNum<FMT_GROUP>, PrintNum<true>);
-  PrintRows("FmtNum, grouped",
-            {Over("FmtNum", numbers, ShowNum<FMT_GROUP>), Over("snprintf with '", numbers, PrintNum<true>)},
-            GROUPED_GOAL);
+  PrintRows("FmtNum, grouped", {Over("FmtNum", numbers, ShowNum<FMT_GROUP>),
+                                Over("snprintf with '", numbers, PrintNum<true>, GROUPED_GOAL)});
 }
 
 void MeasureScan(const std::vector<double>& numbers) {
@@ -137,7 +128,7 @@ void MeasureScan(const std::vector<double>& numbers) {
   for (const double value : numbers) texts.emplace_back(ShowNum<0>(value));
   const auto read = [](const std::string& text) { return std::strtod(text.c_str(), nullptr); };
   ExpectSame(texts, ReadNum, read);
-  PrintRows("ScanNum", {Over("ScanNum", texts, ReadNum), Over("strtod", texts, read)}, SCAN_GOAL);
+  PrintRows("ScanNum", {Over("ScanNum", texts, ReadNum), Over("strtod", texts, read, SCAN_GOAL)});
 }
 
 }  // namespace

@@ -34,6 +34,7 @@ namespace {
 
 using namespace vorlix;
 using vorlix::bench::Contender;
+using vorlix::bench::Expect;
 
 constexpr int SECTIONS = 1000;
 constexpr int ENTRIES = 8;
@@ -44,9 +45,9 @@ constexpr const char* LAST_ENTRY = "entry7";
 constexpr int ROUNDS = 3;
 constexpr int RUNS = 101;
 
-constexpr double LOOKUP_GOAL = 10;
-constexpr double WALK_GOAL = 4;
-constexpr double REWRITE_GOAL = 3;
+constexpr double LOOKUP_GOAL = 0.10;
+constexpr double WALK_GOAL = 0.25;
+constexpr double REWRITE_GOAL = 0.33;
 
 constexpr const char* MEMORY = "/dev/shm/";
 
@@ -77,20 +78,8 @@ class Directory {
   std::string name_;
 };
 
-void Expect(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "ini: %s\n", what);
-  std::exit(1);
-}
-
-void PrintRows(const char* what, const std::vector<Contender>& contenders, double goal) {
-  const std::vector<double> medians = bench::MeasureInterleaved(contenders, ROUNDS, RUNS);
-  for (size_t i = 1; i < medians.size(); ++i) {
-    std::printf("%-27s %8.1f us  %-28s %8.1f us  %5.1f times as fast", what, medians[0] / 1000, contenders[i].name,
-                medians[i] / 1000, medians[i] / medians[0]);
-    if (i == 1 && goal > 0) std::printf(" (goal %.0f)", goal);
-    std::putchar('\n');
-  }
+void PrintRows(const char* what, const std::vector<Contender>& contenders) {
+  bench::Compare(what, contenders, 1, ROUNDS, RUNS);
 }
 
 // ---- One entry, the last ---------------------------------------------------------------------------------------------
@@ -135,22 +124,22 @@ std::string LookupSimpleIni() {
 #endif
 
 void MeasureLookup() {
-  std::vector<std::pair<const char*, std::string (*)()>> ways = {{"IniGetString", Lookup}};
+  std::vector<Contender> contenders;
+  const auto add = [&](const char* name, std::string (*look_up)(), double goal = 0) {
+    Expect(look_up() == "value 1006", name);
+    contenders.push_back({name, [look_up] { Expect(!look_up().empty(), "not found"); }, goal});
+  };
+  add("IniGetString", Lookup);
 #ifdef HAVE_INIH
-  ways.emplace_back("inih", LookupInih);
+  add("inih", LookupInih, LOOKUP_GOAL);
 #endif
 #ifdef HAVE_GLIB
-  ways.emplace_back("GKeyFile", LookupGlib);
+  add("GKeyFile", LookupGlib);
 #endif
 #ifdef HAVE_SIMPLEINI
-  ways.emplace_back("SimpleIni", LookupSimpleIni);
+  add("SimpleIni", LookupSimpleIni);
 #endif
-  std::vector<Contender> contenders;
-  for (const auto& [name, look_up] : ways) {
-    Expect(look_up() == "value 1006", name);
-    contenders.push_back({name, [look_up = look_up] { Expect(!look_up().empty(), "not found"); }});
-  }
-  PrintRows("the last entry", contenders, LOOKUP_GOAL);
+  PrintRows("INI, the last entry", contenders);
 }
 
 // ---- All entries -----------------------------------------------------------------------------------------------------
@@ -208,18 +197,18 @@ void MeasureWalk() {
   const Sum expected = Walk();
   Expect(expected.entries == SECTIONS * ENTRIES, "the walk misses entries");
   std::vector<Contender> contenders;
-  const auto add = [&](const char* name, Sum (*walk)()) {
+  const auto add = [&](const char* name, Sum (*walk)(), double goal = 0) {
     Expect(walk() == expected, name);
-    contenders.push_back({name, [walk, expected] { Expect(walk() == expected, "entries are missing"); }});
+    contenders.push_back({name, [walk, expected] { Expect(walk() == expected, "entries are missing"); }, goal});
   };
   add("IniNextEntry", Walk);
 #ifdef HAVE_INIH
-  add("inih", WalkInih);
+  add("inih", WalkInih, WALK_GOAL);
 #endif
 #ifdef HAVE_SIMPLEINI
   add("SimpleIni", WalkSimpleIni);
 #endif
-  PrintRows("all entries", contenders, WALK_GOAL);
+  PrintRows("INI, all entries", contenders);
 }
 
 // ---- A rewrite -------------------------------------------------------------------------------------------------------
@@ -267,14 +256,14 @@ void MeasureRewrite(const char* what) {
                                           Expect(done == 1, "IniSetString fails");
                                         }}};
 #ifdef HAVE_GLIB
-  contenders.push_back({"GKeyFile (flushes)", RewriteGlib});
+  contenders.push_back({"GKeyFile (flushes)", RewriteGlib, REWRITE_GOAL});
 #endif
 #ifdef HAVE_SIMPLEINI
   contenders.push_back({"SimpleIni (no flush)", RewriteSimpleIni});
 #endif
   contenders.push_back({"the bytes, flushed", [&] { WriteBare(bytes, true); }});
   contenders.push_back({"the bytes, not flushed", [&] { WriteBare(bytes, false); }});
-  PrintRows(what, contenders, REWRITE_GOAL);
+  PrintRows(what, contenders);
 }
 
 }  // namespace
@@ -285,11 +274,11 @@ int main() {
     const Directory directory("");
     MeasureLookup();
     MeasureWalk();
-    MeasureRewrite("an entry changed");
+    MeasureRewrite("INI, an entry changed");
   }
   if (std::filesystem::exists(MEMORY)) {
     const Directory directory(MEMORY);
-    MeasureRewrite("an entry changed, in memory");
+    MeasureRewrite("INI, an entry changed, in memory");
   }
 #ifndef HAVE_INIH
   std::puts("inih is not there: its rows are left out");

@@ -1,4 +1,5 @@
-// What every measurement does: contenders side by side in one run, in turn, on one core, and the median of the runs.
+// What every measurement does: contenders side by side in one run, in turn, on one core, the median of the runs, and a
+// line of the table for each pair.
 #pragma once
 
 #include <sched.h>
@@ -6,7 +7,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace vorlix::bench {
@@ -14,8 +18,17 @@ namespace vorlix::bench {
 /// A way of doing the work that is measured.
 struct Contender {
   const char* name;
-  std::function<void()> round;  // does the work once
+  std::function<void()> round;        // does the work once
+  double goal = 0;                    // our time over this one's is to be at most this; 0: no goal
+  std::function<void()> before = {};  // what comes before each round, outside of its time
 };
+
+/// Ends the program when what is measured does not do what it should.
+inline void Expect(bool holds, std::string_view what) {
+  if (holds) return;
+  std::fprintf(stderr, "bench: %.*s\n", static_cast<int>(what.size()), what.data());
+  std::exit(1);
+}
 
 /// Keeps this process and all that it starts from now on to the core it is on, so that none moves while it is measured.
 inline void PinToOneCore() {
@@ -26,9 +39,15 @@ inline void PinToOneCore() {
 }
 
 inline double NanosecondsPerRound(const Contender& contender, int rounds) {
-  const auto start = std::chrono::steady_clock::now();
-  for (int i = 0; i < rounds; ++i) contender.round();
-  const std::chrono::duration<double, std::nano> taken = std::chrono::steady_clock::now() - start;
+  using Clock = std::chrono::steady_clock;
+  std::chrono::duration<double, std::nano> taken{};
+  const int at_once = contender.before ? 1 : rounds;
+  for (int done = 0; done < rounds; done += at_once) {
+    if (contender.before) contender.before();
+    const auto start = Clock::now();
+    for (int i = 0; i < at_once; ++i) contender.round();
+    taken += Clock::now() - start;
+  }
   return taken.count() / rounds;
 }
 
@@ -49,6 +68,38 @@ inline std::vector<double> MeasureInterleaved(const std::vector<Contender>& cont
     medians.push_back(*middle);
   }
   return medians;
+}
+
+/// "12.3 us": three digits or more of a time in nanoseconds.
+inline std::string TimeText(double nanoseconds) {
+  const struct {
+    const char* unit;
+    double size;
+  } UNITS[] = {{"ms", 1e6}, {"us", 1e3}, {"ns", 1}};
+  const auto* unit = std::find_if(std::begin(UNITS), std::end(UNITS) - 1,
+                                  [&](const auto& candidate) { return nanoseconds >= candidate.size; });
+  char text[40];
+  std::snprintf(text, sizeof text, "%.*f %s", nanoseconds < 100 * unit->size ? 2 : 1, nanoseconds / unit->size,
+                unit->unit);
+  return text;
+}
+
+/// A line of the table: what is measured, our time, what stands beside it, its time, the ratio of ours to it, the goal.
+inline void PrintRow(const std::string& what, double ours, const std::string& name, double theirs, double goal = 0) {
+  std::printf("%-42s %10s  %-28s %10s %7.2f", what.c_str(), TimeText(ours).c_str(), name.c_str(),
+              TimeText(theirs).c_str(), ours / theirs);
+  if (goal > 0) std::printf("  <= %.2f%s", goal, ours / theirs <= goal ? "" : "  missed");
+  std::putchar('\n');
+  std::fflush(stdout);
+}
+
+/// Measures, and prints a line for each contender beside the first one, which is ours. A round handles `items` of what
+/// the times are for.
+inline void Compare(const std::string& what, const std::vector<Contender>& contenders, int items, int rounds,
+                    int runs) {
+  const std::vector<double> medians = MeasureInterleaved(contenders, rounds, runs);
+  for (size_t i = 1; i < medians.size(); ++i)
+    PrintRow(what, medians[0] / items, contenders[i].name, medians[i] / items, contenders[i].goal);
 }
 
 }  // namespace vorlix::bench

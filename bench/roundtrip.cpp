@@ -1,4 +1,4 @@
-// What a call costs on top of the two signals that carry it.
+// What a call costs on top of the two signals that carry it, and beside a call over a message bus.
 //
 // The floor is a bare ping-pong: this process and a peer that answers every SIGUSR2 from its handler, waiting in
 // sigsuspend as the server does, while this side waits with the client library as for any call. All run on one core, so
@@ -7,21 +7,22 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <string_view>
 
 #include "bench/measure.h"
 #include "host/server.h"
+#ifdef HAVE_SYSTEMD
+#include "bench/busecho.h"
+#endif
 
 namespace {
 
-using vorlix::bench::Contender;
+using vorlix::bench::Expect;
 
 // Short turns, many of them: a disturbance falls on one turn and not on a median.
 constexpr int ROUNDS = 1'000;
 constexpr int RUNS = 101;
-constexpr double GOAL = 1.15;
+constexpr double FLOOR_GOAL = 1.10;
 constexpr std::string_view PEER_ARGUMENT = "peer";
 
 void AnswerParent(int) { kill(getppid(), SIGUSR2); }
@@ -34,12 +35,6 @@ void AnswerParent(int) { kill(getppid(), SIGUSR2); }
   sigset_t none;
   sigemptyset(&none);
   while (true) sigsuspend(&none);
-}
-
-void Expect(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "roundtrip: %s\n", what);
-  std::exit(1);
 }
 
 void PingPong(vorlix::host::Process& peer) {
@@ -59,16 +54,20 @@ int main(int argc, char** argv) {
   host::Server server({.program = VORLIX_SERVER, .environment = {{"LANG", "C"}}});
   host::Server placed({.program = VORLIX_SERVER, .environment = {{"LANG", "C"}}});
   Expect(placed.Call("dll_Revision", {host::OutText(20)}).code == 0, "dll_Revision fails");
+  const auto call = [&] { Expect(server.Call("dll_Revision", {host::OutText(20)}).code == 0, "dll_Revision fails"); };
 
-  const std::vector<Contender> contenders = {
-      {"two signals and no work", [&] { PingPong(peer); }},
-      {"dll_Revision, placed once", [&] { Expect(placed.Ring() == 0, "dll_Revision fails"); }},
-      {"dll_Revision, placed and read back by Server::Call",
-       [&] { Expect(server.Call("dll_Revision", {host::OutText(20)}).code == 0, "dll_Revision fails"); }},
-  };
-  const std::vector<double> medians = vorlix::bench::MeasureInterleaved(contenders, ROUNDS, RUNS);
-  for (size_t i = 0; i < contenders.size(); ++i)
-    std::printf("%-52s %7.0f ns  %5.2f x the floor\n", contenders[i].name, medians[i], medians[i] / medians[0]);
-  std::printf("goal: at most %.2f x the floor\n", GOAL);
+  using vorlix::bench::Compare;
+  const vorlix::bench::Contender floor = {"two signals and no work", [&] { PingPong(peer); }, FLOOR_GOAL};
+  Compare("a call, placed once", {{"", [&] { Expect(placed.Ring() == 0, "dll_Revision fails"); }}, floor}, 1, ROUNDS,
+          RUNS);
+  Compare("a call, placed and read back", {{"", call}, floor}, 1, ROUNDS, RUNS);
+#ifdef HAVE_SYSTEMD
+  constexpr double BUS_GOAL = 0.5;
+  vorlix::bench::BusEcho bus;
+  Compare("a call, placed and read back", {{"", call}, {"sd-bus, peer to peer", [&] { bus.Call(); }, BUS_GOAL}}, 1,
+          ROUNDS / 4, RUNS);
+#else
+  std::puts("libsystemd is not there: its row is left out");
+#endif
   return 0;
 }
