@@ -11,12 +11,12 @@ constexpr char DICT = TRACE_DICT;
 
 }  // namespace
 
-int32_t dict_Open(zString id, zString fname, IntByValue lvl, IntByReference rc_p) {
+int32_t dict_Open(zString id, zString fname, IntByValue lvl, Out<IntByReference> rc_p) {
   DebugEntry(DICT, "dict_Open");
   return OpenDict(id, fname, lvl, rc_p);
 }
 
-int32_t dict_OpenModel(zString id, zString fname, IntByReference rc_p) {
+int32_t dict_OpenModel(zString id, zString fname, Out<IntByReference> rc_p) {
   DebugEntry(DICT, "dict_OpenModel");
   return OpenDict(id, fname, -1, rc_p);
 }

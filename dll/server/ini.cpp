@@ -21,7 +21,7 @@ int SizeFor(const DllString& s) { return std::min(s.max, INI_TEXT_SIZE); }
 
 }  // namespace
 
-int32_t ini_GetInt(zString section, zString entry, IntByValue def, zString fname, IntByReference val_p) {
+int32_t ini_GetInt(zString section, zString entry, IntByValue def, zString fname, Out<IntByReference> val_p) {
   DebugPrint(INI, 3, "ini_GetInt(section=\"%s\",entry=\"%s\",def=%d,fname=\"%s\")", section, entry, def, fname);
   const int32_t value = IniGetInt(section, entry, def, fname);
   val_p = value;
@@ -29,7 +29,7 @@ int32_t ini_GetInt(zString section, zString entry, IntByValue def, zString fname
   return RESULT_OK;
 }
 
-int32_t ini_GetString(zString section, zString entry, zString def, zString fname, String val) {
+int32_t ini_GetString(zString section, zString entry, zString def, zString fname, Out<String> val) {
   DebugPrint(INI, 3, "ini_GetString(section=\"%s\",entry=\"%s\",def=\"%s\",fname=\"%s\")", section, entry, def, fname);
   IniText text{};
   // Unlike the walking calls, this one fills the String to the last character.
@@ -46,7 +46,7 @@ int32_t ini_SetString(zString section, zString entry, zString val, zString fname
   return RESULT_OK;
 }
 
-int32_t ini_Open(zString fname, zString section, IntByReference hdl) {
+int32_t ini_Open(zString fname, zString section, Out<IntByReference> hdl) {
   DebugPrint(INI, 3, "ini_Open(fname=\"%s\",section=\"%s\")", fname, section);
   int result = IniOpen(fname, section);
   if (result < 0 && errno != 0) result = -errno;
@@ -55,7 +55,7 @@ int32_t ini_Open(zString fname, zString section, IntByReference hdl) {
   return RESULT_OK;
 }
 
-int32_t ini_Close(IntByValue hdl, IntByReference rc) {
+int32_t ini_Close(IntByValue hdl, Out<IntByReference> rc) {
   DebugPrint(INI, 3, "ini_Close(hdl=%d)", hdl);
   rc = IniClose(hdl);
   return RESULT_OK;
@@ -67,7 +67,7 @@ int32_t ini_CloseAll() {
   return RESULT_OK;
 }
 
-int32_t ini_FindSection(IntByValue hdl, zString section, IntByReference eof) {
+int32_t ini_FindSection(IntByValue hdl, zString section, Out<IntByReference> eof) {
   DebugPrint(INI, 3, "ini_FindSection(hdl=%d,section=\"%s\")", hdl, section);
   const int state = IniFindSection(hdl, section);
   eof = state;
@@ -75,7 +75,7 @@ int32_t ini_FindSection(IntByValue hdl, zString section, IntByReference eof) {
   return RESULT_OK;
 }
 
-int32_t ini_NextLine(IntByValue hdl, String buf, IntByReference eof) {
+int32_t ini_NextLine(IntByValue hdl, Out<String> buf, Out<IntByReference> eof) {
   DebugPrint(INI, 3, "ini_NextLine(hdl=%d)", hdl);
   buf.len = 0;
   IniText text;
@@ -89,7 +89,7 @@ int32_t ini_NextLine(IntByValue hdl, String buf, IntByReference eof) {
   return RESULT_OK;
 }
 
-int32_t ini_NextSection(IntByValue hdl, String buf, IntByReference eof) {
+int32_t ini_NextSection(IntByValue hdl, Out<String> buf, Out<IntByReference> eof) {
   DebugPrint(INI, 3, "ini_NextSection(hdl=%d)", hdl);
   buf.len = 0;
   IniText text;
@@ -103,7 +103,7 @@ int32_t ini_NextSection(IntByValue hdl, String buf, IntByReference eof) {
   return RESULT_OK;
 }
 
-int32_t ini_NextEntry(IntByValue hdl, String item, String value, IntByReference eof) {
+int32_t ini_NextEntry(IntByValue hdl, Out<String> item, Out<String> value, Out<IntByReference> eof) {
   DebugPrint(INI, 3, "ini_NextEntry(hdl=%d)", hdl);
   item.len = value.len = 0;
   IniText name;

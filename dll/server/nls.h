@@ -13,7 +13,7 @@ namespace vorlix {
 /// that is not available is warned of on standard error and replaced by "C". Returns 0 or the code of BuildLocale.
 int32_t setup_locale_from_env();
 
-/// Changes categories as a text such as LANG=de_DE,NUMERIC=C says and builds a new description. Returns 0;
+/// Changes categories as a text such as LANG=de_DE,TIME=C says and builds a new description. Returns 0;
 /// RESULT_REFUSED for a bad text or a language that is not available, with buffer and locale in force unchanged; or the
 /// code of BuildLocale.
 int32_t define_locale(const char* str);
