@@ -5,7 +5,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
-#include <sys/signalfd.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -25,6 +24,11 @@ namespace {
 
 constexpr const char* SERVER_NAME = "vorlix.dll";
 constexpr size_t PIPE_CHUNK = size_t{64} * 1024;
+
+// How long a wait for an answer goes before it looks whether the server has ended, and how long when standard error is
+// captured: the server stands still when the pipe is full.
+constexpr std::chrono::milliseconds LOOK_AROUND{20};
+constexpr std::chrono::milliseconds LOOK_AROUND_CAPTURING{1};
 
 sigset_t SignalSet(std::initializer_list<int> signals) {
   sigset_t set;
@@ -116,8 +120,8 @@ int ExecError(int report_end) {
   return count == sizeof error ? error : 0;
 }
 
-timespec TimeUntil(Clock::time_point deadline) {
-  const auto rest = std::max(deadline - Clock::now(), Clock::duration::zero());
+timespec TimeBetween(Clock::time_point now, Clock::time_point deadline) {
+  const auto rest = std::max(deadline - now, Clock::duration::zero());
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(rest);
   return {seconds.count(), std::chrono::nanoseconds(rest - seconds).count()};
 }
@@ -168,9 +172,6 @@ std::string FindServerProgram() {
 
 Process::Process(const std::string& program, const std::vector<std::string>& args, const EnvironmentChanges& changes,
                  StandardError standard_error) {
-  const sigset_t answers = SignalSet({SIGUSR2});
-  answers_ = Descriptor(signalfd(-1, &answers, SFD_CLOEXEC | SFD_NONBLOCK));
-  if (answers_.Get() < 0) ThrowSystemError("signalfd");
   Descriptor error_input;
   if (standard_error == StandardError::Capture) {
     auto [reading, writing] = MakePipe();
@@ -218,33 +219,37 @@ void Process::Signal(int signal) {
   if (!ending_.has_value()) syscall(SYS_pidfd_send_signal, pidfd_.Get(), signal, nullptr, 0);
 }
 
+// An answer is taken at once. The rest is looked at between the slices of the wait: asking for all of it together would
+// cost every call a tenth more.
 Process::Event Process::Wait(Clock::time_point deadline) {
+  const sigset_t answers = SignalSet({SIGUSR2});
   while (!ending_.has_value()) {
-    std::array<pollfd, 3> sources = {pollfd{answers_.Get(), POLLIN, 0}, pollfd{pidfd_.Get(), POLLIN, 0},
-                                     pollfd{error_output_.Get(), POLLIN, 0}};
-    const auto& [answer, end, error_output] = sources;
-    const timespec rest = TimeUntil(deadline);
-    const int ready = ppoll(sources.data(), sources.size(), &rest, nullptr);
-    if (ready < 0 && errno != EINTR) ThrowSystemError("ppoll");
-    if (ready > 0 && error_output.revents != 0) ReadStandardError();
-    if (ready > 0 && answer.revents != 0) {
-      signalfd_siginfo info;
-      // Another thread may have taken the signal meanwhile; then this is one look at the block too many.
-      [[maybe_unused]] const ssize_t count = read(answers_.Get(), &info, sizeof info);
-      return Event::Answer;
-    }
-    if (ready > 0 && end.revents != 0)
-      Reap();
-    else if (Clock::now() >= deadline)
-      return Event::Timeout;
+    const Clock::time_point now = Clock::now();
+    const auto slice = error_output_.Get() < 0 ? LOOK_AROUND : LOOK_AROUND_CAPTURING;
+    const timespec rest = TimeBetween(now, std::min(deadline, now + slice));
+    if (sigtimedwait(&answers, nullptr, &rest) == SIGUSR2) return Event::Answer;
+    LookAround(now);
+    if (!ending_.has_value() && Clock::now() >= deadline) return Event::Timeout;
   }
   return Event::Died;
 }
 
+void Process::LookAround(Clock::time_point deadline) {
+  std::array<pollfd, 2> sources = {pollfd{pidfd_.Get(), POLLIN, 0}, pollfd{error_output_.Get(), POLLIN, 0}};
+  const auto& [end, error_output] = sources;
+  const timespec rest = TimeBetween(Clock::now(), deadline);
+  const int ready = ppoll(sources.data(), sources.size(), &rest, nullptr);
+  if (ready < 0 && errno != EINTR) ThrowSystemError("ppoll");
+  if (ready > 0 && error_output.revents != 0) ReadStandardError();
+  if (ready > 0 && end.revents != 0) Reap();
+}
+
 bool Process::AwaitEnd(Clock::time_point deadline) {
-  Event event = Event::Answer;
-  while (event == Event::Answer) event = Wait(deadline);
-  return event == Event::Died;
+  while (!ending_.has_value()) {  // it can be known already; a process is reaped once
+    LookAround(deadline);
+    if (Clock::now() >= deadline) break;
+  }
+  return ending_.has_value();
 }
 
 Ending Process::End(std::chrono::milliseconds patience) {

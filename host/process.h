@@ -99,6 +99,8 @@ class Process {
  private:
   void Start(const std::string& program, const std::vector<std::string>& args, const EnvironmentChanges& changes,
              int error_end);
+  /// Takes standard error and the end of the process, waiting for one of them until the deadline.
+  void LookAround(Clock::time_point deadline);
   bool AwaitEnd(Clock::time_point deadline);
   bool ReadStandardError();
   void Reap();
@@ -106,7 +108,6 @@ class Process {
   AnswersBlocked blocked_;  // first, so that it is released when the server is gone
   pid_t pid_ = -1;
   Descriptor pidfd_;
-  Descriptor answers_;       // a signalfd for SIGUSR2
   Descriptor error_output_;  // our end of the pipe of captured standard error
   std::string captured_;
   std::optional<Ending> ending_;

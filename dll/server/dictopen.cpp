@@ -50,9 +50,12 @@ class DictFile {
   bool IsOpen() const { return hdl_ >= 0; }
   int NextSection(NameText& name) const { return IniNextSection(hdl_, name.data(), static_cast<int>(name.size())); }
   bool NextEntry() {
-    return IniNextEntry(hdl_, item.data(), static_cast<int>(item.size()), value.data(),
-                        static_cast<int>(value.size())) == INI_INSIDE;
+    state_ =
+        IniNextEntry(hdl_, item.data(), static_cast<int>(item.size()), value.data(), static_cast<int>(value.size()));
+    return state_ == INI_INSIDE;
   }
+  /// Whether the last section has no further entry because it could not be read on.
+  bool Failed() const { return state_ < 0; }
 
   // The entry that was read last.
   NameText item;
@@ -60,6 +63,7 @@ class DictFile {
 
  private:
   int hdl_;
+  int state_ = INI_INSIDE;
 };
 
 void ReadCatalog(Dict& dict, DictFile& file) {
@@ -85,8 +89,10 @@ bool ReadSection(Dict& dict, DictFile& file, const char* name) {
     OwnedText value = CopyOrThrow(file.value.data());
     if (ObSet(object, file.item.data(), value, name) == ATTR_FAILED) return false;
   }
-  // A model's sections are completed where they are inherited.
-  return dict.kind == DICT_MODEL || (InheritObject(object, name) == 0 && ObCheck(object, name) == 0);
+  // Half a section is not judged: the search for the next one says that the file cannot be read on. A model's sections
+  // are completed where they are inherited.
+  if (file.Failed() || dict.kind == DICT_MODEL) return true;
+  return InheritObject(object, name) == 0 && ObCheck(object, name) == 0;
 }
 
 void StartDict(std::list<DictPtr>& fresh, const char* id, DictKind kind) {

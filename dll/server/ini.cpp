@@ -19,6 +19,22 @@ using IniText = std::array<char, INI_TEXT_SIZE>;
 /// The buffer size that a String stands for.
 int SizeFor(const DllString& s) { return std::min(s.max, INI_TEXT_SIZE); }
 
+/// A call that walks on to one text.
+int32_t ReadText(const char* function, int (*next)(int hdl, char* text, int size), int32_t hdl, DllString& buf,
+                 const IntByReference& eof) {
+  DebugPrint(INI, 3, "%s(hdl=%d)", function, hdl);
+  buf.len = 0;
+  IniText text;
+  const int state = next(hdl, text.data(), SizeFor(buf));
+  eof = state;
+  if (state == 0) {
+    DllStrFromC(text.data(), buf);
+    DebugPrint(INI, 3, "%s: buf = \"%s\"", function, text.data());
+  }
+  DebugPrint(INI, 3, "%s: eof = %d", function, state);
+  return RESULT_OK;
+}
+
 }  // namespace
 
 int32_t ini_GetInt(zString section, zString entry, IntByValue def, zString fname, Out<IntByReference> val_p) {
@@ -76,31 +92,11 @@ int32_t ini_FindSection(IntByValue hdl, zString section, Out<IntByReference> eof
 }
 
 int32_t ini_NextLine(IntByValue hdl, Out<String> buf, Out<IntByReference> eof) {
-  DebugPrint(INI, 3, "ini_NextLine(hdl=%d)", hdl);
-  buf.len = 0;
-  IniText text;
-  const int state = IniNextLine(hdl, text.data(), SizeFor(buf));
-  eof = state;
-  if (state == 0) {
-    DllStrFromC(text.data(), buf);
-    DebugPrint(INI, 3, "ini_NextLine: buf = \"%s\"", text.data());
-  }
-  DebugPrint(INI, 3, "ini_NextLine: eof = %d", state);
-  return RESULT_OK;
+  return ReadText("ini_NextLine", IniNextLine, hdl, buf, eof);
 }
 
 int32_t ini_NextSection(IntByValue hdl, Out<String> buf, Out<IntByReference> eof) {
-  DebugPrint(INI, 3, "ini_NextSection(hdl=%d)", hdl);
-  buf.len = 0;
-  IniText text;
-  const int state = IniNextSection(hdl, text.data(), SizeFor(buf));
-  eof = state;
-  if (state == 0) {
-    DllStrFromC(text.data(), buf);
-    DebugPrint(INI, 3, "ini_NextSection: buf = \"%s\"", text.data());
-  }
-  DebugPrint(INI, 3, "ini_NextSection: eof = %d", state);
-  return RESULT_OK;
+  return ReadText("ini_NextSection", IniNextSection, hdl, buf, eof);
 }
 
 int32_t ini_NextEntry(IntByValue hdl, Out<String> item, Out<String> value, Out<IntByReference> eof) {

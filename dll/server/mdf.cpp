@@ -105,8 +105,8 @@ Selection SelectRows(std::string_view filter) {
 
 // ---- Reading --------------------------------------------------------------------------------------------------------
 
-/// Adds a line's value to what was collected before. False when there is no memory for it.
-bool Collect(std::optional<std::string>& collected, std::string_view value) {
+/// Adds a line's value to what was collected before. Returns 0; or, without memory for it, what `rc_p` is to say.
+int32_t Collect(std::optional<std::string>& collected, std::string_view value) {
   const size_t size = collected ? collected->size() + 1 + value.size() : value.size();
   errno = 0;
   try {
@@ -115,21 +115,25 @@ bool Collect(std::optional<std::string>& collected, std::string_view value) {
     else
       collected.emplace();
     collected->append(value);
-    return true;
+    return 0;
   } catch (const std::bad_alloc&) {
+    const int32_t rc = MinusErrno();
     Report("mdf_Get: do_read: errno = %d, sz = %zu\n", errno, size + 1);
-    return false;
+    return rc;
   }
 }
 
 /// Takes one line. False ends the reading; `rc` becomes what is wrong, if anything is.
 bool TakeLine(Module& module, const char* item, const char* value, int32_t& rc) {
   const auto* const row = std::ranges::find(ITEMS, std::string_view(item), &MdfItem::item);
-  if (row == std::end(ITEMS)) Report("mdf_Get: do_read: ignored: %s (%s)\n", item, value);
-  if (row == std::end(ITEMS) || row->type == NOT_COLLECTED) return true;
+  if (row == std::end(ITEMS)) {
+    Report("mdf_Get: do_read: ignored: %s (%s)\n", item, value);
+    return true;
+  }
+  if (row->type == NOT_COLLECTED) return true;
   std::optional<std::string>& collected = module.values[static_cast<size_t>(row - ITEMS)];
-  if (!Collect(collected, value)) {
-    rc = MinusErrno();
+  if (const int32_t failed = Collect(collected, value); failed != 0) {
+    rc = failed;
     return false;
   }
   if (collected->size() > row->limit) {

@@ -10,6 +10,11 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "dll/shared/retry.h"
 
 namespace vorlix {
 
@@ -23,13 +28,11 @@ constexpr int HIGHEST_LEVEL = 127;
 int trace_fd = -1;
 
 // A line that cannot be written is lost: there is nobody left to tell.
-void WriteAll(int fd, const char* text, size_t length) {
-  while (length > 0) {
-    const ssize_t written = write(fd, text, length);
-    if (written < 0 && errno == EINTR) continue;
+void WriteAll(int fd, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = Retry([&] { return write(fd, text.data(), text.size()); });
     if (written <= 0) return;
-    text += written;
-    length -= static_cast<size_t>(written);
+    text.remove_prefix(static_cast<size_t>(written));
   }
 }
 
@@ -57,7 +60,11 @@ void WriteHeader(const char* flags) {
   const std::time_t now = std::time(nullptr);
   std::array<char, 64> time_text{};
   const char* shown = ctime_r(&now, time_text.data());
-  dprintf(trace_fd, "\n** %s   Flags = [%s]\n\n", shown != nullptr ? shown : "\n", flags);
+  try {
+    WriteAll(trace_fd, std::string("\n** ") + (shown != nullptr ? shown : "\n") + "   Flags = [" + flags + "]\n\n");
+  } catch (const std::bad_alloc&) {
+    // Lost, like a line that cannot be written.
+  }
 }
 
 }  // namespace
@@ -68,7 +75,7 @@ void SetDebugFlags(const char* flags, const char* fname) {
   if (trace_fd >= 0) close(trace_fd);
   trace_fd = -1;
   if (*fname == '\0') return;
-  trace_fd = open(fname, O_WRONLY | O_CREAT | O_CLOEXEC | mode, 0666);
+  trace_fd = Retry([=] { return open(fname, O_WRONLY | O_CREAT | O_CLOEXEC | mode, 0666); });
   if (trace_fd < 0) {
     std::perror(fname);
     return;
@@ -82,7 +89,7 @@ void DebugOut(char category, int level, const char* text) {
   if (length < 0) return;
   const auto used = std::min(static_cast<size_t>(length), line.size() - 1);
   line[used - 1] = '\n';
-  WriteAll(trace_fd >= 0 ? trace_fd : STDERR_FILENO, line.data(), used);
+  WriteAll(trace_fd >= 0 ? trace_fd : STDERR_FILENO, {line.data(), used});
 }
 
 void DebugPrint(char category, int level, const char* format, ...) {

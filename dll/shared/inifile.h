@@ -4,20 +4,11 @@
 #include <sys/types.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <string_view>
 
 namespace vorlix {
-
-/// Makes a system call again for as long as signals interrupt it.
-template <class Call>
-auto Retry(Call call) {
-  auto result = call();
-  while (result < 0 && errno == EINTR) result = call();
-  return result;
-}
 
 class IniFile {
  public:

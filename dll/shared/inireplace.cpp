@@ -16,7 +16,7 @@
 #include <cstring>
 #include <utility>
 
-#include "dll/shared/inifile.h"
+#include "dll/shared/retry.h"
 
 namespace vorlix {
 namespace {

@@ -69,20 +69,19 @@ bool FindSource(const char* dlgID, Source& source) {
   return source.dict != nullptr;
 }
 
-/// Ends the filling of the new context, whose result so far is `result`: gives the context up unless it holds
-/// something.
+/// Ends the filling of the new context, whose result so far is `result`: gives it up unless it holds something.
 int32_t Finish(const Source& source, int32_t result) {
   if (result != VAR_OK) {
     VarFree();
     return result;
   }
   if (!CurrVarContext().list.empty()) return VAR_OK;
-  if (const int32_t popped = VarPop(); popped != VAR_OK) return popped;
+  VarPop();
   DebugPrint(DICT, 2, "%s() warning: no variable added", source.operation);
   return VAR_NONE;
 }
 
-bool FitsItem(std::string_view name) { return static_cast<int64_t>(name.size()) <= XBUF_NAME_MAX; }
+bool FitsItem(std::string_view name) { return std::cmp_less_equal(name.size(), XBUF_NAME_MAX); }
 
 /// Adds a field by a name that fits an item; by its section where that is known.
 int32_t AddField(const Source& source, std::string_view name, std::string_view value, const SectionPtr& section) {
@@ -131,9 +130,11 @@ int32_t VarInitXBUF(const char* dlgID, std::string_view xbuf) {
   DebugEntry(DICT, "VarInitXBUF");
   if (const int32_t pushed = VarPush(); pushed != VAR_OK) return pushed;
   const int32_t result = VarXBUF(dlgID, xbuf, VarMode::Append);
-  if (result == VAR_OK) return VAR_OK;
-  const int32_t popped = result == VAR_NONE ? VarPop() : VarFree();
-  return result == VAR_NONE && popped != VAR_OK ? popped : result;
+  if (result == VAR_NONE)
+    VarPop();
+  else if (result != VAR_OK)
+    VarFree();
+  return result;
 }
 
 int32_t VarInitLIST(const char* dlgID, const char* list) {
