@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -59,6 +60,9 @@ struct Result {
   int32_t code = 0;
   std::vector<Arg> args;
 };
+
+/// A way to make calls, such as Server::Call on some server.
+using Caller = std::function<Result(std::string_view function, const std::vector<Arg>& args)>;
 
 /// Writes a whole call: header, descriptors, and the elements behind them one after the other, at multiples of a word.
 /// Elements of arrays lie as close as they can. Throws std::length_error, with the size that would be needed, when the

@@ -7,13 +7,13 @@
 
 namespace vorlix::host {
 
-Transfer FetchTransfer(Server& server, int32_t capacity) {
+Transfer FetchTransfer(const Caller& call, int32_t capacity) {
   constexpr int MORE_BLOCKS = 1;
   constexpr int NO_MEMORY = -1;
   Transfer transfer;
   CsdxPayload payload;
   for (int more = MORE_BLOCKS; more == MORE_BLOCKS;) {
-    const Result result = server.Call("dll_SendNext", {OutText(capacity), IntRef()});
+    const Result result = call("dll_SendNext", {OutText(capacity), IntRef()});
     transfer.code = result.code;
     if (result.code != 0) return transfer;
     ++transfer.blocks;

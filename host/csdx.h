@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -17,8 +18,11 @@ struct Transfer {
 
 /// Fetches the whole buffer that the last producer left (the locale description after start-up or dll_SetLocale, the
 /// texts of dict_PackDX and dict_PackBufDX) with dll_SendNext, in blocks of `capacity` bytes. A code other than 0 means
-/// that there was nothing to fetch (19) or that the capacity is too small (18). Throws like Server::Call, and
+/// that there was nothing to fetch (19) or that the capacity is too small (18). Throws what `call` throws, and
 /// std::runtime_error when the blocks do not fit together.
-Transfer FetchTransfer(Server& server, int32_t capacity = 32'000);
+Transfer FetchTransfer(const Caller& call, int32_t capacity = 32'000);
+inline Transfer FetchTransfer(Server& server, int32_t capacity = 32'000) {
+  return FetchTransfer(std::bind_front(&Server::Call, &server), capacity);
+}
 
 }  // namespace vorlix::host

@@ -10,6 +10,7 @@ namespace {
 constexpr char END = '$';
 constexpr char SEPARATOR = '~';
 constexpr size_t MAX_NAME = 79;
+constexpr uint32_t MAX_INDEX = INT32_MAX;
 
 // Plain ASCII: an XBUF means the same in every locale.
 bool IsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
@@ -31,8 +32,8 @@ class Reader {
     XbufItem item;
     item.type = ReadType();
     item.name = ReadName();
-    item.index = ReadNumber("element index");
-    const uint32_t length = ReadNumber("length");
+    item.index = ReadNumber("element index", MAX_INDEX);
+    const uint32_t length = ReadNumber("length", UINT32_MAX);
     if (length > Rest().size()) Fail("value cut off");
     item.value = Rest().substr(0, length);
     position_ += length;
@@ -70,12 +71,12 @@ class Reader {
   }
 
   // No digits count as 0.
-  uint32_t ReadNumber(const char* what) {
+  uint32_t ReadNumber(const char* what, uint32_t most) {
     const std::string_view digits = Piece(what);
     uint32_t number = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (!digits.empty() && (error != std::errc() || end != digits.data() + digits.size()))
-      Fail(std::string("bad ") + what);
+    const bool is_number = error == std::errc() && end == digits.data() + digits.size() && number <= most;
+    if (!digits.empty() && !is_number) Fail(std::string("bad ") + what);
     position_ += digits.size() + 1;
     return number;
   }
@@ -99,6 +100,7 @@ std::string WriteXbuf(const std::vector<XbufItem>& items) {
     if (item.type != 'X' && item.type != 'N')
       throw std::invalid_argument(std::string("XBUF: no type letter: ") + item.type);
     if (!IsName(item.name)) throw std::invalid_argument("XBUF: no name for an item: " + item.name);
+    if (item.index > MAX_INDEX) throw std::invalid_argument("XBUF: no element index: " + std::to_string(item.index));
     xbuf += item.type + item.name + SEPARATOR + std::to_string(item.index) + SEPARATOR +
             std::to_string(item.value.size()) + SEPARATOR + item.value;
   }

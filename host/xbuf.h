@@ -14,7 +14,7 @@ namespace vorlix::host {
 struct XbufItem {
   char type = 'X';     // 'X' for a text, 'N' for a number
   std::string name;    // a letter, then letters, digits and "_", 79 at most; the case does not matter
-  uint32_t index = 0;  // 0 for a plain value, from 1 for an element of an array
+  uint32_t index = 0;  // 0 for a plain value, 1 to 2147483647 for an element of an array
   std::string value;
 
   bool operator==(const XbufItem&) const = default;
@@ -24,7 +24,7 @@ struct XbufItem {
 /// std::invalid_argument, which names the fault and its offset, for anything malformed or cut off.
 std::vector<XbufItem> ReadXbuf(std::string_view xbuf);
 
-/// The XBUF of these items. Throws std::invalid_argument for a type or a name that no XBUF can hold.
+/// The XBUF of these items. Throws std::invalid_argument for a type, a name or an index that no XBUF can hold.
 std::string WriteXbuf(const std::vector<XbufItem>& items);
 
 }  // namespace vorlix::host

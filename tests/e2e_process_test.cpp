@@ -1,10 +1,10 @@
-// The server as a process: start-up and its failures, signals at any time, time-outs, death.
+// The server as a process: start-up and its failures, signals at any time,
+// time-outs, death.
 #include <gtest/gtest.h>
 #include <sys/shm.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -12,6 +12,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "host/server.h"
@@ -30,7 +31,6 @@ ServerError FailureOf(const std::function<void()>& action) {
   } catch (const ServerError& error) {
     return error;
   }
-  ADD_FAILURE() << "nothing failed";
   return {Failure::NoServer, "nothing failed"};
 }
 
@@ -46,94 +46,62 @@ std::jthread SignalLater(pid_t process, int signal) {
   });
 }
 
-TEST(StartUp, FailuresAreReportedWithStatusAndStandardError) {
-  const std::array<char, 8> other = {'Z', 'D', '.', 'D', 'L', 'L', '\0', '!'};
-  const std::string illegal_call = std::string(VORLIX_SERVER) + ": Illegal call\n";
-  const std::string no_segment = "shmat: Invalid argument\n";
-  const struct {
-    std::vector<std::string> args;  // "ID" stands for the segment's identifier
-    std::array<char, 8> magic;
-    int32_t version;
-    std::string standard_error;
-  } ROWS[] = {
-      {{}, DLL_MAGIC, 257, illegal_call},          {{"ID", "ID"}, DLL_MAGIC, 257, illegal_call},
-      {{"-1"}, DLL_MAGIC, 257, no_segment},        {{"x"}, DLL_MAGIC, 257, no_segment},
-      {{"ID"}, other, 257, "Illegal DLL_MAGIC\n"}, {{"ID"}, DLL_MAGIC, 256, "Illegal DLL_VERSION\n"},
-  };
-  for (const auto& row : ROWS) {
+TEST(StartUp, ChecksTheHeader) {
+  const std::pair<size_t, const char*> WRONG_BYTES[] = {
+      {0, "Illegal DLL_MAGIC\n"}, {7, "Illegal DLL_MAGIC\n"}, {8, "Illegal DLL_VERSION\n"}};
+  for (const auto& [wrong, standard_error] : WRONG_BYTES) {
     Segment segment(4096);
     Block block(segment.Memory(), 0);
-    BlockHeader header = block.MakeHeader(0);
-    header.magic = row.magic;
-    header.version = row.version;
-    block.Store(0, header);
-    std::vector<std::string> args = row.args;
-    for (std::string& arg : args)
-      if (arg == "ID") arg = std::to_string(segment.Id());
-    Process process(VORLIX_SERVER, args, TestServer().environment, StandardError::Capture);
-    EXPECT_EQ(process.Wait(Clock::now() + std::chrono::seconds(10)), Process::Event::Died) << row.standard_error;
-    EXPECT_EQ(process.End(), (Ending{2, 0})) << row.standard_error;
-    EXPECT_EQ(process.TakeStandardError(), row.standard_error);
-  }
-  const char* const PROGRAMS[][2] = {
-      {"/nowhere/vorlix.dll", "cannot start /nowhere/vorlix.dll: No such file or directory"},
-      {"/etc/passwd", "cannot start /etc/passwd: Permission denied"}};
-  for (const auto& row : PROGRAMS) {
-    const ServerError error = FailureOf([&] { Server server({.program = row[0]}); });
-    EXPECT_EQ(error.Kind(), Failure::NoServer);
-    EXPECT_STREQ(error.what(), row[1]);
+    block.Store(0, block.MakeHeader(0));
+    block.Store(wrong, '!');
+    Process process(VORLIX_SERVER, {std::to_string(segment.Id())}, TestServer().environment, StandardError::Capture);
+    EXPECT_EQ(process.Wait(Clock::now() + std::chrono::seconds(10)), Process::Event::Died) << wrong;
+    EXPECT_EQ(process.End(), (Ending{2, 0})) << wrong;
+    EXPECT_EQ(process.TakeStandardError(), standard_error);
   }
 }
 
-// Each row runs in a host process of its own, whose exit status says how far the calls came.
+// Starts a server, calls it and ends it: 0, or how far that came.
+int Talk(StandardError standard_error) {
+  ServerOptions options = TestServer();
+  options.standard_error = standard_error;
+  Server server(options);
+  if (server.Call("dll_Debug", {Int(1)}).code != 0) return 1;
+  std::error_code error;
+  const auto output = std::filesystem::read_symlink("/proc/" + std::to_string(server.Pid()) + "/fd/2", error);
+  const bool captured = standard_error == StandardError::Capture;
+  if (captured ? server.TakeStandardError() != "return code is 0\n" : output != "/dev/null") return 2;
+  const Ending ending = server.End();
+  return ending == Ending{0, 0} || ending == Ending{} ? 0 : 3;
+}
+
 TEST(StartUp, WorksInHostsOfAllKinds) {
   const auto close_from = [](int first) {
     for (int fd = first; fd <= STDERR_FILENO; ++fd) close(fd);
+    return StandardError::Capture;
   };
-  const struct {
-    const char* what;
-    std::function<void()> prepare;
-    StandardError standard_error = StandardError::Capture;
-  } ROWS[] = {
-      {"without standard descriptors", [&] { close_from(0); }},
-      {"without output", [&] { close_from(1); }},
-      {"without standard error", [&] { close_from(2); }},
+  const std::pair<const char*, std::function<StandardError()>> ROWS[] = {
+      {"without standard descriptors", [&] { return close_from(0); }},
+      {"without output", [&] { return close_from(1); }},
+      {"without standard error", [&] { return close_from(2); }},
       // No file that the server opens may take its place and receive the trace.
-      {"without one for the server either", [&] { close_from(2); }, StandardError::Inherit},
-      {"with its children reaped by the kernel", [] { std::signal(SIGCHLD, SIG_IGN); }},
-      {"that ignores signals",
-       [] {
-         for (const int number : {SIGUSR2, SIGTERM, SIGPIPE}) std::signal(number, SIG_IGN);
-       }},
-      {"that blocks signals",
+      {"without one for the server either", [&] { return close_from(2), StandardError::Inherit; }},
+      {"with its children reaped by the kernel", [] { return std::signal(SIGCHLD, SIG_IGN), StandardError::Capture; }},
+      {"that ignores and blocks signals",
        [] {
          sigset_t all;
          sigfillset(&all);
          sigprocmask(SIG_SETMASK, &all, nullptr);
+         for (const int number : {SIGUSR2, SIGTERM, SIGPIPE}) std::signal(number, SIG_IGN);
+         return StandardError::Capture;
        }},
   };
-  const auto talk = [](StandardError standard_error) {
-    ServerOptions options = TestServer();
-    options.standard_error = standard_error;
-    Server server(options);
-    if (server.Call("dll_Debug", {Int(1)}).code != 0) return 1;
-    std::error_code error;
-    const auto output = std::filesystem::read_symlink("/proc/" + std::to_string(server.Pid()) + "/fd/2", error);
-    if (standard_error == StandardError::Capture ? server.TakeStandardError() != "return code is 0\n"
-                                                 : output != "/dev/null")
-      return 2;
-    const Ending ending = server.End();
-    return ending == Ending{0, 0} || ending == Ending{} ? 0 : 3;
-  };
-  for (const auto& row : ROWS) {
+  for (const auto& [what, prepare] : ROWS) {
     const pid_t host = fork();
-    if (host == 0) {
-      row.prepare();
-      _exit(talk(row.standard_error));
-    }
+    if (host == 0) _exit(Talk(prepare()));
     int status = -1;
     waitpid(host, &status, 0);
-    EXPECT_EQ(status, 0) << row.what;
+    EXPECT_EQ(status, 0) << "in a host " << what;
   }
 }
 
@@ -173,7 +141,7 @@ TEST(Signals, MaskIsRestoredAndPendingAnswersAreTakenBack) {
 
 TEST(Timeout, LaterCallsWaitForTheAnswerThatIsStillToCome) {
   Server server(TestServer());
-  server.Call("v_Set", {Text("a"), Text("before")});
+  server.Call("dll_Debug", {Int(0)});
   kill(server.Pid(), SIGSTOP);
   server.SetTimeout(milliseconds(60));
   for (const char* value : {"late", "never placed"}) {
@@ -188,55 +156,34 @@ TEST(Timeout, LaterCallsWaitForTheAnswerThatIsStillToCome) {
 
 TEST(Death, IsNoticedAtOnceAndStaysKnown) {
   Server server(TestServer());
-  server.Call("dll_Debug", {Int(1)});
-  server.Call("dll_Revision", {OutText(9)});
+  server.Call("dll_Debug", {Int(2)});
+  server.TakeStandardError();
+  const std::string value(300'000, 'x');  // much more than a pipe holds
+  server.Call("v_Set", {Text("long"), Text(value)});
   kill(server.Pid(), SIGSTOP);
   const std::jthread killer = SignalLater(server.Pid(), SIGKILL);
   const auto start = Clock::now();
   for (int i = 0; i < 2; ++i)
     EXPECT_EQ(FailureOf([&] { server.Call("l_DeleteAll"); }).HowEnded(), (Ending{-1, SIGKILL}));
   EXPECT_LT(Clock::now() - start, milliseconds(2000));
-  EXPECT_EQ(server.TakeStandardError(), "return code is 0\n\ncalling dll_Revision, argc = 1\nreturn code is 0\n");
-}
-
-TEST(Death, OfAnInvalidRealBringsItsLastWords) {
-  Server server(TestServer());
-  const ServerError error = FailureOf([&] { server.Call("dll_Debug", {Real(HostReal{1, REAL_INVALID, 1, {1}})}); });
-  EXPECT_EQ(error.HowEnded(), (Ending{-1, SIGABRT}));
-  EXPECT_NE(error.StandardErrorText().find("fatal math error cc #-2\nfile = "), std::string::npos);
-}
-
-TEST(Death, FollowsAnAnswerToNobody) {
-  Server server(TestServer());
-  Block block = server.GetBlock();
-  PlaceCall(block, "dll_Debug", {Int(0)});
-  BlockHeader header = block.Load<BlockHeader>(0);
-  const pid_t gone = fork();
-  if (gone == 0) _exit(0);
-  waitpid(gone, nullptr, 0);
-  header.host_pid = gone;
-  block.Store(0, header);
-  EXPECT_EQ(server.Ring(), 0);
-  EXPECT_EQ(FailureOf([&] { server.Call("dll_Debug", {Int(0)}); }).HowEnded(), (Ending{0, 0}));
-}
-
-TEST(StandardErrorCapture, NeverStopsTheServer) {
-  Server server(TestServer());
-  server.Call("dll_Debug", {Int(2)});
-  server.TakeStandardError();
-  const std::string value(300'000, 'x');  // much more than a pipe holds
-  server.Call("v_Set", {Text("long"), Text(value)});
   EXPECT_EQ(server.TakeStandardError(),
             "\ncalling v_Set, argc = 2\n name = \"long\"\n value = \"" + value + "\"\nreturn code is 0\n");
 }
 
-TEST(Segment, IsPrivateAndMarkedForRemovalFromTheStart) {
+TEST(Death, FollowsAnAnswerToNobody) {
   Server server(TestServer());
-  server.Call("dll_Debug", {Int(0)});
+  EXPECT_EQ(server.Call("dll_Debug", {Int(0)}).code, 0);
   shmid_ds status;
   ASSERT_EQ(shmctl(server.SegmentId(), IPC_STAT, &status), 0);
-  EXPECT_EQ(status.shm_perm.mode & 07777, 0600 | SHM_DEST);
-  EXPECT_EQ(status.shm_nattch, 2u);
+  EXPECT_EQ(status.shm_perm.mode & 07777, 0600 | SHM_DEST) << "the segment is private and goes with the last of both";
+  Block block = server.GetBlock();
+  PlaceCall(block, "dll_Debug", {Int(0)});
+  const pid_t gone = fork();
+  if (gone == 0) _exit(0);
+  waitpid(gone, nullptr, 0);
+  block.Store(offsetof(BlockHeader, host_pid), int32_t{gone});
+  EXPECT_EQ(server.Ring(), 0);
+  EXPECT_EQ(FailureOf([&] { server.Call("dll_Debug", {Int(0)}); }).HowEnded(), (Ending{0, 0}));
 }
 
 }  // namespace

@@ -11,35 +11,42 @@
 namespace vorlix::tool {
 namespace {
 
-/// Runs a command with `sh` in a directory of its own, where the script is s.vx and $V the program. What is printed has
-/// to match the patterns.
-void Check(const std::string& command, const std::string& script, int status, const char* out, const char* error) {
-  SCOPED_TRACE(command + '\n' + script);
+/// A command for `sh` in a directory of its own, where $V is the program, s.vx the script, and the language C.
+struct Case {
+  std::string command;
+  int status;
+  const char* out;  // a pattern, as the next one
+  const char* error;
+  std::string script = "";
+};
+
+/// A server that never answers.
+constexpr const char* MUTE =
+    "printf '#!/bin/sh\\nexec sleep 0.4' >mute; chmod +x mute; $V --server ./mute --timeout 0.1 ";
+
+void Check(const Case& wanted) {
+  SCOPED_TRACE(wanted.command + '\n' + wanted.script);
   ScratchDirectory scratch;
   const std::string& directory = scratch.Path();
-  WriteFile(directory + "/command", command);
-  WriteFile(directory + "/s.vx", script);
-  const std::string shell =
-      "cd " + directory + " && V='" VORLIX_TOOL "' EXAMPLES='" VORLIX_EXAMPLES "' sh ./command >out 2>error";
+  WriteFile(directory + "/command", wanted.command);
+  WriteFile(directory + "/s.vx", wanted.script);
+  const std::string shell = "cd " + directory +
+                            " && unset ZENDLANG LC_COLLATE LC_CTYPE; LANG=C V='" VORLIX_TOOL "' SERVER='" VORLIX_SERVER
+                            "' EXAMPLES='" VORLIX_EXAMPLES "' sh ./command >out 2>error";
   const int ended = std::system(shell.c_str());
-  EXPECT_TRUE(WIFEXITED(ended));
-  EXPECT_EQ(WEXITSTATUS(ended), status);
+  EXPECT_TRUE(WIFEXITED(ended) && WEXITSTATUS(ended) == wanted.status) << ended;
   const std::string printed = ReadFile(directory + "/out");
   const std::string failure = ReadFile(directory + "/error");
-  EXPECT_TRUE(Matches(printed, out)) << "printed\n" << printed << "not\n" << out;
-  EXPECT_TRUE(Matches(failure, error)) << "on standard error\n" << failure << "not\n" << error;
+  EXPECT_TRUE(Matches(printed, wanted.out)) << "printed\n" << printed << "not\n" << wanted.out;
+  EXPECT_TRUE(Matches(failure, wanted.error)) << "on standard error\n" << failure << "not\n" << wanted.error;
 }
 
 TEST(Tool, Calls) {
-  const struct {
-    const char* command;
-    int status;
-    const char* out;
-    const char* error;
-  } rows[] = {
+  const Case cases[] = {
       {"$V call dll_Revision", 0, "code = 0\nstr = \"3.10\"\n", ""},
       {"$V call dll_Revision [3]", 1, "code = 18\nstr = \"\"\n", ""},
       {"$V call u_basename [3]", 0, "code = 0\nBaseObj = \"[3]\"\n", ""},
+      {"$V call u_udata [3]", 0, "code = 0\nUdata = \"[3]\"\n*", ""},
       {"$V call u_basename ab [1]", 1, "code = 18\nBaseObj = \"\"\n", ""},
       {"$V call l_SeekCurr -1", 1, "code = 2002\neol = 0\n", ""},
       {"$V call u_basename 'a.B$ \t'", 0, "code = 0\nBaseObj = \"b\\$ \\t\"\n", ""},
@@ -72,10 +79,15 @@ TEST(Tool, Calls) {
       {"$V run nosuch.vx", 2, "", "vorlix: cannot read nosuch.vx: No such file or directory\n"},
       {"$V functions l_add", 2, "", "*did you mean l_Add?\n"},
       // No server that answers.
-      {"$V --server ./nosuch call dll_Revision", 3, "", "vorlix: *nosuch*\n"},
-      {"printf '#!/bin/sh\\nexec sleep 0.4' >mute; chmod +x mute; $V --server ./mute --timeout 0.1 call dll_Revision",
-       4, "", "vorlix: *\n"},
+      {"$V --server ./nosuch call dll_Revision", 3, "", "vorlix: cannot start ./nosuch: No such file or directory\n"},
+      {"$V --server /etc/passwd call dll_Revision", 3, "", "vorlix: cannot start /etc/passwd: Permission denied\n"},
+      {std::string(MUTE) + "call dll_Revision", 4, "", "vorlix: *\n"},
       {"$V --server /bin/false call dll_Revision", 5, "", "vorlix: *exit status 1\n"},
+      // The server by itself.
+      {"$SERVER", 2, "", "*vorlix.dll: Illegal call\n"},
+      {"$SERVER 1 2", 2, "", "*vorlix.dll: Illegal call\n"},
+      {"$SERVER -1", 2, "", "shmat: Invalid argument\n"},
+      {"$SERVER x", 2, "", "shmat: Invalid argument\n"},
       // What needs no server.
       {"$V functions >/dev/full", 1, "", "vorlix: cannot write to standard output\n"},
       {"$V --version", 0, "vorlix ?.*\n", ""},
@@ -85,55 +97,38 @@ TEST(Tool, Calls) {
        ""},
       {"$V functions", 0, "*\n\nLists of texts\n  l_CreateList *\n", ""},
   };
-  for (const auto& row : rows) Check(row.command, "", row.status, row.out, row.error);
+  for (const Case& wanted : cases) Check(wanted);
 }
 
 TEST(Tool, RunsScripts) {
-  const struct {
-    const char* command;
-    const char* script;
-    int status;
-    const char* out;
-    const char* error;
-  } rows[] = {
-      {"$V run s.vx", "v_Set a \"b c\" => 0\nv_Get a => value~b*\n", 0,
-       "v_Set a \"b c\" => 0\nv_Get a => 0 value=\"b c\"\n", ""},
-      {"$V run -q - <s.vx", "# Only this:\nl_DeleteAll\necho \"a\\x1b \\xff\" b\necho\n", 0, "a\\x1b \\xff b\n\n", ""},
-      {"$V run s.vx", "xbuf x Len=3 Sum.2:N=4\nshow $x\n=> x.sum.2=4", 0, "  len = \"3\"\n  sum.2 = 4\n=> x.sum.2=4\n",
-       ""},
-      {"$V run s.vx", "each l_CreateList $round until hdl=3\n # $count\nend\n=> count=2 round=3\n", 0,
-       "l_CreateList 1 => 0 hdl=1\n  # $count\nl_CreateList 2 => 0 hdl=2\n  # $count\nl_CreateList 3 => 0 hdl=3\n=> "
-       "*\n",
-       ""},
-      {"$V run -q s.vx", "dll_SetLocale LANG=C\nfetch x [29] => x~\"0804*%m/%y5~5~%W/%y5~\"\nfetch x => 19\n", 0, "",
-       ""},
-      {"$V run -q s.vx", "dll_SetLocale LANG=C\nfetch x [21] => 18\n", 0, "", ""},
-      {"mkdir t; TMPDIR=t $V run s.vx; ls t", "write $tmp/f \"a\\nb\"\nread x $tmp/f\necho $x", 0, "a\nb\n", ""},
-      {"mkdir d; mv s.vx d; echo text >d/f; $V run d/s.vx", "read x $here/f\necho $x\n", 0, "text\n\n", ""},
+  const Case cases[] = {
+      {"$V run s.vx", 0, "v_Set a \"b c\" => 0\nv_Get a => 0 value=\"b c\"\n", "",
+       "v_Set a \"b c\" => 0\nv_Get a => value~b*\n"},
+      {"$V run -q - <s.vx", 0, "a\\x1b \\xff b\n\n", "", "# Only this:\nl_DeleteAll\necho \"a\\x1b \\xff\" b\necho\n"},
+      {"$V run s.vx", 0, "  len = \"3\"\n  sum.2 = 4\n=> x.sum.2=4\n", "",
+       "xbuf x Len=3 Sum.2:N=4\nshow $x\n=> x.sum.2=4"},
+      {"$V run s.vx", 0, "l_CreateList 1 => 0 hdl=1\n  # $count\nl_CreateList 2 => 0 hdl=2\n=> *\n", "",
+       "each l_CreateList $round until hdl=2\n # $count\nend\n=> count=1 round=2\n"},
+      {"mkdir t; TMPDIR=t $V run s.vx; ls t", 0, "a\nb\n", "", "write $tmp/f \"a\\nb\"\nread x $tmp/f\necho $x"},
+      {"mkdir d; mv s.vx d; echo text >d/f; $V run d/s.vx", 0, "text\n\n", "", "read x $here/f\necho $x\n"},
       // What is printed is a script that expects what came back.
-      {"$V run $EXAMPLES/02-variables.vx >t; $V run t >u; cmp t u", "", 0, "", ""},
-      // Expectations that are not met, and faults that only a run can show.
-      {"$V run s.vx", "dll_Revision => str=3.11", 1, "dll_Revision => *\n", "vorlix: s.vx:1: str is 3.10, not 3.11\n"},
-      {"$V run s.vx", "dll_Revision => str!=3.10", 1, "*", "vorlix: s.vx:1: str is 3.10, which it should not be\n"},
-      {"$V run s.vx", "dll_Revision => str~?", 1, "*", "vorlix: s.vx:1: str is 3.10, which is not like \"?\"\n"},
-      {"$V run s.vx", "dll_Revision => 18", 1, "*", "vorlix: s.vx:1: code is 0, not 18\n"},
-      {"$V run -q - <s.vx", "\nl_GetCurr 1 => data=\"\"", 1, "", "vorlix: -:2: l_GetCurr answered 2002\n"},
-      {"$V run -q s.vx", "each l_SeekNext 1 until eol=1\nend", 1, "", "vorlix: s.vx:1: l_SeekNext answered 2002\n"},
-      {"$V run -q s.vx", "each l_CreateList x until hdl=9\n=> hdl=1\nend", 1, "", "vorlix: s.vx:2: hdl is 2, not 1\n"},
-      {"$V run s.vx", "set x a\nl_GetCurr $x", 2, "", "vorlix: s.vx:2: hdl: \"a\" is not a number\n"},
-      {"$V run s.vx", "echo $x", 2, "", "vorlix: s.vx:1: there is no value 'x' yet\n"},
-      {"$V run s.vx", "read x nosuch", 1, "", "vorlix: s.vx:1: cannot read nosuch: No such file or directory\n"},
-      {"$V run s.vx", "read x .", 1, "", "vorlix: s.vx:1: cannot read .: Is a directory\n"},
-      {"$V run s.vx", "write no/f x", 1, "", "vorlix: s.vx:1: cannot write no/f: No such file or directory\n"},
-      {"$V run s.vx", "show text", 1, "", "vorlix: s.vx:1: \"text\" is no XBUF: *\n"},
-      {"$V run s.vx", "v_Set a \"b\"[99000000]", 2, "", "vorlix: s.vx:1: *\n"},
+      {"$V run $EXAMPLES/02-variables.vx >t; $V run t >u; cmp t u", 0, "", ""},
+      // Faults of a run.
+      {"$V run s.vx", 1, "dll_Revision => *\n", "vorlix: s.vx:1: str is 3.10, not 3.11\n", "dll_Revision => str=3.11"},
+      {"$V run -q - <s.vx", 1, "", "vorlix: -:2: l_GetCurr answered 2002\n", "\nl_GetCurr 1 => data=\"\""},
+      {"$V run -q s.vx", 1, "", "vorlix: s.vx:1: l_SeekNext answered 2002\n", "each l_SeekNext 1 until eol=1\nend"},
+      {"$V run -q s.vx", 1, "", "vorlix: s.vx:2: hdl is 2, not 1\n", "each l_CreateList x until hdl=9\n=> hdl=1\nend"},
+      {"$V run s.vx", 2, "", "vorlix: s.vx:2: hdl: \"a\" is not a number\n", "set x a\nl_GetCurr $x"},
+      {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot read nosuch: No such file or directory\n", "read x nosuch"},
+      {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot read .: Is a directory\n", "read x ."},
+      {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot write no/f: No such file or directory\n", "write no/f x"},
+      {"$V run s.vx", 2, "", "vorlix: s.vx:1: *\n", "v_Set a \"b\"[99000000]"},
       // A fault anywhere in a script ends it before its first call.
-      {"$V run s.vx", "l_DeleteAll\nl_deleteAll", 2, "", "vorlix: s.vx:2: there is no function*\n"},
-      {"$V --server /bin/true run s.vx", "\n\nl_DeleteAll", 5, "*", "vorlix: s.vx:3: *exit status 0\n"},
-      {"printf '#!/bin/sh\\nexec sleep 0.4' >mute; chmod +x mute; $V --server ./mute --timeout 0.1 run s.vx",
-       "l_DeleteAll", 4, "", "vorlix: s.vx:1: *\n"},
+      {"$V run s.vx", 2, "", "vorlix: s.vx:2: there is no function*\n", "l_DeleteAll\nl_deleteAll"},
+      {"$V --server /bin/true run s.vx", 5, "*", "vorlix: s.vx:3: *exit status 0\n", "\n\nl_DeleteAll"},
+      {std::string(MUTE) + "run s.vx", 4, "", "vorlix: s.vx:1: *\n", "l_DeleteAll"},
   };
-  for (const auto& row : rows) Check(row.command, row.script, row.status, row.out, row.error);
+  for (const Case& wanted : cases) Check(wanted);
 }
 
 }  // namespace

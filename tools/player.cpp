@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 
 #include "host/csdx.h"
 #include "host/xbuf.h"
@@ -57,7 +58,8 @@ bool Compare(Comparison comparison, const std::string& text, const std::string& 
 
 }  // namespace
 
-Player::Player(host::Server& server, std::string_view name, bool quiet) : server_(server), name_(name), quiet_(quiet) {
+Player::Player(host::Caller call, std::string_view name, bool quiet)
+    : call_(std::move(call)), name_(name), quiet_(quiet) {
   const std::string directory = std::filesystem::path(name_).parent_path().string();
   scope_.Set("here", directory.empty() ? "." : directory);
 }
@@ -96,7 +98,7 @@ void Player::RunCall(const Statement& statement) {
     given.push_back({scope_.Expand(word), word.room});
     line += ' ' + GivenWord(given.back());
   }
-  const host::Result result = server_.Call(function.name, MakeArguments(function, given));
+  const host::Result result = call_(function.name, MakeArguments(function, given));
   line += " => " + std::to_string(result.code);
   for (const Value& value : ReturnedValues(function, result)) {
     scope_.Set(value.name, value.text);
@@ -132,7 +134,7 @@ void Player::RunXbuf(const Statement& statement) {
 
 void Player::RunFetch(const Statement& statement) {
   const int32_t room = statement.words.size() == 1 ? DEFAULT_ROOM : statement.words[1].room.value_or(DEFAULT_ROOM);
-  host::Transfer transfer = host::FetchTransfer(server_, room);
+  host::Transfer transfer = host::FetchTransfer(call_, room);
   const Value value{statement.NameToSet(), true, std::move(transfer.payload)};
   PrintLine("fetch " + std::string(value.name) + " [" + std::to_string(room) + "] => " + std::to_string(transfer.code) +
             ' ' + Outcome(value));

@@ -1,4 +1,4 @@
-// Runs the statements of a script against a server.
+// Runs the statements of a script.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/server.h"
+#include "host/call.h"
 #include "tools/scope.h"
 #include "tools/script.h"
 #include "tools/values.h"
@@ -15,9 +15,9 @@ namespace vorlix::tool {
 
 class Player {
  public:
-  /// `name` is the script's name in messages. Standard output gets what the script prints by itself and, unless
-  /// `quiet`, its comments and every call as a line of a script that expects what came back.
-  Player(host::Server& server, std::string_view name, bool quiet);
+  /// Every call is made by `call`. `name` is the script's name in messages. Standard output gets what the script prints
+  /// by itself and, unless `quiet`, its comments and every call as a line of a script that expects what came back.
+  Player(host::Caller call, std::string_view name, bool quiet);
 
   /// Runs the statements in order. Throws ToolError with the place of the first one that fails.
   void Play(const std::vector<Statement>& statements);
@@ -39,7 +39,7 @@ class Player {
   void Expect(const std::vector<Condition>& conditions);
   void PrintLine(const std::string& line) const;
 
-  host::Server& server_;
+  host::Caller call_;
   std::string name_;
   bool quiet_;
   int line_ = 0;      // of the statement that runs

@@ -1,4 +1,6 @@
 // `vorlix run`.
+#include <functional>
+
 #include "tools/commands.h"
 #include "tools/files.h"
 #include "tools/player.h"
@@ -20,7 +22,7 @@ std::string ReadScript(const std::string& path) {
 Status RunScript(const Options& options, const std::string& path, bool quiet) {
   const std::vector<Statement> statements = ParseScript(ReadScript(path), path);
   const auto server = StartServer(options);
-  Player(*server, path, quiet).Play(statements);
+  Player(std::bind_front(&host::Server::Call, server.get()), path, quiet).Play(statements);
   return Status::Ok;
 }
 

@@ -5,11 +5,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdio>
 #include <fstream>
 
+#include "dll/server/srvlocal.h"
 #include "dll/shared/clilocal.h"
+#include "dll/shared/csdx.h"
 #include "dll/shared/debug.h"
 
 namespace vorlix::test {
@@ -26,58 +27,37 @@ std::string Hex(unsigned value, int digits) {
 
 std::string Counted(std::string_view text) { return std::to_string(text.size()) + "~" + std::string(text); }
 
-unsigned ClassBits(int c, bool national_upper, bool national_lower) {
-  unsigned bits = c < 128 ? unsigned{CLASS_ASCII} : 0U;
-  if (national_upper || national_lower)
-    return bits | CLASS_ALNUM | CLASS_ALPHA | CLASS_GRAPH | CLASS_PRINT | (national_upper ? CLASS_UPPER : CLASS_LOWER);
-  const auto add = [&bits](int is, unsigned bit) { bits |= is != 0 ? bit : 0U; };
-  add(std::isalnum(c), CLASS_ALNUM);
-  add(std::isalpha(c), CLASS_ALPHA);
-  add(std::iscntrl(c), CLASS_CNTRL);
-  add(std::isdigit(c), CLASS_DIGIT);
-  add(std::isgraph(c), CLASS_GRAPH);
-  add(std::islower(c), CLASS_LOWER);
-  add(std::isprint(c), CLASS_PRINT);
-  add(std::ispunct(c), CLASS_PUNCT);
-  add(std::isspace(c), CLASS_SPACE);
-  add(std::isupper(c), CLASS_UPPER);
-  add(std::isxdigit(c), CLASS_XDIGIT);
-  return bits;
+// The description of "C" as the server makes it, without the buffer's header.
+const std::string& PlainDescription() {
+  static const std::string text = [] {
+    if (BuildLocale() != 0) std::abort();
+    std::string payload(CSDX_Contents()->substr(10));
+    CSDX_Free();
+    return payload;
+  }();
+  return text;
 }
 
-std::string Tables(const std::string& upper_letters) {
-  std::string classes, upper, lower;
-  for (int c = 0; c < 256; ++c) {
-    const bool is_upper = upper_letters.find(static_cast<char>(c)) != std::string::npos && c >= 128;
-    const bool is_lower = c >= 160 && upper_letters.find(static_cast<char>(c - 32)) != std::string::npos;
-    classes += Hex(ClassBits(c, is_upper, is_lower), 4);
-    upper += Hex(static_cast<unsigned>(is_lower ? c - 32 : std::toupper(c)), 2);
-    lower += Hex(static_cast<unsigned>(is_upper ? c + 32 : std::tolower(c)), 2);
-  }
-  return classes + upper + lower;
-}
-
-std::string Names() {
-  std::string names;
-  for (const char* name : {"Sun",    "Mon",     "Tue",       "Wed",      "Thu",      "Fri",      "Sat", "Sunday",
-                           "Monday", "Tuesday", "Wednesday", "Thursday", "Friday",   "Saturday", "Jan", "Feb",
-                           "Mar",    "Apr",     "May",       "Jun",      "Jul",      "Aug",      "Sep", "Oct",
-                           "Nov",    "Dec",     "January",   "February", "March",    "April",    "May", "June",
-                           "July",   "August",  "September", "October",  "November", "December"})
-    names += Counted(name);
-  return names;
+void AddLetter(std::string& text, unsigned upper, unsigned lower) {
+  constexpr unsigned LETTER = CLASS_ALNUM | CLASS_ALPHA | CLASS_GRAPH | CLASS_PRINT;
+  text.replace(size_t{4} * upper, 4, Hex(LETTER | CLASS_UPPER, 4));
+  text.replace(size_t{4} * lower, 4, Hex(LETTER | CLASS_LOWER, 4));
+  text.replace(1024 + size_t{2} * lower, 2, Hex(upper, 2));
+  text.replace(1536 + size_t{2} * upper, 2, Hex(lower, 2));
 }
 
 void Apply(const TestLocale& locale) {
-  std::string text = Tables(locale.upper_letters) + Names() + Counted(locale.date_time_format) +
-                     Counted(locale.date_format) + Counted(locale.time_format) + Counted(locale.am) +
-                     Counted(locale.pm) + Counted("%I:%M:%S %p") + Counted(locale.decimal_point) +
-                     Counted(locale.thousands_separator);
+  const std::string& plain = PlainDescription();
+  std::string text = plain.substr(0, plain.find(Counted(TestLocale().date_time_format)));  // tables and names
+  for (const char letter : locale.upper_letters)
+    AddLetter(text, static_cast<uint8_t>(letter), static_cast<uint8_t>(letter) + 32U);
+  for (const std::string& piece :
+       {locale.date_time_format, locale.date_format, locale.time_format, locale.am, locale.pm,
+        std::string("%I:%M:%S %p"), locale.decimal_point, locale.thousands_separator})
+    text += Counted(piece);
   text += std::to_string(2 * locale.grouping.size()) + "~";
-  for (const char size : locale.grouping) text += Hex(static_cast<unsigned char>(size), 2);
-  text += Counted(locale.overflow) + Counted(locale.negative_sign);
-  text += Counted("%d.%m.%y") + "8~" + Counted("%d.%m.%y") + "10~" + Counted("%H:%M") + "5~2~" + Counted("%m/%y") +
-          "5~" + Counted("%W/%y") + "5~";
+  for (const char size : locale.grouping) text += Hex(static_cast<uint8_t>(size), 2);
+  text += Counted(locale.overflow) + Counted(locale.negative_sign) + plain.substr(plain.find(Counted("%d.%m.%y")));
   if (GetLocaleInfo(text.data(), text.size()) != 0) std::abort();
 }
 

@@ -1,5 +1,6 @@
 #include "tests/support/heap.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <new>
 
@@ -13,6 +14,7 @@ void* Allocate(std::size_t size) {
   if (countdown >= 0 && countdown-- == 0) {
     hit = true;
     if (all_after) countdown = 0;
+    errno = ENOMEM;
     return nullptr;
   }
   return std::malloc(size != 0 ? size : 1);
