@@ -1,8 +1,10 @@
 # What every target is compiled with.
 option(VORLIX_TESTS "Build the tests" ON)
 option(VORLIX_BENCH "Build the measurements" OFF)
+option(VORLIX_FUZZ "Build the fuzz targets; needs clang and VORLIX_SANITIZE with fuzzer-no-link" OFF)
 option(VORLIX_LINT "Test the sources with clang-format and clang-tidy" OFF)
 option(VORLIX_WERROR "Treat warnings as errors" ON)
+option(VORLIX_COVERAGE "Count how often each line runs" OFF)
 set(VORLIX_SANITIZE "" CACHE STRING "Sanitizers, such as address,undefined")
 
 add_library(vorlix_options INTERFACE)
@@ -22,6 +24,10 @@ if(VORLIX_SANITIZE)
     -fno-sanitize-recover=all)
   target_compile_definitions(vorlix_options INTERFACE _GLIBCXX_ASSERTIONS)
   target_link_options(vorlix_options INTERFACE -fsanitize=${VORLIX_SANITIZE})
+endif()
+if(VORLIX_COVERAGE)
+  target_compile_options(vorlix_options INTERFACE --coverage -fprofile-abs-path -fprofile-update=atomic)
+  target_link_options(vorlix_options INTERFACE --coverage)
 endif()
 
 if(NOT CMAKE_BUILD_TYPE)

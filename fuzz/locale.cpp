@@ -1,0 +1,52 @@
+// Bytes as a locale description, with tables of their own or behind the tables of "C". Formats and scanners work with
+// whatever is in force then.
+#include "dll/server/nls.h"
+#include "dll/shared/clilocal.h"
+#include "dll/shared/csdx.h"
+#include "dll/shared/datefmt.h"
+#include "dll/shared/numfmt.h"
+#include "dll/shared/textfmt.h"
+#include "fuzz/input.h"
+
+namespace vorlix::fuzz {
+namespace {
+
+constexpr size_t TABLES_SIZE = 256 * (4 + 2 + 2);
+
+std::string PlainTables() {
+  constexpr size_t HEADER_SIZE = sizeof "R1~000000~" - 1;
+  Require(define_locale("LANG=C") == 0, "there is a \"C\" locale");
+  return std::string(CSDX_Contents()->substr(HEADER_SIZE, TABLES_SIZE));
+}
+
+}  // namespace
+}  // namespace vorlix::fuzz
+
+int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
+  using namespace vorlix;
+  using namespace vorlix::fuzz;
+  static const std::string tables = PlainTables();
+  const std::string_view input = Input(bytes, size).Rest();
+  const std::string text = (size < TABLES_SIZE ? tables : "") + std::string(input);
+  if (GetLocaleInfo(text.data(), text.size()) != 0) return 0;
+
+  FieldBuffer shown;
+  FieldBuffer out;
+  double number = 0;
+  int32_t value = 0;
+  for (const double amount : {1234567.891, -0.5}) {
+    FldFmtNum(shown, amount, 20, 3, "RTPG");
+    FldScanNum(number, out, shown.View(), "", 3, 0, 0, "");
+  }
+  for (const char* format : {"", "%c|%x|%X", "%p %I %a %A %b %B", "%.2A%30b"}) {
+    FldFmtDate(shown, 10227, true, 60, format);
+    FldScanDate(value, out, shown.View(), "GREG", format, "");
+    FldFmtWeek(shown, 199952, 0, "KW", format);
+    FldScanWeek(value, out, shown.View(), "KW", format, "");
+    FldScanMonth(value, out, shown.View(), "", format, "[A-Z0-9/]*");
+    FldFmtTime(shown, 45000, 30, format);
+  }
+  FldFmtText(shown, input, 40, "RU");
+  FldScanText(out, shown.View(), 40, "V", "[^a-z]*");
+  return 0;
+}

@@ -1,0 +1,60 @@
+// Bytes as an XBUF: server and host read the same items from it, or both refuse it; and what either writes from the
+// items is read as the same items again.
+#include <array>
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+#include "dll/shared/dictattr.h"
+#include "dll/shared/xpack.h"
+#include "fuzz/input.h"
+#include "host/xbuf.h"
+
+namespace vorlix::fuzz {
+namespace {
+
+using Items = std::optional<std::vector<host::XbufItem>>;
+
+Items ReadAsServer(std::string_view xbuf) {
+  std::vector<host::XbufItem> items;
+  XbufReader reader(xbuf);
+  XbufItem item;
+  XbufReader::Step step;
+  while ((step = reader.Next(item)) == XbufReader::Step::Item)
+    items.push_back(
+        {item.type == XBUF_NUMBER ? 'N' : 'X', item.name.data(), uint32_t(item.index), std::string(item.value)});
+  return step == XbufReader::Step::End ? Items(items) : std::nullopt;
+}
+
+Items ReadAsHost(std::string_view xbuf) try { return host::ReadXbuf(xbuf); } catch (const std::invalid_argument&) {
+  return std::nullopt;
+}
+
+std::string WriteAsServer(const std::vector<host::XbufItem>& items, size_t room) {
+  std::vector<char> memory(room);
+  XbufWriter writer{memory.data(), int64_t(room)};
+  bool fits = true;
+  for (const host::XbufItem& item : items)
+    fits = fits && writer.Put("", item.name, item.type, item.value, int32_t(item.index));
+  return fits && writer.End() ? std::string(memory.data(), size_t(writer.length)) : "";
+}
+
+}  // namespace
+}  // namespace vorlix::fuzz
+
+int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
+  using namespace vorlix;
+  using namespace vorlix::fuzz;
+  const std::string_view xbuf = Input(bytes, size).Rest();
+  const Items items = ReadAsServer(xbuf);
+  Require(items == ReadAsHost(xbuf), "server and host read the same");
+  Object object;
+  std::array<char, 20> field;
+  XbufObSet(object, field, xbuf);
+  if (!items) return 0;
+  const std::string written = host::WriteXbuf(*items);
+  Require(ReadAsServer(written) == items, "what the host writes is read again");
+  Require(WriteAsServer(*items, written.size() + XBUF_HEADER_SIZE) == written, "the server writes the same");
+  WriteAsServer(*items, size / 2);
+  return 0;
+}
