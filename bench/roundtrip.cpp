@@ -1,7 +1,7 @@
 // What a call costs on top of the two signals that carry it, and beside a call over a message bus.
 //
-// The floor is a bare ping-pong: this process and a peer that answers every SIGUSR2 from its handler, waiting in
-// sigsuspend as the server does, while this side waits with the client library as for any call. All run on one core, so
+// The floor is a bare ping-pong: this process and a peer that answers every SIGUSR2, waiting in sigwait as the server
+// does, while this side waits with the client library as for any call. All run on one core, so
 // that neither the wake-up of a second core nor its absence is measured.
 #include <unistd.h>
 
@@ -25,16 +25,12 @@ constexpr int RUNS = 101;
 constexpr double FLOOR_GOAL = 1.10;
 constexpr std::string_view PEER_ARGUMENT = "peer";
 
-void AnswerParent(int) { kill(getppid(), SIGUSR2); }
-
 [[noreturn]] void RunPeer() {
-  struct sigaction action {};
-  action.sa_handler = AnswerParent;
-  action.sa_flags = SA_RESTART;
-  sigaction(SIGUSR2, &action, nullptr);
-  sigset_t none;
-  sigemptyset(&none);
-  while (true) sigsuspend(&none);
+  sigset_t calls;
+  sigemptyset(&calls);
+  sigaddset(&calls, SIGUSR2);
+  for (int signal = 0;;)
+    if (sigwait(&calls, &signal) == 0) kill(getppid(), SIGUSR2);
 }
 
 void PingPong(vorlix::host::Process& peer) {

@@ -35,7 +35,7 @@ BareBlock* bare = nullptr;
 const std::string bytes(RESULT, 'x');
 size_t sent = 0;
 
-void SendNextBare(int) {
+void SendNextBare() {
   const size_t count = std::min(RESULT - sent, static_cast<size_t>(bare->capacity));
   std::memcpy(bare->bytes, bytes.data() + sent, count);
   bare->length = static_cast<int32_t>(count);
@@ -45,13 +45,11 @@ void SendNextBare(int) {
 
 [[noreturn]] void RunPeer(const char* segment) {
   bare = static_cast<BareBlock*>(shmat(std::atoi(segment), nullptr, 0));
-  struct sigaction action {};
-  action.sa_handler = SendNextBare;
-  action.sa_flags = SA_RESTART;
-  sigaction(SIGUSR2, &action, nullptr);
-  sigset_t none;
-  sigemptyset(&none);
-  while (true) sigsuspend(&none);
+  sigset_t calls;
+  sigemptyset(&calls);
+  sigaddset(&calls, SIGUSR2);
+  for (int signal = 0;;)
+    if (sigwait(&calls, &signal) == 0) SendNextBare();
 }
 
 void FetchBare(host::Process& peer, std::string& result) {

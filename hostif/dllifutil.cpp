@@ -60,13 +60,6 @@ int32_t IntByReference::Get() const { return ReadFrom<int32_t>(static_cast<const
 
 int32_t DllStrLen(const DllString& s) { return s.len; }
 
-int32_t DllStrFromC(std::string_view text, DllString& s) {
-  if (std::cmp_greater(text.size(), s.max)) return RESULT_TOO_SHORT;
-  if (!text.empty()) std::memmove(s.buf, text.data(), text.size());
-  s.len = static_cast<int32_t>(text.size());
-  return RESULT_OK;
-}
-
 int32_t DllStrCopy(DllString& dst, const DllString& src) { return DllStrFromC(src.View(), dst); }
 
 void DllStrToC(const DllString& s, char* text) {
