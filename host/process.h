@@ -110,6 +110,7 @@ class Process {
   Descriptor pidfd_;
   Descriptor error_output_;  // our end of the pipe of captured standard error
   std::string captured_;
+  Clock::time_point next_look_;  // of a wait, at everything but answers
   std::optional<Ending> ending_;
 };
 

@@ -44,10 +44,9 @@ void MakeApart(Making& making) {
   sigfillset(&all);
   pthread_sigmask(SIG_SETMASK, &all, &before);
   const pid_t maker = clone(Make, stack.data() + stack.size(), CLONE_VM | CLONE_VFORK, &making);
-  if (maker >= 0)
-    waitpid(maker, nullptr, __WALL);
-  else
-    Make(&making);  // better in this process than not at all
+  if (maker >= 0) waitpid(maker, nullptr, __WALL);
+  // Better in this process than not at all: where no such process may be made, or where one gets a copy of the memory.
+  if (making.id < 0) Make(&making);
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 

@@ -65,10 +65,11 @@ Clock::time_point Server::Deadline() const {
 void Server::AwaitAnswer(Clock::time_point deadline) {
   while (under_way_ && block_.LoadResult() == NO_RESULT) {
     if (process_.HowEnded().has_value()) throw ServerError(*process_.HowEnded(), process_.PendingStandardError());
-    const auto event = process_.Wait(std::min(deadline, Clock::now() + LOOK_AGAIN));
-    if (event == Process::Event::Timeout && Clock::now() >= deadline)
+    const Clock::time_point now = Clock::now();
+    if (now >= deadline)
       throw ServerError(Failure::Timeout,
                         "the server has not answered within " + std::to_string(timeout_.count()) + " ms");
+    process_.Wait(std::min(deadline, now + LOOK_AGAIN));
   }
   under_way_ = false;
 }

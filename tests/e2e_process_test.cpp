@@ -162,6 +162,9 @@ TEST(Death, IsNoticedAtOnceAndStaysKnown) {
   server.Call("v_Set", {Text("long"), Text(value)});
   kill(server.Pid(), SIGSTOP);
   const std::jthread killer = SignalLater(server.Pid(), SIGKILL);
+  const std::jthread others([](const std::stop_token& stop) {  // whose answers come here
+    for (; !stop.stop_requested(); usleep(100)) kill(getpid(), SIGUSR2);
+  });
   const auto start = Clock::now();
   for (int i = 0; i < 2; ++i)
     EXPECT_EQ(FailureOf([&] { server.Call("l_DeleteAll"); }).HowEnded(), (Ending{-1, SIGKILL}));

@@ -9,6 +9,7 @@
 
 #include "dll/server/functions.h"
 #include "tests/support/callables.h"
+#include "tests/support/heap.h"
 
 namespace vorlix {
 namespace {
@@ -51,6 +52,19 @@ TEST(Variables, AgreeWithASearchFromTheFront) {
     }
   }
   for (const auto& entry : model) v_Unset(TestString(9, entry.first));
+}
+
+// A long value needs new memory after that of the last one was given back.
+TEST(Variables, GiveBackTheMemoryOfTheirValues) {
+  const TestString name(1, "a");
+  const TestString value(100, std::string(100, 'x'));
+  for (const bool unset : {false, true}) {
+    ASSERT_EQ(v_Set(name, value), 0);
+    ASSERT_EQ(unset ? v_Unset(name) : v_Set(name, TestString(0)), 0);
+    const test::FailAllocation fail(unset ? 1 : 0);  // the name comes first
+    EXPECT_EQ(v_Set(name, value), 2) << unset;
+    v_Unset(name);
+  }
 }
 
 }  // namespace

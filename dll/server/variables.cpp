@@ -2,11 +2,12 @@
 //
 // A stored name matches an argument that is equal to it or begins with it, byte for byte; of several that match the
 // first entry wins, for setting and forgetting as well as for reading. An index of the names finds it: a search through
-// the entries would cost more than the call around it from some thousands of variables on.
+// the entries would cost more than the call around it from somewhat more than a thousand variables on.
 #include <algorithm>
 #include <functional>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "dll/server/functions.h"
@@ -52,7 +53,7 @@ class VariableTable {
 
   void Free(uint32_t position) noexcept {
     names_.Erase(position);
-    entries_[position] = Variable();
+    std::exchange(entries_[position], {});  // releases the value, which assigning alone would not
     free_.push_back(position);
     std::push_heap(free_.begin(), free_.end(), std::greater());
   }
@@ -80,7 +81,7 @@ int32_t v_Set(In<String> name, In<String> value) {
   try {
     const uint32_t found = variables.Find(name.View());
     std::string& stored = variables.ValueAt(found != NONE ? found : variables.Add(name.View()));
-    stored = std::string();
+    std::exchange(stored, {});
     stored = value.View();
     return RESULT_OK;
   } catch (const std::bad_alloc&) {
