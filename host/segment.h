@@ -11,7 +11,8 @@ namespace vorlix::host {
 ///
 /// It is marked for removal as soon as it is attached here. The kernel still lets the server attach it by its
 /// identifier, and frees it when the last of the two has detached or died, so no crash at any instant leaves a segment
-/// behind. A server must be started while the object lives.
+/// behind. (A SIGKILL to this program's whole process group could, in the microseconds of its making.) A server must be
+/// started while the object lives.
 class Segment {
  public:
   /// Throws std::system_error when the system gives no segment of `size` bytes.

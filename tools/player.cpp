@@ -162,7 +162,9 @@ void Player::RunEcho(const Statement& statement) {
 void Player::KeepCode(const Statement& statement, std::string_view function, int32_t code) {
   scope_.Set("code", std::to_string(code));
   const auto is_code = [](const Condition& condition) { return condition.address == "code"; };
-  if (code != 0 && std::ranges::none_of(statement.expected, is_code))
+  const auto ends_loop = [&](const Condition& condition) { return is_code(condition) && Meets(condition); };
+  if (code != 0 && std::ranges::none_of(statement.expected, is_code) &&
+      std::ranges::none_of(statement.until, ends_loop))
     throw ToolError(Status::OtherCode, std::string(function) + " answered " + std::to_string(code));
 }
 

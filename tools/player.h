@@ -33,7 +33,8 @@ class Player {
 
   /// A word of the statement with its values in place.
   std::string Text(const Statement& statement, size_t word) { return scope_.Expand(statement.words.at(word)); }
-  /// Keeps the code of a call; unless the statement says what code it expects, anything but 0 fails.
+  /// Keeps the code of a call; unless the statement says what code it expects, or it is the one that ends the loop,
+  /// anything but 0 fails.
   void KeepCode(const Statement& statement, std::string_view function, int32_t code);
   bool Meets(const Condition& condition);
   void Expect(const std::vector<Condition>& conditions);
