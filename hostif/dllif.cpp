@@ -4,6 +4,7 @@
 // middle of its own call.
 #include "hostif/dllif.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <string_view>
@@ -18,23 +19,17 @@ struct CallArg {
   PresentedArg presented;
 };
 
-// Filled during one call and empty between calls; after a call that was refused on the way the next one releases it.
+// Filled during one call and empty between calls.
 std::array<CallArg, MAX_ARGS> call_args;
 ArgVector arg_vector{};
 size_t args_taken = 0;  // slots from the first on that hold something
+
+std::span<const CallArg> TakenArgs() { return {call_args.data(), args_taken}; }
 
 int32_t trace_level = 0;
 
 // Lines of detail 1 are written at every level but 0.
 bool Traced(int32_t detail) { return detail == 1 ? trace_level != 0 : trace_level >= detail; }
-
-[[gnu::format(printf, 2, 3)]] void Trace(int32_t detail, const char* format, ...) {
-  if (!Traced(detail)) return;
-  va_list args;
-  va_start(args, format);
-  std::vfprintf(stderr, format, args);
-  va_end(args);
-}
 
 void PrintQuoted(std::string_view text) {
   std::fputc('"', stderr);
@@ -43,10 +38,8 @@ void PrintQuoted(std::string_view text) {
 }
 
 const char* TypeName(DeclaredType type) {
-  constexpr std::array NAMES = {"VarArg",          "IntByValue", "IntByReference", "IntArray", "RealByValue",
-                                "RealByReference", "RealArray",  "zString",        "String",   "StringArray"};
   const auto code = static_cast<size_t>(type);
-  return code < NAMES.size() ? NAMES[code] : "Unknown";
+  return code < DECLARED_TYPE_NAMES.size() ? DECLARED_TYPE_NAMES[code].data() : "Unknown";
 }
 
 const char* ClassName(int32_t host_class) {
@@ -102,28 +95,25 @@ void PrintArg(const CallArg& arg) {
   }
 }
 
-// Finds the entry by the name in descriptor 0. Returns its index, or -1 with the code of the refusal.
-int32_t FindEntry(int32_t& code) {
+// Finds the function that is named in descriptor 0. Returns 0, or the code of the refusal.
+int32_t FindEntry(int32_t& index) {
   ArgDesc desc;
-  code = DllGetArgDesc(0, desc);
-  if (code != RESULT_OK) return -1;
+  if (const int32_t code = DllGetArgDesc(0, desc); code != RESULT_OK) return code;
   if (desc.host_class != HOST_STRING) {
-    Trace(3, "first argument must be function name\n");
-    code = RESULT_WRONG_CLASS;
-    return -1;
+    CallTrace(3, "first argument must be function name\n");
+    return RESULT_WRONG_CLASS;
   }
   std::string_view name;
-  code = DllElementText(desc, name);
-  if (code != RESULT_OK) return -1;
-  for (size_t i = 0; i < FunctionTable.size(); ++i)
-    if (FunctionTable[i].name == name) return static_cast<int32_t>(i);
+  if (const int32_t code = DllElementText(desc, name); code != RESULT_OK) return code;
+  const auto entry = std::ranges::find(FunctionTable, name, &FunctionEntry::name);
+  index = static_cast<int32_t>(entry - FunctionTable.begin());
+  if (entry != FunctionTable.end()) return RESULT_OK;
   if (Traced(3)) {
     std::fputs("undefined function name: ", stderr);
     PrintQuoted(name);
     std::fputc('\n', stderr);
   }
-  code = RESULT_UNKNOWN_FUNCTION;
-  return -1;
+  return RESULT_UNKNOWN_FUNCTION;
 }
 
 // Reads descriptor `index`, checks it against the declaration and presents it as argument `index` - 1.
@@ -131,8 +121,8 @@ int32_t TakeArg(int32_t index, const ArgSpec& spec) {
   ArgDesc desc;
   const int32_t code = DllGetArgDesc(index, desc);
   if (code != RESULT_OK) return code;
-  Trace(3, " arg = %.*s, %s, CALL = %s, elcnt = %d (%s)\n", static_cast<int>(spec.name.size()), spec.name.data(),
-        TypeName(spec.type), ClassName(desc.host_class), desc.count, desc.by_ref != 0 ? "ByRef" : "ByValue");
+  CallTrace(3, " arg = %.*s, %s, CALL = %s, elcnt = %d (%s)\n", static_cast<int>(spec.name.size()), spec.name.data(),
+            TypeName(spec.type), ClassName(desc.host_class), desc.count, desc.by_ref != 0 ? "ByRef" : "ByValue");
   if (spec.type < DeclaredType::VarArg || spec.type > DeclaredType::StringArray) return RESULT_BAD_TYPE;
   if (IsArray(spec.type) && spec.min_count > desc.count) return RESULT_ARRAY_TOO_SHORT;
   const Presentation how = PresentedArg::Choose(spec.type, desc.host_class);
@@ -155,69 +145,78 @@ void ReleaseArgs() {
 
 // Takes all arguments in order. A VarArg declaration serves every argument from its place on.
 int32_t TakeArgs(const FunctionEntry& entry, int32_t count) {
-  int32_t declared = 0;
+  auto declared = ArgSpecs.subspan(static_cast<size_t>(entry.first_arg), static_cast<size_t>(entry.arg_count));
   for (int32_t i = 1; i <= count; ++i) {
-    if (declared == entry.arg_count) {
-      Trace(3, "extra argument detected\n");
+    if (declared.empty()) {
+      CallTrace(3, "extra argument detected\n");
       return RESULT_WRONG_COUNT;
     }
-    const ArgSpec& spec = ArgSpecs[static_cast<size_t>(entry.first_arg + declared)];
+    const ArgSpec& spec = declared.front();
     const int32_t code = TakeArg(i, spec);
     if (code != RESULT_OK) return code;
-    if (spec.type != DeclaredType::VarArg) ++declared;
+    if (spec.type != DeclaredType::VarArg) declared = declared.subspan(1);
   }
-  if (declared == entry.arg_count ||
-      ArgSpecs[static_cast<size_t>(entry.first_arg + declared)].type == DeclaredType::VarArg)
-    return RESULT_OK;
-  Trace(2, "%.*s: wrong numer of arguments\n", static_cast<int>(entry.name.size()), entry.name.data());
+  if (declared.empty() || declared.front().type == DeclaredType::VarArg) return RESULT_OK;
+  CallTrace(2, "%.*s: wrong numer of arguments\n", static_cast<int>(entry.name.size()), entry.name.data());
   return RESULT_WRONG_COUNT;
 }
 
-void WriteBackArgs(int32_t count) {
-  for (int32_t i = 1; i <= count; ++i) {
-    const CallArg& arg = call_args[static_cast<size_t>(i - 1)];
-    if (arg.presented.Desc().by_ref != 0) {
-      if (IsByValue(arg.spec->type)) {
-        DllClearByRef(i);
-      } else {
-        if (Traced(2)) PrintArg(arg);
-        arg.presented.WriteBack();
-      }
+void WriteBackArgs() {
+  int32_t index = 0;
+  for (const CallArg& arg : TakenArgs()) {
+    ++index;
+    if (arg.presented.Desc().by_ref == 0) continue;
+    if (IsByValue(arg.spec->type)) {
+      DllClearByRef(index);
+    } else {
+      if (Traced(2)) PrintArg(arg);
+      arg.presented.WriteBack();
     }
   }
+}
+
+// Takes the arguments, calls the function and writes back.
+int32_t RunFunction(int32_t index, int32_t count) {
+  const FunctionEntry& entry = FunctionTable[static_cast<size_t>(index)];
+  const int name_size = static_cast<int>(entry.name.size());
+  CallTrace(3, "\nfunction name = \"%.*s\", argc = %d\n", name_size, entry.name.data(), count);
+  const int32_t code = TakeArgs(entry, count);
+  if (code != RESULT_OK) return code;
+  CallTrace(1, "\ncalling %.*s, argc = %d\n", name_size, entry.name.data(), count);
+  if (Traced(2))
+    for (const CallArg& arg : TakenArgs()) PrintArg(arg);
+  const int32_t result = DllDispatch(index, arg_vector);
+  CallTrace(1, "return code is %d\n", result);
+  WriteBackArgs();
+  return result;
 }
 
 }  // namespace
 
 void SetCallTraceLevel(int32_t level) { trace_level = level; }
-int32_t CallTraceLevel() { return trace_level; }
+
+void CallTrace(int32_t detail, const char* format, ...) {
+  if (!Traced(detail)) return;
+  va_list args;
+  va_start(args, format);
+  std::vfprintf(stderr, format, args);
+  va_end(args);
+}
 
 int32_t DllCall() {
   DllReadHeader();
   if (DllArgCount() < 1) {
-    Trace(3, "illegal argument count, function name is required\n");
+    CallTrace(3, "illegal argument count, function name is required\n");
     return RESULT_WRONG_COUNT;
   }
   const int32_t count = DllArgCount() - 1;
   if (count > MAX_ARGS) {
-    Trace(3, "argument count exceeds maximum (%d)\n", MAX_ARGS);
+    CallTrace(3, "argument count exceeds maximum (%d)\n", MAX_ARGS);
     return RESULT_TOO_MANY_ARGS;
   }
-  int32_t code = RESULT_OK;
-  const int32_t index = FindEntry(code);
-  if (index < 0) return code;
-  const FunctionEntry& entry = FunctionTable[static_cast<size_t>(index)];
-  const int name_size = static_cast<int>(entry.name.size());
-  Trace(3, "\nfunction name = \"%.*s\", argc = %d\n", name_size, entry.name.data(), count);
-  ReleaseArgs();
-  code = TakeArgs(entry, count);
-  if (code != RESULT_OK) return code;
-
-  Trace(1, "\ncalling %.*s, argc = %d\n", name_size, entry.name.data(), count);
-  for (size_t i = 0; i < static_cast<size_t>(count) && Traced(2); ++i) PrintArg(call_args[i]);
-  const int32_t result = DllDispatch(index, arg_vector);
-  Trace(1, "return code is %d\n", result);
-  WriteBackArgs(count);
+  int32_t index;
+  if (const int32_t code = FindEntry(index); code != RESULT_OK) return code;
+  const int32_t result = RunFunction(index, count);
   ReleaseArgs();
   return result;
 }

@@ -42,6 +42,8 @@ int32_t DllCall();
 /// The level of the call trace on standard error, 0 at start: 1 to 3 add detail, a negative level writes the lines of
 /// level 1 alone.
 void SetCallTraceLevel(int32_t level);
-int32_t CallTraceLevel();
+
+/// Writes to the call trace what belongs to this detail.
+[[gnu::format(printf, 2, 3)]] void CallTrace(int32_t detail, const char* format, ...);
 
 }  // namespace vorlix

@@ -126,26 +126,25 @@ Presentation PresentedArg::Choose(DeclaredType type, int32_t host_class) {
   struct Row {
     Presentation integer, real, string;
   };
-  constexpr auto NONE = Presentation::None;
-  constexpr Row BY_REFERENCE = {Presentation::Integers, Presentation::DoublesOfReals, Presentation::Strings};
-  constexpr std::array<Row, 10> ROWS = {{
-      BY_REFERENCE,                                                       // VarArg
-      {Presentation::Integers, Presentation::IntsOfReals, NONE},          // IntByValue
-      {Presentation::Integers, NONE, NONE},                               // IntByReference
-      {Presentation::Integers, NONE, NONE},                               // IntArray
-      {Presentation::DoublesOfInts, Presentation::DoublesOfReals, NONE},  // RealByValue
-      {NONE, Presentation::DoublesOfReals, NONE},                         // RealByReference
-      {NONE, Presentation::DoublesOfReals, NONE},                         // RealArray
-      {NONE, NONE, Presentation::Text},                                   // zString
-      {NONE, NONE, Presentation::Strings},                                // String
-      {NONE, NONE, Presentation::Strings},                                // StringArray
+  using enum Presentation;
+  constexpr std::array<Row, DECLARED_TYPE_NAMES.size()> ROWS = {{
+      {Integers, DoublesOfReals, Strings},    // VarArg
+      {Integers, IntsOfReals, None},          // IntByValue
+      {Integers, None, None},                 // IntByReference
+      {Integers, None, None},                 // IntArray
+      {DoublesOfInts, DoublesOfReals, None},  // RealByValue
+      {None, DoublesOfReals, None},           // RealByReference
+      {None, DoublesOfReals, None},           // RealArray
+      {None, None, Text},                     // zString
+      {None, None, Strings},                  // String
+      {None, None, Strings},                  // StringArray
   }};
   const Row& row = ROWS.at(static_cast<size_t>(type));
   switch (host_class) {
     case HOST_INTEGER: return row.integer;
     case HOST_REAL: return row.real;
     case HOST_STRING: return row.string;
-    default: return NONE;
+    default: return None;
   }
 }
 

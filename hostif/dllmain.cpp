@@ -82,19 +82,11 @@ bool AnswerHost(pid_t host) {
   return host > 0 && host != self && kill(host, SIGUSR2) == 0;
 }
 
-}  // namespace
-
-extern "C" {
-
-static void HandleEnd(int) {
+extern "C" void HandleEnd(int) {
   shmdt(attached);
   dll_cleanup();
   _exit(EXIT_SUCCESS);
 }
-
-}  // extern "C"
-
-namespace {
 
 // Lets SIGTERM through to its handler from now on, also where the host started the server with it blocked, and the
 // signals in `held` not.

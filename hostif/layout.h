@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace vorlix {
 
@@ -80,5 +81,10 @@ enum class DeclaredType : int32_t {
   String = 8,
   StringArray = 9,
 };
+
+/// The names of the declared types, by code.
+inline constexpr std::array<std::string_view, 10> DECLARED_TYPE_NAMES = {
+    "VarArg",          "IntByValue", "IntByReference", "IntArray", "RealByValue",
+    "RealByReference", "RealArray",  "zString",        "String",   "StringArray"};
 
 }  // namespace vorlix

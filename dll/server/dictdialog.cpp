@@ -9,7 +9,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char DICT = TRACE_DICT;
 constexpr char PREFIX[] = "Dlg_";
 
 }  // namespace
@@ -33,14 +32,14 @@ int32_t dict_DlgID(zString dict_id, IntByValue lvl, IntByValue idx, Out<String> 
 int32_t dict_MapID(zString handle, Out<String> id_p) {
   std::string_view id;
   if (MapDlgHandle(handle, id) == DLG_OK) return DllStrFromC(id, id_p);
-  DebugPrint(DICT, 1, "dict_MapID() failed: unknown dialog handle '%s'", handle);
+  DebugPrint(TRACE_DICT, 1, "dict_MapID() failed: unknown dialog handle '%s'", handle);
   return RESULT_REFUSED;
 }
 
 int32_t dict_NewAlias(zString dlgID, Out<String> aliasID) {
   std::string_view alias;
   if (NewDlgAlias(dlgID, alias) == DLG_OK) return DllStrFromC(alias, aliasID);
-  DebugPrint(DICT, 1, "dict_NewAlias() failed");
+  DebugPrint(TRACE_DICT, 1, "dict_NewAlias() failed");
   return RESULT_REFUSED;
 }
 
@@ -54,13 +53,13 @@ int32_t dict_GetAlias(zString dlgID, IntByValue alias_idx, Out<String> aliasID, 
     aliasID.len = 0;
     return RESULT_OK;
   }
-  DebugPrint(DICT, 1, "dict_GetAlias() failed");
+  DebugPrint(TRACE_DICT, 1, "dict_GetAlias() failed");
   return RESULT_REFUSED;
 }
 
 int32_t dict_DelAlias(zString aliasID) {
   if (DelDlgAlias(aliasID) == DLG_OK) return RESULT_OK;
-  DebugPrint(DICT, 1, "dict_DelAlias() failed");
+  DebugPrint(TRACE_DICT, 1, "dict_DelAlias() failed");
   return RESULT_REFUSED;
 }
 

@@ -10,7 +10,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char DICT = TRACE_DICT;
 constexpr int ALWAYS = 0;
 
 const char* Remark(const Dict& dict) {
@@ -21,32 +20,34 @@ const char* Remark(const Dict& dict) {
   }
 }
 
-void DumpCount(const Dict& dict) { DebugPrint(DICT, ALWAYS, "instance_cnt=%d%s", dict.instance_cnt, Remark(dict)); }
+void DumpCount(const Dict& dict) {
+  DebugPrint(TRACE_DICT, ALWAYS, "instance_cnt=%d%s", dict.instance_cnt, Remark(dict));
+}
 
 void DumpAttributes(const Object& object) {
   AttrText attr;
-  for (int32_t row = ObGetIdx(object, 0, attr); row >= 0; row = ObGetIdx(object, row + 1, attr))
-    DebugPrint(DICT, ALWAYS, "  %-16.16s [%s]", attr.item.data(), attr.value.data());
+  for (int32_t row = 0; ObGetIdx(object, row, attr) == row; ++row)
+    DebugPrint(TRACE_DICT, ALWAYS, "  %-16.16s [%s]", attr.item.data(), attr.value.data());
 }
 
 void DumpAllSections(const Dict& dict) {
-  DebugPrint(DICT, ALWAYS, "%s", "");
-  DebugPrint(DICT, ALWAYS, "Dump of dict=%s, all sections:", dict.id.c_str());
+  DebugPrint(TRACE_DICT, ALWAYS, "%s", "");
+  DebugPrint(TRACE_DICT, ALWAYS, "Dump of dict=%s, all sections:", dict.id.c_str());
   DumpCount(dict);
   for (const SectionPtr& section : dict.sections) {
-    DebugPrint(DICT, ALWAYS, " section [%s]", section->section.get());
+    DebugPrint(TRACE_DICT, ALWAYS, " section [%s]", section->section.get());
     DumpAttributes(section->object);
   }
-  if (dict.sections.empty()) DebugPrint(DICT, ALWAYS, " this dictionary does not contain any sections");
+  if (dict.sections.empty()) DebugPrint(TRACE_DICT, ALWAYS, " this dictionary does not contain any sections");
 }
 
 void DumpField(const Dict& dict, std::string_view hdl, const char* field) {
-  DebugPrint(DICT, ALWAYS, "%s", "");
-  DebugPrint(DICT, ALWAYS, "Dump of dict=%s, section [%s.%s]:", dict.id.c_str(), hdl.data(), field);
+  DebugPrint(TRACE_DICT, ALWAYS, "%s", "");
+  DebugPrint(TRACE_DICT, ALWAYS, "Dump of dict=%s, section [%s.%s]:", dict.id.c_str(), hdl.data(), field);
   DumpCount(dict);
   const SectionName name{hdl, ".", field};
   SectionPtr section = FindSection(dict, name.View());
-  if (section == nullptr) DebugPrint(DICT, ALWAYS, " section [%s.%s] not found", hdl.data(), field);
+  if (section == nullptr) DebugPrint(TRACE_DICT, ALWAYS, " section [%s.%s] not found", hdl.data(), field);
   for (; section != nullptr; section = FindNextSection(dict, *section, name.View())) DumpAttributes(section->object);
 }
 
@@ -59,19 +60,20 @@ void DumpOne(const Dict& dict, std::string_view hdl, const char* field) {
 
 /// Dumps a field, or all of them when `field` is empty, of one dialog, or of all dictionaries when `dlgID` is empty.
 void DumpDict(const char* dlgID, const char* field) {
-  DebugEntry(DICT, "DumpDict");
+  DebugEntry(TRACE_DICT);
   const bool is_all = *dlgID == '\0';
   std::string_view hdl;
   const DictPtr chosen = is_all ? nullptr : ResolveDlgID(dlgID, hdl);
-  if (is_all && DictList().empty()) return DebugPrint(DICT, ALWAYS, "DumpDict(): no dictionaries available");
-  if (!is_all && chosen == nullptr) return DebugPrint(DICT, ALWAYS, "DumpDict() failed: unknown dlgID '%s'", dlgID);
+  if (is_all && DictList().empty()) return DebugPrint(TRACE_DICT, ALWAYS, "DumpDict(): no dictionaries available");
+  if (!is_all && chosen == nullptr)
+    return DebugPrint(TRACE_DICT, ALWAYS, "DumpDict() failed: unknown dlgID '%s'", dlgID);
   if (*field != '\0' && hdl.empty())
-    return DebugPrint(DICT, ALWAYS, "DumpDict() failed: missing dlgID, cannot resolve field name");
+    return DebugPrint(TRACE_DICT, ALWAYS, "DumpDict() failed: missing dlgID, cannot resolve field name");
   if (is_all)
     for (const DictPtr& dict : DictList()) DumpOne(*dict, hdl, field);
   else
     DumpOne(*chosen, hdl, field);
-  DebugPrint(DICT, ALWAYS, "%s", "");
+  DebugPrint(TRACE_DICT, ALWAYS, "%s", "");
 }
 
 }  // namespace

@@ -11,8 +11,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char DICT = TRACE_DICT;
-
 /// A dialog as calls address it.
 struct Dialog {
   DictPtr dict;          // null when it is unknown, which has been traced
@@ -24,16 +22,8 @@ struct Dialog {
 Dialog FindDialog(const char* call, const char* dlgID) {
   Dialog dialog;
   dialog.dict = ResolveDlgID(dlgID, dialog.hdl);
-  if (dialog.dict == nullptr) DebugPrint(DICT, 1, "%s() failed: unknown dlgID '%s'", call, dlgID);
+  if (dialog.dict == nullptr) DebugPrint(TRACE_DICT, 1, "%s() failed: unknown dlgID '%s'", call, dlgID);
   return dialog;
-}
-
-/// The attribute with this item name, or -1.
-int32_t FindAttribute(const Object& object, std::string_view item) {
-  AttrText attr;
-  for (int32_t row = 0; ObGetIdx(object, row, attr) == row; ++row)
-    if (EqualNoCase(attr.item, item)) return row;
-  return -1;
 }
 
 /// The next section in the walk of the dictionary; null at the end, from where the walk starts again.
@@ -82,7 +72,7 @@ int32_t dict_Get(zString dlgID, zString name, Out<String> xbuf) {
 }
 
 int32_t dict_GetByKey(zString dlgID, zString key_item, zString key_value, Out<String> xbuf) {
-  DebugEntry(DICT, "dict_GetByKey");
+  DebugEntry(TRACE_DICT);
   xbuf.len = 0;
   const Dialog dialog = FindDialog("dict_GetByKey", dlgID);
   if (dialog.dict == nullptr) return RESULT_REFUSED;
@@ -90,7 +80,7 @@ int32_t dict_GetByKey(zString dlgID, zString key_item, zString key_value, Out<St
   const std::string_view start = prefix.View();
   SectionPtr section = FindSection(*dialog.dict, start, start.size());
   if (section == nullptr) return RESULT_OK;
-  const int32_t row = FindAttribute(section->object, key_item);
+  const int32_t row = ObFindItem(key_item);
   if (row < 0) return RESULT_REFUSED;
   for (; section != nullptr; section = FindNextSection(*dialog.dict, *section, start, start.size())) {
     AttrText attr;

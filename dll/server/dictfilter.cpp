@@ -8,8 +8,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char DICT = TRACE_DICT;
-
 int32_t HostResult(int32_t result) {
   switch (result) {
     case VAR_OK: return RESULT_OK;
@@ -29,48 +27,48 @@ int32_t HostResult(int32_t result, const IntByReference& eof_p) {
 }  // namespace
 
 int32_t dict_XbufFilterInit(zString dlgID, In<String> xbuf, Out<IntByReference> eof_p) {
-  DebugEntry(DICT, "dict_XbufFilterInit");
+  DebugEntry(TRACE_DICT);
   return HostResult(VarInitXBUF(dlgID, xbuf.View()), eof_p);
 }
 
 int32_t dict_XbufFilterAdd(zString dlgID, In<String> xbuf) {
-  DebugEntry(DICT, "dict_XbufFilterAdd");
+  DebugEntry(TRACE_DICT);
   return HostResult(VarUpdateXBUF(dlgID, xbuf.View()));
 }
 
 int32_t dict_ListFilterInit(zString dlgID, zString list, Out<IntByReference> eof_p) {
-  DebugEntry(DICT, "dict_ListFilterInit");
+  DebugEntry(TRACE_DICT);
   return HostResult(VarInitLIST(dlgID, list), eof_p);
 }
 
 int32_t dict_VarFilterInit(zString dlgID, zString name, zString val, Out<IntByReference> eof_p) {
-  DebugEntry(DICT, "dict_VarFilterInit");
+  DebugEntry(TRACE_DICT);
   return HostResult(VarInitONE(dlgID, name, val), eof_p);
 }
 
 int32_t dict_FilterInit(zString filterName) {
-  DebugEntry(DICT, "dict_FilterInit");
+  DebugEntry(TRACE_DICT);
   return HostResult(VarInitAccess(filterName));
 }
 
 int32_t dict_FilterNext(Out<String> xdict, Out<String> val, Out<IntByReference> eof_p) {
-  DebugEntry(DICT, "dict_FilterNext");
+  DebugEntry(TRACE_DICT);
   if (const int32_t result = VarGetNext(); result != VAR_OK) return HostResult(result, eof_p);
   eof_p = 0;
   if (DllStrFromC(*VarCurrValue(), val) != RESULT_OK) {
-    DebugPrint(DICT, 1, "dict_FilterNext() failed: string overflow (val)");
+    DebugPrint(TRACE_DICT, 1, "dict_FilterNext() failed: string overflow (val)");
     return RESULT_TOO_SHORT;
   }
   return xpack_dict(*VarCurrSection(), xdict);
 }
 
 int32_t dict_FilterSetValue(zString newValue) {
-  DebugEntry(DICT, "dict_FilterSetValue");
+  DebugEntry(TRACE_DICT);
   return HostResult(VarSetCurrValue(newValue));
 }
 
 int32_t dict_FilterToXbuf(Out<String> xbuf) {
-  DebugEntry(DICT, "dict_FilterToXbuf");
+  DebugEntry(TRACE_DICT);
   int64_t length = 0;
   const int32_t result = VarWriteXBUF(xbuf.buf, xbuf.max, length);
   xbuf.len = static_cast<int32_t>(length);
@@ -78,7 +76,7 @@ int32_t dict_FilterToXbuf(Out<String> xbuf) {
 }
 
 int32_t dict_FilterFree() {
-  DebugEntry(DICT, "dict_FilterFree");
+  DebugEntry(TRACE_DICT);
   return HostResult(VarFree());
 }
 

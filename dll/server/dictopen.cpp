@@ -13,21 +13,17 @@
 #include "dll/shared/dictkrnl.h"
 #include "dll/shared/dlglevel.h"
 #include "dll/shared/ini.h"
+#include "dll/shared/syscall.h"
 #include "hostif/layout.h"
 
 namespace vorlix {
 namespace {
-
-constexpr char DICT = TRACE_DICT;
 
 constexpr int32_t CONTENT_REFUSED = 1;
 constexpr int32_t MAX_MODELS = 16;
 
 using NameText = std::array<char, 81>;
 using ValueText = std::array<char, 123>;
-
-/// The value of `rc_p` for a file that cannot be opened and for missing memory, before anything else can touch errno.
-int32_t MinusErrno() { return errno != 0 ? -errno : -1; }
 
 OwnedText CopyOrThrow(std::string_view text) {
   OwnedText copy = CopyText(text);
@@ -107,7 +103,7 @@ int32_t ReadSections(std::list<DictPtr>& fresh, DictFile& file, const char* id, 
   int status;
   while ((status = file.NextSection(name)) == INI_INSIDE) {
     if (EqualNoCase(name.data(), "xx")) {
-      DebugPrint(DICT, 2, "OpenDict() warning: obsolete section '%s'", name.data());
+      DebugPrint(TRACE_DICT, 2, "OpenDict() warning: obsolete section '%s'", name.data());
       continue;
     }
     const bool is_first = fresh.empty();
@@ -145,7 +141,7 @@ int32_t ShareDict(const DictPtr& dict, int32_t level, const IntByReference& rc_p
   if (added != DLG_OK) return RESULT_REFUSED;
   ++dict->instance_cnt;
   rc_p = 0;
-  DebugPrint(DICT, 2, "OpenDict(): id = %s, instance_cnt = %d", dict->id.c_str(), dict->instance_cnt);
+  DebugPrint(TRACE_DICT, 2, "OpenDict(): id = %s, instance_cnt = %d", dict->id.c_str(), dict->instance_cnt);
   return RESULT_OK;
 }
 
@@ -161,17 +157,12 @@ int32_t LoadDict(const char* id, const char* fname, int32_t level, const IntByRe
   if (read != 0) return RESULT_OK;
   if (level >= 0) {
     const int32_t added = AddDlgLevel(fresh.front(), level);
-    if (added != DLG_OK) rc_p = added == DLG_NO_MEMORY ? MinusErrno() : CONTENT_REFUSED;
+    if (added == DLG_REFUSED) rc_p = CONTENT_REFUSED;
+    if (added == DLG_NO_MEMORY) rc_p = MinusErrno();
     if (added != DLG_OK) return added == DLG_NO_MEMORY ? RESULT_OK : RESULT_REFUSED;
   }
   LinkDict(fresh);
   return RESULT_OK;
-}
-
-void GiveUpModel(const DictPtr& dict, const char* id) {
-  dict->instance_cnt = 1;
-  RemoveDict(dict);
-  DebugPrint(DICT, 2, "OpenDict() warning: model dictionary '%s' reopened", id);
 }
 
 // ---- Inheritance ----------------------------------------------------------------------------------------------------
@@ -186,35 +177,38 @@ SectionPtr FindModel(std::string_view name) {
 }  // namespace
 
 int32_t OpenDict(const char* id, const char* fname, int32_t level, const IntByReference& rc_p) {
-  DebugEntry(DICT, "OpenDict");
+  DebugEntry(TRACE_DICT);
   if (level < 0)
-    DebugPrint(DICT, 2, "OpenDict(): id='%s' (model dictionary)", id);
+    DebugPrint(TRACE_DICT, 2, "OpenDict(): id='%s' (model dictionary)", id);
   else
-    DebugPrint(DICT, 2, "OpenDict(): id='%s', level=%ld", id, static_cast<long>(level));
+    DebugPrint(TRACE_DICT, 2, "OpenDict(): id='%s', level=%d", id, level);
   errno = 0;  // what an earlier call left is not the reason of a failure in this one
   const DictPtr loaded = FindDict(id, level < 0 ? DICT_MODEL : DICT_ORIGINAL);
   if (loaded != nullptr && level >= 0) return ShareDict(loaded, level, rc_p);
-  if (loaded != nullptr) GiveUpModel(loaded, id);
+  if (loaded != nullptr) {
+    RemoveDict(loaded);
+    DebugPrint(TRACE_DICT, 2, "OpenDict() warning: model dictionary '%s' reopened", id);
+  }
   return LoadDict(id, fname, level, rc_p);
 }
 
 int32_t InheritObject(Object& object, const char* section) {
   if (object.model == nullptr) return 0;
-  DebugEntry(DICT, "InheritObject");
+  DebugEntry(TRACE_DICT);
   const OwnedText own = std::move(object.model);
   const char* name = own.get();
   for (int32_t depth = 0; depth < MAX_MODELS; ++depth) {
     const SectionPtr model = FindModel(name);
     if (model == nullptr) {
-      DebugPrint(DICT, 1, "InheritObject() failed: unknown model '%s', section '%s'", name, section);
+      DebugPrint(TRACE_DICT, 1, "InheritObject() failed: unknown model '%s', section '%s'", name, section);
       return 1;
     }
     if (ObCopy(object, model->object, CopyMode::Missing, name) != ATTR_OK) return 1;
-    DebugPrint(DICT, 3, "InheritObject(): attributes inherited from '%s', section '%s'", name, section);
+    DebugPrint(TRACE_DICT, 3, "InheritObject(): attributes inherited from '%s', section '%s'", name, section);
     name = model->object.model.get();
     if (name == nullptr) return 0;
   }
-  DebugPrint(DICT, 1, "InheritObject() failed: inheritance nesting too deep or recursive, section '%s'", section);
+  DebugPrint(TRACE_DICT, 1, "InheritObject() failed: inheritance nesting too deep or recursive, section '%s'", section);
   return 1;
 }
 

@@ -14,13 +14,11 @@
 namespace vorlix {
 namespace {
 
-constexpr char DICT = TRACE_DICT;
-
 void PutSection(const Section& section) {
   CSDX_PutText("S");
   CSDX_PutField(section.section.get());
   AttrText attr;
-  for (int32_t row = ObGetIdx(section.object, 0, attr); row >= 0; row = ObGetIdx(section.object, row + 1, attr)) {
+  for (int32_t row = 0; ObGetIdx(section.object, row, attr) == row; ++row) {
     if (attr.value.empty() || (attr.type == 'N' && attr.value == "0")) continue;
     CSDX_PutText("I");
     CSDX_PutField(attr.item);
@@ -45,21 +43,21 @@ void PutDict(const Dict& dict, int32_t level) {
 }  // namespace
 
 int32_t dict_PackDX(zString dlgID, IntByValue lvl) {
-  DebugEntry(DICT, "dict_PackDX");
+  DebugEntry(TRACE_DICT);
   CSDX_Reset();
   std::string_view hdl;
   const DictPtr dict = ResolveDlgID(dlgID, hdl);
   if (dict == nullptr) {
-    DebugPrint(DICT, 1, "dict_PackDX() failed: unknown dlgID '%s'", dlgID);
+    DebugPrint(TRACE_DICT, 1, "dict_PackDX() failed: unknown dlgID '%s'", dlgID);
     return RESULT_REFUSED;
   }
   if (CSDX_Build([&] { PutDict(*dict, lvl); })) return RESULT_OK;
-  DebugPrint(DICT, 1, "dict_PackDX() failed: heap overflow");
+  DebugPrint(TRACE_DICT, 1, "dict_PackDX() failed: heap overflow");
   return RESULT_NO_MEMORY;
 }
 
 int32_t dict_PackBufDX(In<String> buf) {
-  DebugEntry(DICT, "dict_PackBufDX");
+  DebugEntry(TRACE_DICT);
   return CSDX_PackString(buf.View()) == 0 ? RESULT_OK : RESULT_NO_MEMORY;
 }
 

@@ -157,7 +157,7 @@ int32_t dll_SetDebugFlags(zString fs, zString fname) {
 int32_t dll_SetLocale(zString str) { return define_locale(str); }
 
 int32_t dll_SendNext(Out<String> zd, Out<IntByReference> eof_p) {
-  DebugEntry(TRACE_DICT, "dll_SendNext");
+  DebugEntry(TRACE_DICT);
   return CSDX_SendNext(zd, eof_p);
 }
 

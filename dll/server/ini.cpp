@@ -4,15 +4,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 
 #include "dll/server/functions.h"
 #include "dll/shared/debug.h"
+#include "dll/shared/syscall.h"
 
 namespace vorlix {
 namespace {
-
-constexpr char INI = TRACE_INI;
 
 using IniText = std::array<char, INI_TEXT_SIZE>;
 
@@ -22,72 +20,74 @@ int SizeFor(const DllString& s) { return std::min(s.max, INI_TEXT_SIZE); }
 /// A call that walks on to one text.
 int32_t ReadText(const char* function, int (*next)(int hdl, char* text, int size), int32_t hdl, DllString& buf,
                  const IntByReference& eof) {
-  DebugPrint(INI, 3, "%s(hdl=%d)", function, hdl);
+  DebugPrint(TRACE_INI, 3, "%s(hdl=%d)", function, hdl);
   buf.len = 0;
   IniText text;
   const int state = next(hdl, text.data(), SizeFor(buf));
   eof = state;
   if (state == 0) {
     DllStrFromC(text.data(), buf);
-    DebugPrint(INI, 3, "%s: buf = \"%s\"", function, text.data());
+    DebugPrint(TRACE_INI, 3, "%s: buf = \"%s\"", function, text.data());
   }
-  DebugPrint(INI, 3, "%s: eof = %d", function, state);
+  DebugPrint(TRACE_INI, 3, "%s: eof = %d", function, state);
   return RESULT_OK;
 }
 
 }  // namespace
 
 int32_t ini_GetInt(zString section, zString entry, IntByValue def, zString fname, Out<IntByReference> val_p) {
-  DebugPrint(INI, 3, "ini_GetInt(section=\"%s\",entry=\"%s\",def=%d,fname=\"%s\")", section, entry, def, fname);
+  DebugPrint(TRACE_INI, 3, "ini_GetInt(section=\"%s\",entry=\"%s\",def=%d,fname=\"%s\")", section, entry, def, fname);
   const int32_t value = IniGetInt(section, entry, def, fname);
   val_p = value;
-  DebugPrint(INI, 3, "ini_GetInt: %d", value);
+  DebugPrint(TRACE_INI, 3, "ini_GetInt: %d", value);
   return RESULT_OK;
 }
 
 int32_t ini_GetString(zString section, zString entry, zString def, zString fname, Out<String> val) {
-  DebugPrint(INI, 3, "ini_GetString(section=\"%s\",entry=\"%s\",def=\"%s\",fname=\"%s\")", section, entry, def, fname);
+  DebugPrint(TRACE_INI, 3, "ini_GetString(section=\"%s\",entry=\"%s\",def=\"%s\",fname=\"%s\")", section, entry, def,
+             fname);
   IniText text{};
   // Unlike the walking calls, this one fills the String to the last character.
   const int size = std::min(val.max, INI_TEXT_SIZE - 1) + 1;
   const int length = std::max(0, IniGetString(section, entry, def, text.data(), size, fname));
   DllStrFromC({text.data(), static_cast<size_t>(length)}, val);
-  DebugPrint(INI, 3, "ini_GetString: \"%*.*s\"", length, length, text.data());
+  DebugPrint(TRACE_INI, 3, "ini_GetString: \"%*.*s\"", length, length, text.data());
   return RESULT_OK;
 }
 
 int32_t ini_SetString(zString section, zString entry, zString val, zString fname) {
-  DebugPrint(INI, 3, "ini_SetString(section=\"%s\",entry=\"%s\",val=\"%s\",fname=\"%s\")", section, entry, val, fname);
+  DebugPrint(TRACE_INI, 3, "ini_SetString(section=\"%s\",entry=\"%s\",val=\"%s\",fname=\"%s\")", section, entry, val,
+             fname);
   IniSetString(section, entry, val, fname);
   return RESULT_OK;
 }
 
 int32_t ini_Open(zString fname, zString section, Out<IntByReference> hdl) {
-  DebugPrint(INI, 3, "ini_Open(fname=\"%s\",section=\"%s\")", fname, section);
+  DebugPrint(TRACE_INI, 3, "ini_Open(fname=\"%s\",section=\"%s\")", fname, section);
   int result = IniOpen(fname, section);
-  if (result < 0 && errno != 0) result = -errno;
+  if (result < 0) result = MinusErrno();
   hdl = result;
-  DebugPrint(INI, 3, "ini_Open: hdl = %d", result);
+  DebugPrint(TRACE_INI, 3, "ini_Open: hdl = %d", result);
   return RESULT_OK;
 }
 
 int32_t ini_Close(IntByValue hdl, Out<IntByReference> rc) {
-  DebugPrint(INI, 3, "ini_Close(hdl=%d)", hdl);
+  DebugPrint(TRACE_INI, 3, "ini_Close(hdl=%d)", hdl);
   rc = IniClose(hdl);
   return RESULT_OK;
 }
 
 int32_t ini_CloseAll() {
-  DebugPrint(INI, 3, "ini_CloseAll()");
+  DebugPrint(TRACE_INI, 3, "ini_CloseAll()");
   IniCloseAll();
   return RESULT_OK;
 }
 
 int32_t ini_FindSection(IntByValue hdl, zString section, Out<IntByReference> eof) {
-  DebugPrint(INI, 3, "ini_FindSection(hdl=%d,section=\"%s\")", hdl, section);
+  DebugPrint(TRACE_INI, 3, "ini_FindSection(hdl=%d,section=\"%s\")", hdl, section);
   const int state = IniFindSection(hdl, section);
   eof = state;
-  DebugPrint(INI, 3, "ini_FindSection: eof = %d", state);
+  DebugPrint(TRACE_INI, 3, "ini_FindSection: eof = %d", state);
   return RESULT_OK;
 }
 
@@ -100,7 +100,7 @@ int32_t ini_NextSection(IntByValue hdl, Out<String> buf, Out<IntByReference> eof
 }
 
 int32_t ini_NextEntry(IntByValue hdl, Out<String> item, Out<String> value, Out<IntByReference> eof) {
-  DebugPrint(INI, 3, "ini_NextEntry(hdl=%d)", hdl);
+  DebugPrint(TRACE_INI, 3, "ini_NextEntry(hdl=%d)", hdl);
   item.len = value.len = 0;
   IniText name;
   IniText text;
@@ -109,9 +109,9 @@ int32_t ini_NextEntry(IntByValue hdl, Out<String> item, Out<String> value, Out<I
   if (state == 0) {
     DllStrFromC(name.data(), item);
     DllStrFromC(text.data(), value);
-    DebugPrint(INI, 3, "ini_NextEntry: item = \"%s\", value = \"%s\"", name.data(), text.data());
+    DebugPrint(TRACE_INI, 3, "ini_NextEntry: item = \"%s\", value = \"%s\"", name.data(), text.data());
   }
-  DebugPrint(INI, 3, "ini_NextEntry: eof = %d", state);
+  DebugPrint(TRACE_INI, 3, "ini_NextEntry: eof = %d", state);
   return RESULT_OK;
 }
 

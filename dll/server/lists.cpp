@@ -37,9 +37,6 @@ List* FindList(int32_t handle) {
   return slots[static_cast<size_t>(handle - 1)].get();
 }
 
-// A name ends at its first NUL byte, as every text does.
-std::string_view NameOf(const DllString& s) { return s.View().substr(0, s.View().find('\0')); }
-
 int32_t MoveCursor(List& list, int32_t move) {
   const bool needs_current = move == MOVE_NEXT || move == MOVE_PREV;
   if (needs_current && !list.HasCurrent()) return LIST_NO_CURRENT;
@@ -89,7 +86,7 @@ int32_t l_CreateList(Out<IntByReference> hdl, In<String> name) {
   if (slot == slots.end()) return LIST_FULL;
   try {
     auto list = std::make_unique<List>();
-    list->name = NameOf(name);
+    list->name = BeforeNul(name.View());
     *slot = std::move(list);
   } catch (const std::bad_alloc&) {
     return LIST_NO_MEMORY;

@@ -8,9 +8,7 @@
 #include <array>
 #include <bitset>
 #include <cerrno>
-#include <cstdarg>
 #include <cstddef>
-#include <cstdio>
 #include <iterator>
 #include <new>
 #include <optional>
@@ -20,6 +18,7 @@
 
 #include "dll/server/functions.h"
 #include "dll/shared/ini.h"
+#include "dll/shared/syscall.h"
 #include "dll/shared/text.h"
 #include "dll/shared/xpack.h"
 #include "hostif/dllif.h"
@@ -66,16 +65,6 @@ struct Module {
 };
 Module module_read;
 
-[[gnu::format(printf, 1, 2)]] void Report(const char* format, ...) {
-  if (CallTraceLevel() == 0) return;
-  std::va_list args;
-  va_start(args, format);
-  std::vfprintf(stderr, format, args);
-  va_end(args);
-}
-
-int32_t MinusErrno() { return errno != 0 ? -errno : -1; }
-
 // ---- The filter -----------------------------------------------------------------------------------------------------
 
 Selection RowsNamed(std::string_view name) {
@@ -97,7 +86,7 @@ Selection SelectRows(std::string_view filter) {
       if (name.empty()) break;
     }
     const Selection rows = RowsNamed(name);
-    if (rows.none()) Report("mdf_Get: do_filter: ignored: %.*s\n", static_cast<int>(name.size()), name.data());
+    if (rows.none()) CallTrace(1, "mdf_Get: do_filter: ignored: %.*s\n", static_cast<int>(name.size()), name.data());
     selected |= rows;
   }
   return selected;
@@ -118,7 +107,7 @@ int32_t Collect(std::optional<std::string>& collected, std::string_view value) {
     return 0;
   } catch (const std::bad_alloc&) {
     const int32_t rc = MinusErrno();
-    Report("mdf_Get: do_read: errno = %d, sz = %zu\n", errno, size + 1);
+    CallTrace(1, "mdf_Get: do_read: errno = %d, sz = %zu\n", errno, size + 1);
     return rc;
   }
 }
@@ -127,7 +116,7 @@ int32_t Collect(std::optional<std::string>& collected, std::string_view value) {
 bool TakeLine(Module& module, const char* item, const char* value, int32_t& rc) {
   const auto* const row = std::ranges::find(ITEMS, std::string_view(item), &MdfItem::item);
   if (row == std::end(ITEMS)) {
-    Report("mdf_Get: do_read: ignored: %s (%s)\n", item, value);
+    CallTrace(1, "mdf_Get: do_read: ignored: %s (%s)\n", item, value);
     return true;
   }
   if (row->type == NOT_COLLECTED) return true;
@@ -137,7 +126,7 @@ bool TakeLine(Module& module, const char* item, const char* value, int32_t& rc) 
     return false;
   }
   if (collected->size() > row->limit) {
-    Report("mdf_Get: %s exceeds limit of %zu (len = %zu)\n", item, row->limit, collected->size());
+    CallTrace(1, "mdf_Get: %s exceeds limit of %zu (len = %zu)\n", item, row->limit, collected->size());
     rc = -1;
   }
   return true;
@@ -188,7 +177,7 @@ bool WasReadLast(const char* section) {
 
 int32_t mdf_Get(zString fname, zString section, zString filter, Out<String> xbuf, Out<IntByReference> rc_p) {
   rc_p = 0;
-  Report("mdf_Get: section = %s\n", section);
+  CallTrace(1, "mdf_Get: section = %s\n", section);
   const Selection selected = SelectRows(filter);
   if (!WasReadLast(section)) {
     const int32_t rc = ReadSection(fname, section);

@@ -1,7 +1,6 @@
 // Object paths, whose components are separated by ".", and field descriptions of the "feld:" notation.
 #include <algorithm>
 #include <cstdlib>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,9 @@
 
 namespace vorlix {
 namespace {
+
+// First letters of the field types that have a length alone; numbers have more.
+constexpr std::string_view TYPES_WITH_LENGTH = "AJUDKM";
 
 void LowerInPlace(DllString& s) { std::transform(s.buf, s.buf + s.len, s.buf, LowerCase); }
 
@@ -28,7 +30,7 @@ class UdataParts {
 
   Outcome Split(std::string text) {
     constexpr std::string_view MARKER = "feld:";
-    text.resize(std::min(text.find('\0'), text.size()));
+    text.resize(BeforeNul(text).size());
     const size_t marker = text.find(MARKER);
     if (marker == std::string::npos) return Outcome::NoField;
     const size_t start = marker + MARKER.size();
@@ -47,11 +49,7 @@ class UdataParts {
     static const std::string MISSING;
     return index < parts_.size() ? parts_[index] : MISSING;
   }
-  int32_t IntAt(size_t index) const {
-    const long number = std::strtol(At(index).c_str(), nullptr, 10);
-    return static_cast<int32_t>(
-        std::clamp<long>(number, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
-  }
+  int32_t IntAt(size_t index) const { return ReadNumber(At(index).c_str()); }
   double RealAt(size_t index, size_t from) const {
     const std::string& part = At(index);
     return part.size() > from ? std::strtod(part.c_str() + from, nullptr) : 0.0;
@@ -99,27 +97,19 @@ int32_t u_udata(InOut<String> Udata, Out<String> Feldtyp, Out<IntByReference> Fl
   std::string type = parts.At(0);
   std::transform(type.begin(), type.end(), type.begin(), UpperCase);
   DllStrFromC(type, Feldtyp);  // a type that does not fit stays empty
-  switch (type.empty() ? '\0' : type.front()) {
-    case 'A':
-    case 'J':
-    case 'U':
-    case 'D':
-    case 'K':
-    case 'M':
-      Fld_length = parts.IntAt(1);
-      Mussfeld = parts.IsMandatory(2);
-      if (type.front() == 'D') Numtyp = 4;
-      if (type.front() == 'K' || type.front() == 'M') Numtyp = 7;
-      break;
-    case 'N':
-      Fld_length = parts.IntAt(1);
-      Fld_nk = parts.IntAt(2);
-      Numtyp = parts.IntAt(3);
-      Numvon = parts.RealAt(4, 1);  // its first character is a relation sign
-      Numbis = parts.RealAt(5, 0);
-      Mussfeld = parts.IsMandatory(6);
-      break;
-    default: break;
+  const char kind = type.empty() ? '\0' : type.front();
+  if (kind == 'N') {
+    Fld_length = parts.IntAt(1);
+    Fld_nk = parts.IntAt(2);
+    Numtyp = parts.IntAt(3);
+    Numvon = parts.RealAt(4, 1);  // its first character is a relation sign
+    Numbis = parts.RealAt(5, 0);
+    Mussfeld = parts.IsMandatory(6);
+  } else if (TYPES_WITH_LENGTH.find(kind) != std::string_view::npos) {
+    Fld_length = parts.IntAt(1);
+    Mussfeld = parts.IsMandatory(2);
+    if (kind == 'D') Numtyp = 4;
+    if (kind == 'K' || kind == 'M') Numtyp = 7;
   }
   rc = 1;
   return RESULT_OK;

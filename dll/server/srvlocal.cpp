@@ -43,19 +43,7 @@ constexpr std::array<ClassRow, 11> CLASS_ROWS = {{
     {CLASS_XDIGIT, [](int c) { return std::isxdigit(c); }},
 }};
 
-// A default format of a field type with the numbers that go with it: its length, and for times the precision.
-struct FormatRow {
-  const char* format;
-  int32_t length;
-  int32_t precision;  // 0: not written
-};
-constexpr std::array<FormatRow, 5> FORMAT_ROWS = {{
-    {"%d.%m.%y", 8, 0},   // short date
-    {"%d.%m.%y", 10, 0},  // long date
-    {"%H:%M", 5, 2},      // time
-    {"%m/%y", 5, 0},      // month
-    {"%W/%y", 5, 0},      // week
-}};
+constexpr int32_t TIME_PRECISION = 2;
 
 void PutHex(unsigned value, size_t digits) {
   std::array<char, 4> text;
@@ -82,6 +70,11 @@ void PutGrouping(const char* grouping) {
   for (size_t i = 0; i < size; ++i) PutHex(static_cast<unsigned char>(grouping[i]), 2);
 }
 
+void PutFormat(const FieldFormat& field) {
+  CSDX_PutField(field.format);
+  CSDX_PutNumber(field.length);
+}
+
 const char* FirstOf(const char* text, const char* when_empty) { return *text != '\0' ? text : when_empty; }
 
 void PutLangInfo() {
@@ -92,23 +85,23 @@ void PutLangInfo() {
   PutGrouping(FirstOf(numbers.grouping, numbers.mon_grouping));
   CSDX_PutField("?");
   CSDX_PutField("-");
-  for (const FormatRow& row : FORMAT_ROWS) {
-    CSDX_PutField(row.format);
-    CSDX_PutNumber(row.length);
-    if (row.precision != 0) CSDX_PutNumber(row.precision);
-  }
+  PutFormat(SHORT_DATE_FORMAT);
+  PutFormat(LONG_DATE_FORMAT);
+  PutFormat(TIME_FORMAT);
+  CSDX_PutNumber(TIME_PRECISION);
+  PutFormat(MONTH_FORMAT);
+  PutFormat(WEEK_FORMAT);
 }
 
 }  // namespace
 
 int32_t BuildLocale() {
-  DebugEntry(TRACE_DICT, "BuildLocale");
-  constexpr size_t TERMINATOR = 1;
+  DebugEntry(TRACE_DICT);
   const auto put_description = [] {
     PutTables();
     PutLangInfo();
   };
-  if (!CSDX_Build(put_description, TERMINATOR)) {
+  if (!CSDX_Build(put_description)) {
     DebugPrint(TRACE_DICT, 1, "BuildLocale() failed: heap overflow");
     return RESULT_NO_MEMORY;
   }

@@ -42,7 +42,7 @@ class VariableTable {
     if (free_.empty()) Grow();
     const uint32_t position = free_.front();
     names_.Reserve(entries_.size());
-    OwnedText copy = CopyText(name.substr(0, name.find('\0')));
+    OwnedText copy = CopyText(BeforeNul(name));
     if (copy == nullptr) throw std::bad_alloc();
     names_.Insert(position, copy.get());
     entries_[position].name = std::move(copy);

@@ -6,7 +6,6 @@
 #include <cfloat>
 #include <cstdlib>
 #include <iterator>
-#include <limits>
 #include <span>
 
 namespace vorlix {
@@ -67,18 +66,13 @@ uint32_t NextNotifyFlag(char*& text) {
 
 }  // namespace
 
-int32_t ReadNumber(const char* text) {
-  using Range = std::numeric_limits<int32_t>;
-  return static_cast<int32_t>(std::clamp<long>(std::strtol(text, nullptr, 10), Range::min(), Range::max()));
-}
-
 // strtod would also read hexadecimal numbers and words such as "nan".
 double ReadReal(const char* text) {
   const char* digits = text;
   while (std::isspace(static_cast<unsigned char>(*digits))) ++digits;
   if (*digits == '+' || *digits == '-') ++digits;
   const bool is_hexadecimal = digits[0] == '0' && LowerCase(digits[1]) == 'x';
-  const bool is_decimal = std::isdigit(static_cast<unsigned char>(*digits)) || *digits == '.';
+  const bool is_decimal = IsDigit(*digits) || *digits == '.';
   return is_decimal && !is_hexadecimal ? std::clamp(std::strtod(text, nullptr), -DBL_MAX, DBL_MAX) : 0;
 }
 

@@ -40,9 +40,6 @@ std::string_view GetText(const Object& object, ComputedText&) {
 
 // ---- Numbers: what the text begins with, 0 when that is none --------------------------------------------------------
 
-/// A number beyond 32 bits gives the nearest end of the range.
-int32_t ReadNumber(const char* text);
-
 /// Decimal notation with an optional exponent; a number that is too large gives the largest one.
 double ReadReal(const char* text);
 

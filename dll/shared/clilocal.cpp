@@ -3,7 +3,6 @@
 #include "dll/shared/clilocal.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -11,6 +10,7 @@
 
 #include "dll/shared/csdx.h"
 #include "dll/shared/debug.h"
+#include "dll/shared/text.h"
 #include "hostif/layout.h"
 
 namespace vorlix {
@@ -22,7 +22,7 @@ constexpr int32_t INFO_NO_MEMORY = 2;
 Locale locale_in_force;
 
 int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
+  if (IsDigit(c)) return c - '0';
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   return -1;
@@ -40,7 +40,7 @@ class DescriptionReader {
 
   bool ReadNumber(int32_t& number) {
     int64_t value = 0;
-    for (; !text_.empty() && text_.front() >= '0' && text_.front() <= '9'; text_.remove_prefix(1))
+    for (; !text_.empty() && IsDigit(text_.front()); text_.remove_prefix(1))
       value = std::min<int64_t>(value * 10 + (text_.front() - '0'), std::numeric_limits<int32_t>::max());
     if (text_.empty() || text_.front() != CSDX_SEPARATOR) return false;
     text_.remove_prefix(1);
@@ -146,7 +146,7 @@ int32_t FailInfo(int32_t code, const char* section) {
 const Locale& LocaleInForce() { return locale_in_force; }
 
 int32_t GetLocaleInfo(const char* text, size_t length) {
-  DebugEntry(TRACE_DICT, "GetLocaleInfo");
+  DebugEntry(TRACE_DICT);
   DescriptionReader reader({text, length});
   Locale locale;
   if (!reader.ReadTable(locale.classes)) return FailInfo(INFO_CORRUPT, "IS");
@@ -159,19 +159,9 @@ int32_t GetLocaleInfo(const char* text, size_t length) {
 }
 
 int32_t SetClientLocale() {
-  DebugEntry(TRACE_DICT, "SetClientLocale");
+  DebugEntry(TRACE_DICT);
   CsdxReader reader{{}, CSDX_Contents(), 0};
-  if (CSDX_ReadToSep(reader) == 0) return RESULT_CORRUPT;
-  if (!reader.field.starts_with('R')) {
-    DebugPrint(TRACE_DICT, 1, "SetClientLocale(): missing revision number");
-    return RESULT_CORRUPT;
-  }
-  const long revision = std::strtol(reader.field.data() + 1, nullptr, 10);
-  if (revision != CSDX_REVISION) {
-    DebugPrint(TRACE_DICT, 1, "SetClientLocale(): revision conflict (current=%d, received=%ld)", CSDX_REVISION,
-               revision);
-    return RESULT_CORRUPT;
-  }
+  if (CSDX_ReadRevision(reader, "SetClientLocale") == 0) return RESULT_CORRUPT;
   if (CSDX_ReadToSep(reader) == 0) {
     DebugPrint(TRACE_DICT, 1, "SetClientLocale(): cannot read total size");
     return RESULT_CORRUPT;

@@ -34,6 +34,13 @@ struct FieldFormat {
   int32_t length = 0;
 };
 
+/// The formats of a language that brings none of its own, which is all of them so far.
+inline constexpr FieldFormat SHORT_DATE_FORMAT = {"%d.%m.%y", 8};
+inline constexpr FieldFormat LONG_DATE_FORMAT = {"%d.%m.%y", 10};
+inline constexpr FieldFormat TIME_FORMAT = {"%H:%M", 5};
+inline constexpr FieldFormat MONTH_FORMAT = {"%m/%y", 5};
+inline constexpr FieldFormat WEEK_FORMAT = {"%W/%y", 5};
+
 /// The strings borrow from `storage`, where each ends in NUL.
 struct LocaleStrings {
   std::array<std::string_view, 7> short_weekdays;  // Sunday first

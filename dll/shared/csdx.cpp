@@ -76,8 +76,8 @@ void CSDX_PutField(std::string_view text) {
   CSDX_PutBytes(text);
 }
 
-bool CSDX_Allocate(size_t spare) {
-  if (remaining < CSDX_SIZE_LIMIT) csdx_buf.reset(new (std::nothrow) char[remaining + spare]());
+bool CSDX_Allocate() {
+  if (remaining < CSDX_SIZE_LIMIT) csdx_buf.reset(new (std::nothrow) char[remaining]);
   if (csdx_buf == nullptr) {
     CSDX_Reset();
     return false;

@@ -37,19 +37,19 @@ void CSDX_PutText(const char* text);
 void CSDX_PutNumber(int32_t number);
 void CSDX_PutField(std::string_view text);
 
-/// Ends the sizing pass: takes memory for the counted size and `spare` bytes more, all zero. False when the size
-/// reaches the limit or there is no memory; no buffer is left then.
-bool CSDX_Allocate(size_t spare);
+/// Ends the sizing pass: takes memory for the counted size. False when the size reaches the limit or there is no
+/// memory; no buffer is left then.
+bool CSDX_Allocate();
 /// Ends the writing pass: the buffer is ready for sending and reading from its start.
 void CSDX_Rewind();
 
 /// Runs both passes. `put_payload()` makes the same Put calls each time. False as CSDX_Allocate.
 template <class PutPayload>
-bool CSDX_Build(PutPayload put_payload, size_t spare = 0) {
+bool CSDX_Build(PutPayload put_payload) {
   CSDX_Reset();
   CSDX_PutHeader();
   put_payload();
-  if (!CSDX_Allocate(spare)) return false;
+  if (!CSDX_Allocate()) return false;
   CSDX_PutHeader();
   put_payload();
   CSDX_Rewind();
@@ -78,6 +78,10 @@ struct CsdxReader {
 
 /// Reads up to the next "~". Returns the field's length with the separator, or 0 for an empty or unfinished field.
 int64_t CSDX_ReadToSep(CsdxReader& reader);
+
+/// Reads the revision that a buffer starts with. Returns as CSDX_ReadToSep; 0 also when it is not CSDX_REVISION, which
+/// is traced in the name of `operation`.
+int64_t CSDX_ReadRevision(CsdxReader& reader, const char* operation);
 
 /// Reads one counted field into a copy of its own. Returns the bytes consumed, 0 for a malformed or unfinished field,
 /// -1 for no memory.

@@ -33,18 +33,8 @@ int Fail(CsdxPayload& payload, int code) {
 // Reads revision and total size of a first block and makes room for the payload. Returns 0 or a failure code.
 int StartPayload(CsdxPayload& payload, CsdxReader& reader) {
   payload = CsdxPayload();
-  const int64_t revision_length = CSDX_ReadToSep(reader);
+  const int64_t revision_length = CSDX_ReadRevision(reader, "CSDX_ReceiveNext");
   if (revision_length == 0) return PROTOCOL_ERROR;
-  if (!reader.field.starts_with('R')) {
-    DebugPrint(TRACE_DICT, 1, "CSDX_ReceiveNext(): missing revision number");
-    return PROTOCOL_ERROR;
-  }
-  const int64_t revision = LeadingNumber(reader.field.substr(1));
-  if (revision != CSDX_REVISION) {
-    DebugPrint(TRACE_DICT, 1, "CSDX_ReceiveNext(): revision conflict (current=%d, received=%ld)", CSDX_REVISION,
-               revision);
-    return PROTOCOL_ERROR;
-  }
   const int64_t total_length = CSDX_ReadToSep(reader);
   if (total_length == 0) return PROTOCOL_ERROR;
   const int64_t header_length = revision_length + total_length;
@@ -98,11 +88,24 @@ int64_t CSDX_ReadToSep(CsdxReader& reader) {
   return 0;
 }
 
+int64_t CSDX_ReadRevision(CsdxReader& reader, const char* operation) {
+  const int64_t length = CSDX_ReadToSep(reader);
+  if (length == 0) return 0;
+  if (!reader.field.starts_with('R')) {
+    DebugPrint(TRACE_DICT, 1, "%s(): missing revision number", operation);
+    return 0;
+  }
+  const int64_t revision = LeadingNumber(reader.field.substr(1));
+  if (revision == CSDX_REVISION) return length;
+  DebugPrint(TRACE_DICT, 1, "%s(): revision conflict (current=%d, received=%ld)", operation, CSDX_REVISION, revision);
+  return 0;
+}
+
 int64_t CSDX_ReadField(CsdxReader& reader, OwnedText& text) {
   const int64_t head = CSDX_ReadToSep(reader);
   if (head == 0) return 0;
   std::string_view digits = reader.field;
-  reader.type_mark = digits.front() >= '0' && digits.front() <= '9' ? '\0' : digits.front();
+  reader.type_mark = IsDigit(digits.front()) ? '\0' : digits.front();
   if (reader.type_mark != '\0') digits.remove_prefix(1);
   const int64_t length = std::max<int64_t>(LeadingNumber(digits), 0);
   const std::string_view source = *reader.next_entry;
@@ -115,8 +118,7 @@ int64_t CSDX_ReadField(CsdxReader& reader, OwnedText& text) {
     DebugPrint(TRACE_DICT, 1, "CSDX_ReadField(): heap overflow (%ld)", length + 1);
     return -1;
   }
-  const std::string_view copied =
-      source.substr(0, std::min(source.substr(0, static_cast<size_t>(length)).find('\0'), static_cast<size_t>(length)));
+  const std::string_view copied = BeforeNul(source.substr(0, static_cast<size_t>(length)));
   if (!copied.empty()) std::memcpy(text.get(), copied.data(), copied.size());
   if (static_cast<int64_t>(copied.size()) == length) {
     reader.next_entry = source.substr(copied.size());
@@ -129,7 +131,7 @@ int64_t CSDX_ReadField(CsdxReader& reader, OwnedText& text) {
 }
 
 int CSDX_ReceiveNext(CsdxPayload& payload, std::string_view block) {
-  DebugEntry(TRACE_DICT, "CSDX_ReceiveNext");
+  DebugEntry(TRACE_DICT);
   CsdxReader reader{{}, block, 0};
   if (CSDX_ReadToSep(reader) == 0) return Fail(payload, PROTOCOL_ERROR);
   const int64_t block_offset = LeadingNumber(reader.field);

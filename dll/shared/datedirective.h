@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "dll/shared/text.h"
+
 namespace vorlix {
 
 /// The letters that stand for something.
@@ -75,8 +77,6 @@ class DateFormatReader {
   }
 
  private:
-  static bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-
   // Letters of either case, and a few characters between and behind them.
   bool AtLetter() const { return !AtEnd() && *at_ >= 'A'; }
 

@@ -10,6 +10,7 @@
 #include "dll/shared/calendar.h"
 #include "dll/shared/datedirective.h"
 #include "dll/shared/debug.h"
+#include "dll/shared/fmtflags.h"
 
 namespace vorlix {
 namespace {
@@ -249,14 +250,14 @@ void SetDate(std::tm& tm, int64_t day_number) {
 }
 
 bool FromValue(std::tm& tm, int32_t value, bool is_day_number) {
-  DebugEntry(TRACE_FORMAT, "FromValue");
+  DebugEntry(TRACE_FORMAT);
   if (value == 0) return false;
   SetDate(tm, is_day_number ? GREG_ZERO + value : DayNumber(FullYear(value / 10000), value / 100 % 100, value % 100));
   return true;
 }
 
 int IsoWeek(const std::tm& tm, int& week_year) {
-  DebugEntry(TRACE_FORMAT, "IsoWeek");
+  DebugEntry(TRACE_FORMAT);
   if (tm.tm_mon < 0 || tm.tm_mon > 11 || tm.tm_mday < 1 || tm.tm_mday > 31) return 0;
   const CalendarWeek week = WeekOfDay(DayNumber(FullYear(tm.tm_year), tm.tm_mon + 1, tm.tm_mday));
   week_year = static_cast<int>(YearField(week.year));
@@ -266,7 +267,7 @@ int IsoWeek(const std::tm& tm, int& week_year) {
 bool FmtDate(FieldBuffer& out, const std::tm& tm, int32_t len, std::string_view fmt) {
   const bool traced = DebugCheck(TRACE_FORMAT, 2);
   if (traced) {
-    DebugEntry(TRACE_FORMAT, "FmtDate");
+    DebugEntry(TRACE_FORMAT);
     DebugPrint(TRACE_FORMAT, 2, "FmtDate(len=%d, fmt=%.*s)", len, static_cast<int>(fmt.size()), fmt.data());
   }
   char* const start = out.Start();
@@ -275,8 +276,7 @@ bool FmtDate(FieldBuffer& out, const std::tm& tm, int32_t len, std::string_view 
     out.Finish(end);
     if (traced) DebugPrint(TRACE_FORMAT, 2, "  output=[%s]", out.CStr());
   } else {
-    out.Fill(LocaleChar(LocaleInForce().strings.overflow, '?'), len);
-    if (traced) DebugPrint(TRACE_FORMAT, 2, "  OVERFLOW");
+    ShowOverflow(out, len);
   }
   return end != nullptr;
 }

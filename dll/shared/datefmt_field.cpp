@@ -1,6 +1,4 @@
 // The values of date, time, week and month fields, shown and scanned.
-#include <array>
-#include <charconv>
 #include <initializer_list>
 
 #include "dll/shared/calendar.h"
@@ -11,13 +9,6 @@
 
 namespace vorlix {
 namespace {
-
-// What stands in for a format that the locale in force does not have.
-constexpr FieldFormat SHORT_DATE_FORMAT = {"%d.%m.%y", 8};
-constexpr FieldFormat LONG_DATE_FORMAT = {"%d.%m.%y", 10};
-constexpr FieldFormat TIME_FORMAT = {"%H:%M", 5};
-constexpr FieldFormat MONTH_FORMAT = {"%m/%y", 5};
-constexpr FieldFormat WEEK_FORMAT = {"%W/%y", 5};
 
 constexpr int TIME_DECIMALS = 2;
 constexpr double HUNDREDTHS_LIMIT = 2147483648.0;
@@ -59,9 +50,7 @@ ScanCode ScanByFormats(std::tm& tm, FieldBuffer& out, std::string_view in, std::
 
 ScanCode Accept(int32_t& result, FieldBuffer& out, int64_t value) {
   result = static_cast<int32_t>(value);
-  std::array<char, 16> digits;
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), result).ptr;
-  out.Assign({digits.data(), static_cast<size_t>(end - digits.data())});
+  out.AssignNumber(result);
   return SCAN_OK;
 }
 
@@ -104,7 +93,7 @@ FieldFormat WeekFieldFormat(std::string_view vtyp) {
 }
 
 bool FldFmtDate(FieldBuffer& out, int32_t value, bool is_greg, int32_t len, std::string_view fmt) {
-  DebugEntry(TRACE_FORMAT, "FldFmtDate");
+  DebugEntry(TRACE_FORMAT);
   std::tm tm{};
   if (!FromValue(tm, value, is_greg)) return ShowNothing(out);
   return FmtDate(out, tm, len, fmt);
@@ -113,7 +102,7 @@ bool FldFmtDate(FieldBuffer& out, int32_t value, bool is_greg, int32_t len, std:
 // Minutes are rounded, and the hour goes with them: 59 and a half minutes show as 01:00. The seconds are those of the
 // time as given. Times before midnight are outside the range of every directive.
 bool FldFmtTime(FieldBuffer& out, int32_t seconds, int32_t len, std::string_view fmt) {
-  DebugEntry(TRACE_FORMAT, "FldFmtTime");
+  DebugEntry(TRACE_FORMAT);
   if (seconds == 0) return ShowNothing(out);
   const int64_t minutes = (int64_t{seconds} + 30) / 60;
   std::tm tm{};
@@ -125,7 +114,7 @@ bool FldFmtTime(FieldBuffer& out, int32_t seconds, int32_t len, std::string_view
 }
 
 bool FldFmtWeek(FieldBuffer& out, int32_t value, int32_t len, std::string_view vtyp, std::string_view fmt) {
-  DebugEntry(TRACE_FORMAT, "FldFmtWeek");
+  DebugEntry(TRACE_FORMAT);
   if (value == 0) return ShowNothing(out);
   const bool is_date = value > (year_mode == YEARS_SHORT ? LAST_SHORT_WEEK_VALUE : LAST_WEEK_VALUE);
   std::tm tm{};
@@ -140,7 +129,7 @@ bool FldFmtWeek(FieldBuffer& out, int32_t value, int32_t len, std::string_view v
 }
 
 bool FldFmtMonth(FieldBuffer& out, int32_t value, int32_t len, std::string_view fmt) {
-  DebugEntry(TRACE_FORMAT, "FldFmtMonth");
+  DebugEntry(TRACE_FORMAT);
   if (value == 0) return ShowNothing(out);
   std::tm tm{};
   SetDate(tm, DayNumber(FullYear(value / 100), value % 100, 1));
@@ -149,7 +138,7 @@ bool FldFmtMonth(FieldBuffer& out, int32_t value, int32_t len, std::string_view 
 
 ScanCode FldScanDate(int32_t& result, FieldBuffer& out, std::string_view in, std::string_view fvt, std::string_view fmt,
                      std::string_view valid) {
-  DebugEntry(TRACE_FORMAT, "FldScanDate");
+  DebugEntry(TRACE_FORMAT);
   result = 0;
   out.Clear();
   std::tm tm;
@@ -163,7 +152,7 @@ ScanCode FldScanDate(int32_t& result, FieldBuffer& out, std::string_view in, std
 
 ScanCode FldScanTime(int32_t& result, FieldBuffer& out, std::string_view in, std::string_view fvt, std::string_view fmt,
                      std::string_view valid) {
-  DebugEntry(TRACE_FORMAT, "FldScanTime");
+  DebugEntry(TRACE_FORMAT);
   result = 0;
   out.Clear();
   if (!EqualNoCase(fvt, "HM60")) {
@@ -178,7 +167,7 @@ ScanCode FldScanTime(int32_t& result, FieldBuffer& out, std::string_view in, std
 
 ScanCode FldScanWeek(int32_t& result, FieldBuffer& out, std::string_view in, std::string_view fvt, std::string_view fmt,
                      std::string_view valid) {
-  DebugEntry(TRACE_FORMAT, "FldScanWeek");
+  DebugEntry(TRACE_FORMAT);
   result = 0;
   out.Clear();
   std::tm tm;
@@ -197,7 +186,7 @@ ScanCode FldScanWeek(int32_t& result, FieldBuffer& out, std::string_view in, std
 
 ScanCode FldScanMonth(int32_t& result, FieldBuffer& out, std::string_view in, std::string_view, std::string_view fmt,
                       std::string_view valid) {
-  DebugEntry(TRACE_FORMAT, "FldScanMonth");
+  DebugEntry(TRACE_FORMAT);
   result = 0;
   out.Clear();
   std::tm tm;

@@ -10,6 +10,7 @@
 #include "dll/shared/datedirective.h"
 #include "dll/shared/datefmt.h"
 #include "dll/shared/debug.h"
+#include "dll/shared/text.h"
 
 namespace vorlix {
 namespace {
@@ -46,8 +47,6 @@ constexpr int SHORTEST_MONTH = 28;
 
 // Years of two digits from here on are of the 20th century, those below of the 21st.
 constexpr int PIVOT_YEAR = 60;
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 bool IsSkipped(char c) {
   const auto byte = static_cast<unsigned char>(c);
@@ -142,7 +141,7 @@ ScanCode DateScanner::Complete() {
 
 ScanCode ScanDate(std::tm& tm, std::string_view in, std::string_view fmt) {
   if (DebugCheck(TRACE_FORMAT, 2)) {
-    DebugEntry(TRACE_FORMAT, "ScanDate");
+    DebugEntry(TRACE_FORMAT);
     DebugPrint(TRACE_FORMAT, 2, "ScanDate(fld=%.*s, fmt=%.*s)", static_cast<int>(in.size()), in.data(),
                static_cast<int>(fmt.size()), fmt.data());
   }

@@ -14,7 +14,8 @@
 #include <string>
 #include <string_view>
 
-#include "dll/shared/retry.h"
+#include "dll/shared/syscall.h"
+#include "dll/shared/text.h"
 
 namespace vorlix {
 
@@ -35,8 +36,6 @@ void WriteAll(int fd, std::string_view text) {
     text.remove_prefix(static_cast<size_t>(written));
   }
 }
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 // The level behind a flag character: a run of digits, or 1 when there is none. Moves `flags` behind it.
 int8_t ReadLevel(const char*& flags) {

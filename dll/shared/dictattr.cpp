@@ -81,8 +81,8 @@ int32_t SetRow(Object& object, const Attribute& row, OwnedText& value, const cha
   }
   const int32_t result = row.set(object, value);
   if (result == ATTR_FAILED) {
-    DebugPrint(TRACE_DICT, 1, "ObSetIdx(%s=%s) failed: invalid value, section '%s'", row.item.data(),
-               value != nullptr ? value.get() : "", section);
+    DebugPrint(TRACE_DICT, 1, "ObSetIdx(%s=%s) failed: invalid value, section '%s'", row.item.data(), text.data(),
+               section);
     return ATTR_FAILED;
   }
   object.mask |= row.bit;
@@ -153,13 +153,15 @@ const char* ObGetAlias(int32_t n) {
 
 int32_t ObFindAlias(std::string_view alias) { return RowOf(READABLE, &Attribute::alias, alias); }
 
+int32_t ObFindItem(std::string_view item) { return RowOf(READABLE, &Attribute::item, item); }
+
 const char* ObGetItem(int32_t row) {
   const Attribute* const attribute = RowAt(ALL, row);
   return attribute != nullptr ? attribute->item.data() : "";
 }
 
 int32_t ObCopy(Object& dst, const Object& src, CopyMode mode, const char* section) {
-  DebugEntry(TRACE_DICT, "ObCopy");
+  DebugEntry(TRACE_DICT);
   for (const Attribute& row : READABLE)
     if (IsCopied(mode, row.bit, src.mask, dst.mask) && CopyRow(dst, src, row, section) == ATTR_FAILED)
       return ATTR_FAILED;

@@ -104,14 +104,15 @@ struct AttrText {
 
 /// Reads the attribute of row `n`; its index is the result, or -1 when no row of this number can be read. All of them:
 ///
-///   for (int32_t row = ObGetIdx(object, 0, attr); row >= 0; row = ObGetIdx(object, row + 1, attr))
+///   for (int32_t row = 0; ObGetIdx(object, row, attr) == row; ++row)
 int32_t ObGetIdx(const Object& object, int32_t n, AttrText& attr);
 
 /// The exchange name of row `n`; null, which is traced, when no row of this number can be read.
 const char* ObGetAlias(int32_t n);
 
-/// The row that has this exchange name and can be read, or -1.
+/// The row that has this exchange name, or this item name, and can be read; or -1.
 int32_t ObFindAlias(std::string_view alias);
+int32_t ObFindItem(std::string_view item);
 
 /// The item name of a row, "" for a number that has none.
 const char* ObGetItem(int32_t row);

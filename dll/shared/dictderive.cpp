@@ -12,8 +12,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char DICT = TRACE_DICT;
-
 /// Runs a step that allocates for a piece of a dictionary.
 template <class Step>
 auto MakePiece(const char* piece, Step step) {
@@ -70,10 +68,10 @@ std::list<DictPtr> CopyDict(const Dict& dict) {
 }  // namespace
 
 DictPtr DeriveDict(const DictPtr& dict) {
-  DebugEntry(DICT, "DeriveDict");
-  DebugPrint(DICT, 3, "DeriveDict(id='%s')", dict->id.c_str());
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 3, "DeriveDict(id='%s')", dict->id.c_str());
   if (dict->instance_cnt == 1) {
-    DebugPrint(DICT, 3, "DeriveDict(): original dict derived (instance_cnt=1)");
+    DebugPrint(TRACE_DICT, 3, "DeriveDict(): original dict derived (instance_cnt=1)");
     dict->kind = DICT_DERIVED;
     return dict;
   }
@@ -82,10 +80,10 @@ DictPtr DeriveDict(const DictPtr& dict) {
     if (fresh.empty()) return nullptr;
     LinkDict(fresh);
   } catch (const HeapOverflow& overflow) {
-    DebugPrint(DICT, 1, "DeriveDict() failed: heap overflow (%s)", overflow.piece);
+    DebugPrint(TRACE_DICT, 1, "DeriveDict() failed: heap overflow (%s)", overflow.piece);
     return nullptr;
   }
-  DebugPrint(DICT, 3, "DeriveDict(): original dict copied (instance_cnt=%d)", dict->instance_cnt);
+  DebugPrint(TRACE_DICT, 3, "DeriveDict(): original dict copied (instance_cnt=%d)", dict->instance_cnt);
   --dict->instance_cnt;
   return DictList().front();
 }
@@ -104,7 +102,7 @@ struct FieldUpdate {
 bool ReadUpdate(FieldUpdate& update, const char* hdl, std::string_view xbuf) {
   const size_t length = std::strlen(hdl);
   if (length + 2 > update.name.size()) {
-    DebugPrint(DICT, 1, "UpdateDict() failed: handle too long '%s'", hdl);
+    DebugPrint(TRACE_DICT, 1, "UpdateDict() failed: handle too long '%s'", hdl);
     return false;
   }
   std::memcpy(update.name.data(), hdl, length);
@@ -115,19 +113,19 @@ bool ReadUpdate(FieldUpdate& update, const char* hdl, std::string_view xbuf) {
 /// The section that is to be updated; null when there is none and none may be added, which has been traced.
 SectionPtr GetSection(Dict& dict, const char* name, bool strict) {
   if (SectionPtr section = FindSection(dict, name)) {
-    DebugPrint(DICT, 3, "UpdateDict(): updating section '%s'", name);
+    DebugPrint(TRACE_DICT, 3, "UpdateDict(): updating section '%s'", name);
     return section;
   }
   if (strict) {
-    DebugPrint(DICT, 1, "UpdateDict() failed: unknown section '%s'", name);
+    DebugPrint(TRACE_DICT, 1, "UpdateDict() failed: unknown section '%s'", name);
     return nullptr;
   }
   try {
     SectionPtr section = AddSection(dict, name);
-    DebugPrint(DICT, 3, "UpdateDict(): new section '%s' added", name);
+    DebugPrint(TRACE_DICT, 3, "UpdateDict(): new section '%s' added", name);
     return section;
   } catch (const HeapOverflow& overflow) {
-    DebugPrint(DICT, 1, "UpdateDict() failed: heap overflow (%s)", overflow.piece);
+    DebugPrint(TRACE_DICT, 1, "UpdateDict() failed: heap overflow (%s)", overflow.piece);
     return nullptr;
   }
 }
@@ -147,11 +145,11 @@ bool ApplyUpdate(Dict& dict, const FieldUpdate& update, bool strict) {
 }  // namespace
 
 int32_t UpdateDict(const char* dlgID, std::string_view xbuf, bool strict) {
-  DebugEntry(DICT, "UpdateDict");
-  DebugPrint(DICT, 3, "UpdateDict(dlgID='%s')", dlgID);
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 3, "UpdateDict(dlgID='%s')", dlgID);
   const FoundDlg dlg = FindDlg(dlgID);
   if (dlg.level == nullptr) {
-    DebugPrint(DICT, 1, "UpdateDict() failed: dialog ID '%s' not found", dlgID);
+    DebugPrint(TRACE_DICT, 1, "UpdateDict() failed: dialog ID '%s' not found", dlgID);
     return -2;
   }
   FieldUpdate update;

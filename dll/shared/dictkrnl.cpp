@@ -10,8 +10,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char DICT = TRACE_DICT;
-
 std::list<DictPtr> dicts;
 
 /// Whether a search with this `len` is for a whole name.
@@ -73,36 +71,36 @@ SectionPtr AddSection(Dict& dict, std::string_view name) {
 }
 
 int32_t FreeDict(Dict& dict) {
-  DebugEntry(DICT, "FreeDict");
-  DebugPrint(DICT, 3, "FreeDict(id='%s') instance=%d", dict.id.c_str(), dict.instance_cnt);
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 3, "FreeDict(id='%s') instance=%d", dict.id.c_str(), dict.instance_cnt);
   if (--dict.instance_cnt > 0) {
-    DebugPrint(DICT, 3, "FreeDict(): instance_cnt decremented (%d)", dict.instance_cnt);
+    DebugPrint(TRACE_DICT, 3, "FreeDict(): instance_cnt decremented (%d)", dict.instance_cnt);
     return 0;
   }
   Dict empty;
   empty.instance_cnt = dict.instance_cnt;
   empty.kind = dict.kind;
   dict = std::move(empty);
-  DebugPrint(DICT, 3, "FreeDict(): dictionary freed");
+  DebugPrint(TRACE_DICT, 3, "FreeDict(): dictionary freed");
   return 1;
 }
 
 void RemoveDict(const DictPtr& dict) {
-  DebugEntry(DICT, "RemoveDict");
-  DebugPrint(DICT, 3, "RemoveDict(id='%s')", dict->id.c_str());
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 3, "RemoveDict(id='%s')", dict->id.c_str());
   if (FreeDict(*dict) == 1) dicts.erase(std::find(dicts.begin(), dicts.end(), dict));
 }
 
 void CloseDict(int32_t level) {
-  DebugEntry(DICT, "CloseDict");
-  DebugPrint(DICT, 3, "CloseDict(level=%d)", level);
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 3, "CloseDict(level=%d)", level);
   // A level keeps its record, even an empty one, until it goes itself: the walk may pass a dictionary twice.
   for (int32_t idx = 0; const DictPtr dict = GetDlgDict(std::max(level, 0), idx); ++idx) RemoveDict(dict);
   FreeDlgLevel(level);
 }
 
 void CloseAllDicts() {
-  DebugEntry(DICT, "CloseAllDicts");
+  DebugEntry(TRACE_DICT);
   while (!dicts.empty()) {
     dicts.front()->instance_cnt = 1;
     RemoveDict(dicts.front());

@@ -15,8 +15,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char DICT = TRACE_DICT;
-
 /// What parts the name of an array from the index of the element.
 constexpr std::string_view ELEMENT_MARK = "__";
 
@@ -47,7 +45,7 @@ void VarList::Clear() noexcept {
 
 bool SetVarValue(Variable& variable, std::string_view value) noexcept {
   variable.value.reset();
-  value = value.substr(0, value.find('\0'));
+  value = BeforeNul(value);
   if (value.empty()) return true;
   variable.value = CopyText(value);
   return variable.value != nullptr;
@@ -78,7 +76,7 @@ Variable* AppendVar(const SectionPtr& section) {
 }
 
 int32_t NoMemory(const char* name, int step) {
-  DebugPrint(DICT, 1, "AddVar(%s) failed: heap overflow (%d)", name, step);
+  DebugPrint(TRACE_DICT, 1, "AddVar(%s) failed: heap overflow (%d)", name, step);
   return VAR_NO_MEMORY;
 }
 
@@ -88,7 +86,7 @@ int32_t AddVar(const Dict& dict, const XbufItem& item, const SectionPtr& section
   const char* const name = item.name.data();
   const SectionPtr field = section != nullptr ? section : FindItem(dict, item, hdl);
   if (field == nullptr) {
-    DebugPrint(DICT, 3, "AddVar(%s): not found in dict", name);
+    DebugPrint(TRACE_DICT, 3, "AddVar(%s): not found in dict", name);
     return VAR_OK;
   }
   VarList& list = CurrVarContext().list;
@@ -96,7 +94,7 @@ int32_t AddVar(const Dict& dict, const XbufItem& item, const SectionPtr& section
   Variable* const variable = known != VarList::NONE ? &list[known] : AppendVar(field);
   if (variable == nullptr) return NoMemory(name, 1);
   if (!SetVarValue(*variable, item.value)) return NoMemory(name, 2);
-  DebugPrint(DICT, 3, "AddVar(%s): %s", name, known != VarList::NONE ? "value replaced" : "added to list");
+  DebugPrint(TRACE_DICT, 3, "AddVar(%s): %s", name, known != VarList::NONE ? "value replaced" : "added to list");
   return VAR_OK;
 }
 
@@ -104,7 +102,7 @@ int32_t VarXBUF(const char* dlgID, std::string_view xbuf, VarMode mode) {
   std::string_view hdl;
   const DictPtr dict = ResolveDlgID(dlgID, hdl);
   if (dict == nullptr) {
-    DebugPrint(DICT, 1, "VarXBUF(): unknown dlgID [%s]", dlgID);
+    DebugPrint(TRACE_DICT, 1, "VarXBUF(): unknown dlgID [%s]", dlgID);
     return VAR_REFUSED;
   }
   XbufReader reader(xbuf);
@@ -113,12 +111,12 @@ int32_t VarXBUF(const char* dlgID, std::string_view xbuf, VarMode mode) {
   while ((step = reader.Next(item)) == XbufReader::Step::Item)
     if (const int32_t result = AddVar(*dict, item, nullptr, hdl, mode); result != VAR_OK) return result;
   if (step == XbufReader::Step::Corrupt) {
-    DebugPrint(DICT, 1, "VarXBUF(): buffer corrupt (%d), offset=%lld", int{reader.Fault()},
+    DebugPrint(TRACE_DICT, 1, "VarXBUF(): buffer corrupt (%d), offset=%lld", int{reader.Fault()},
                static_cast<long long>(reader.Offset()));
     return VAR_CORRUPT;
   }
   if (!CurrVarContext().list.empty()) return VAR_OK;
-  DebugPrint(DICT, 2, "VarXBUF() warning: no variable added");
+  DebugPrint(TRACE_DICT, 2, "VarXBUF() warning: no variable added");
   return VAR_NONE;
 }
 
@@ -150,8 +148,8 @@ int32_t VarRealName(const Section& section, VarName& real) {
   const std::string_view name = section.section.get();
   const size_t dot = name.find('.');
   if (dot == std::string_view::npos) {
-    DebugEntry(DICT, "VarRealName");
-    DebugPrint(DICT, 1, "VarRealName(): invalid section name [%s]", name.data());
+    DebugEntry(TRACE_DICT);
+    DebugPrint(TRACE_DICT, 1, "VarRealName(): invalid section name [%s]", name.data());
     return VAR_REFUSED;
   }
   real = {name.substr(dot + 1), TypeOf(section.object), 0};

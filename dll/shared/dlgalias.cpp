@@ -11,8 +11,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char DICT = TRACE_DICT;
-
 /// Gives the dialog an alias with this name; false when there is no memory for it.
 bool StoreAlias(size_t handle, const char* id, const char* suffix) {
   OwnedText alias = JoinTexts(id, suffix);
@@ -28,25 +26,25 @@ bool StoreAlias(size_t handle, const char* id, const char* suffix) {
 }  // namespace
 
 int32_t NewDlgAlias(const char* id, std::string_view& alias) {
-  DebugEntry(DICT, "NewDlgAlias");
-  DebugPrint(DICT, 2, "NewDlgAlias(id = %s)", id);
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 2, "NewDlgAlias(id = %s)", id);
   alias = {};
   const size_t found = DlgLevels().FindPrimary(id);
   if (found == DlgTable::NONE) {
-    DebugPrint(DICT, 1, "NewDlgAlias(): DlgID %s not found", id);
+    DebugPrint(TRACE_DICT, 1, "NewDlgAlias(): DlgID %s not found", id);
     return DLG_REFUSED;
   }
   const DlgHandle& dialog = DlgLevels().Handles()[found];
   if (dialog.id_cnt == MAX_ID_CNT) {
-    DebugPrint(DICT, 1, "NewDlgAlias(): MAX_ID_CNT = %d", MAX_ID_CNT);
+    DebugPrint(TRACE_DICT, 1, "NewDlgAlias(): MAX_ID_CNT = %d", MAX_ID_CNT);
     return DLG_NONE;
   }
   const int32_t slot = dialog.id_cnt;
   std::array<char, 16> suffix;
   std::snprintf(suffix.data(), suffix.size(), "_%d", slot);
-  DebugPrint(DICT, 2, "NewDlgAlias(): alias = %s%s", id, suffix.data());
+  DebugPrint(TRACE_DICT, 2, "NewDlgAlias(): alias = %s%s", id, suffix.data());
   if (!StoreAlias(found, id, suffix.data())) {
-    DebugPrint(DICT, 1, "NewDlgAlias(): Memory allocation failed");
+    DebugPrint(TRACE_DICT, 1, "NewDlgAlias(): Memory allocation failed");
     return DLG_NO_MEMORY;
   }
   alias = dialog.ids[static_cast<size_t>(slot)].get();
@@ -54,29 +52,29 @@ int32_t NewDlgAlias(const char* id, std::string_view& alias) {
 }
 
 int32_t GetDlgAlias(const char* id, int32_t alias_idx, std::string_view& alias) {
-  DebugEntry(DICT, "GetDlgAlias");
+  DebugEntry(TRACE_DICT);
   alias = {};
   const size_t found = DlgLevels().FindPrimary(id);
   if (found == DlgTable::NONE) {
-    DebugPrint(DICT, 1, "GetDlgAlias(): DlgID %s does not exist", id);
+    DebugPrint(TRACE_DICT, 1, "GetDlgAlias(): DlgID %s does not exist", id);
     return DLG_REFUSED;
   }
   const DlgHandle& dialog = DlgLevels().Handles()[found];
   if (alias_idx < 1 || alias_idx >= dialog.id_cnt) {
-    DebugPrint(DICT, 2, "GetDlgAlias(): id_cnt = %d", dialog.id_cnt);
+    DebugPrint(TRACE_DICT, 2, "GetDlgAlias(): id_cnt = %d", dialog.id_cnt);
     return DLG_NONE;
   }
   alias = dialog.ids[static_cast<size_t>(alias_idx)].get();
-  DebugPrint(DICT, 2, "GetDlgAlias(): alias = %s", alias.data());
+  DebugPrint(TRACE_DICT, 2, "GetDlgAlias(): alias = %s", alias.data());
   return DLG_OK;
 }
 
 int32_t DelDlgAlias(const char* aliasID) {
-  DebugEntry(DICT, "DelDlgAlias");
-  DebugPrint(DICT, 2, "DelDlgAlias(aliasID = %s)", aliasID);
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 2, "DelDlgAlias(aliasID = %s)", aliasID);
   const DlgTable::Alias found = DlgLevels().FindAlias(aliasID);
   if (found.handle == DlgTable::NONE) {
-    DebugPrint(DICT, 1, "DelDlgAlias(): aliasID %s not found", aliasID);
+    DebugPrint(TRACE_DICT, 1, "DelDlgAlias(): aliasID %s not found", aliasID);
     return DLG_REFUSED;
   }
   DlgLevels().RemoveAlias(found.handle, found.slot);

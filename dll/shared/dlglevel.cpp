@@ -14,8 +14,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char DICT = TRACE_DICT;
-
 /// What stands before the prefix in a dialog ID, and before the dialog's name as far as levels have two digits.
 constexpr size_t NAME_START = 3;
 
@@ -32,7 +30,7 @@ bool ReserveDlgHandle() {
 
 int32_t AddDlgHandle(std::string_view hdl, std::string_view pfx, int32_t level) {
   if (!ReserveDlgHandle()) {
-    DebugPrint(DICT, 1, "AddDlgHandle() failed: heap overflow (1)");
+    DebugPrint(TRACE_DICT, 1, "AddDlgHandle() failed: heap overflow (1)");
     return DLG_NO_MEMORY;
   }
   std::array<char, 16> head;
@@ -40,7 +38,7 @@ int32_t AddDlgHandle(std::string_view hdl, std::string_view pfx, int32_t level) 
   OwnedText own_hdl = CopyText(hdl);
   OwnedText id = JoinTexts(head.data(), pfx);
   if (own_hdl == nullptr || id == nullptr) {
-    DebugPrint(DICT, 1, "AddDlgHandle() failed: heap overflow (2)");
+    DebugPrint(TRACE_DICT, 1, "AddDlgHandle() failed: heap overflow (2)");
     return DLG_NO_MEMORY;
   }
   DlgLevels().PushHandle(std::move(own_hdl), std::move(id));
@@ -49,9 +47,9 @@ int32_t AddDlgHandle(std::string_view hdl, std::string_view pfx, int32_t level) 
 
 bool IsComplete(const CatalogEntry& entry) {
   if (entry.hdl == nullptr)
-    DebugPrint(DICT, 1, "AddDlgLevel() failed: missing catalog handle");
+    DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: missing catalog handle");
   else if (entry.pfx == nullptr)
-    DebugPrint(DICT, 1, "AddDlgLevel() failed: missing catalog prefix [%s=]", entry.hdl.get());
+    DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: missing catalog prefix [%s=]", entry.hdl.get());
   return entry.hdl != nullptr && entry.pfx != nullptr;
 }
 
@@ -78,9 +76,9 @@ void ReportSections(const Dict& dict) {
     const std::string_view name = section->section.get();
     const size_t dot = name.find('.');
     if (dot == std::string_view::npos)
-      DebugPrint(DICT, 1, "AddDlgLevel() failed: missing prefix in section '%s'", name.data());
+      DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: missing prefix in section '%s'", name.data());
     else if (!IsOnTopLevel(name.substr(0, dot)))
-      DebugPrint(DICT, 1, "AddDlgLevel() failed: prefix '%.*s' not found in catalog, section '%s'",
+      DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: prefix '%.*s' not found in catalog, section '%s'",
                  static_cast<int>(dot), name.data(), name.data());
   }
 }
@@ -100,23 +98,23 @@ int32_t FillLevel(const Dict& dict, int32_t level) {
   return catalog != DLG_OK ? catalog : sections;
 }
 
-/// Where the levels from `level` up begin in the table; a negative one stands for the top.
+/// The number of the lowest level from `level` up, when there are levels: a negative one stands for the top.
 int32_t LowestLevel(int32_t level) { return level < 0 ? DlgLevels().Levels().back().level : level; }
 
 }  // namespace
 
 int32_t AddDlgLevel(const DictPtr& dict, int32_t level) {
-  DebugEntry(DICT, "AddDlgLevel");
-  DebugPrint(DICT, 3, "AddDlgLevel(level=%d)", level);
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 3, "AddDlgLevel(level=%d)", level);
   DlgTable& table = DlgLevels();
   if (!table.Levels().empty() && level < table.Levels().back().level) {
-    DebugPrint(DICT, 1, "AddDlgLevel() failed: level is out of phase");
+    DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: level is out of phase");
     return DLG_REFUSED;
   }
   try {
     table.PushLevel(dict, level);
   } catch (const std::bad_alloc&) {
-    DebugPrint(DICT, 1, "AddDlgLevel() failed: heap overflow");
+    DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: heap overflow");
     return DLG_NO_MEMORY;
   }
   const int32_t result = FillLevel(*dict, level);
@@ -129,7 +127,7 @@ int32_t AddDlgLevel(const DictPtr& dict, int32_t level) {
 }
 
 void FreeDlgLevel(int32_t level) {
-  DebugEntry(DICT, "FreeDlgLevel");
+  DebugEntry(TRACE_DICT);
   DlgTable& table = DlgLevels();
   while (!table.Levels().empty() && table.Levels().back().level >= level) table.PopLevel();
 }
@@ -139,10 +137,10 @@ void FreeDlgLevel(int32_t level) {
 DictPtr GetDlgDict(int32_t level, int32_t idx) {
   const std::vector<DlgLevel>& levels = DlgLevels().Levels();
   if (levels.empty()) {
-    DebugPrint(DICT, 2, "GetDlgDict() note: list is empty");
+    DebugPrint(TRACE_DICT, 2, "GetDlgDict() note: list is empty");
     return nullptr;
   }
-  if (levels.back().level < level) DebugPrint(DICT, 1, "GetDlgDict() failed: level %d does not exist", level);
+  if (levels.back().level < level) DebugPrint(TRACE_DICT, 1, "GetDlgDict() failed: level %d does not exist", level);
   if (idx < 0 || static_cast<size_t>(idx) >= levels.size()) return nullptr;
   const DlgLevel& found = levels[levels.size() - 1 - static_cast<size_t>(idx)];
   return found.level >= LowestLevel(level) ? found.dict : nullptr;
@@ -153,15 +151,15 @@ int32_t GetDlgID(const char* dict_id, int32_t level, int32_t idx, std::string_vi
   const DlgTable& table = DlgLevels();
   const std::vector<DlgLevel>& levels = table.Levels();
   if (levels.empty()) {
-    DebugPrint(DICT, 2, "GetDlgID() note: list is empty");
+    DebugPrint(TRACE_DICT, 2, "GetDlgID() note: list is empty");
     return DLG_NONE;
   }
-  if (levels.back().level < level) DebugPrint(DICT, 1, "GetDlgID() failed: level %d does not exist", level);
+  if (levels.back().level < level) DebugPrint(TRACE_DICT, 1, "GetDlgID() failed: level %d does not exist", level);
   const int32_t lowest = LowestLevel(level);
   int64_t left = idx;
   for (size_t at = levels.size(); left >= 0 && at-- > 0 && levels[at].level >= lowest;) {
     const std::string& own_id = levels[at].dict->id;
-    DebugPrint(DICT, 3, "GetDlgID(): level = %d, dict_id = \"%s\", id = \"%s\"", level, dict_id, own_id.c_str());
+    DebugPrint(TRACE_DICT, 3, "GetDlgID(): level = %d, dict_id = \"%s\", id = \"%s\"", level, dict_id, own_id.c_str());
     if (*dict_id != '\0' && !EqualNoCase(dict_id, own_id)) continue;
     const auto count = static_cast<int64_t>(table.HandleCount(at));
     if (left < count) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -48,6 +49,9 @@ class FieldBuffer {
     Clear();
     return Append(text);
   }
+
+  /// Replaces the contents by a number in decimal.
+  void AssignNumber(int64_t number) { Finish(std::to_chars(Start(), Start() + FIELD_MAX, number).ptr); }
 
   /// Room for FIELD_MAX characters, for those who write in place; Finish makes what stands before `end` the contents.
   char* Start() { return text_.data(); }

@@ -2,15 +2,12 @@
 #include "dll/shared/fielddisplay.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <iterator>
 #include <limits>
 #include <string_view>
 
-#include "dll/shared/attrvalue.h"
 #include "dll/shared/clilocal.h"
 #include "dll/shared/datefmt.h"
 #include "dll/shared/fmtflags.h"
@@ -85,12 +82,6 @@ void ShowText(FieldBuffer& out, const Object& field, const char* value, Clock) {
 
 // ---- Buttons and boxes ----------------------------------------------------------------------------------------------
 
-void ShowInteger(FieldBuffer& out, int64_t number) {
-  std::array<char, 24> digits;
-  const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-  out.Assign({digits.data(), static_cast<size_t>(end - digits.data())});
-}
-
 /// A bound as a whole number, without its decimals.
 int64_t WholeBound(double bound) { return static_cast<int64_t>(std::clamp<double>(bound, Int32::min(), Int32::max())); }
 
@@ -99,17 +90,17 @@ int64_t AtMostFmax(int64_t number, const Object& field) {
   return field.fmax != 0 ? std::min(number, WholeBound(field.fmax)) : number;
 }
 
-void ShowCheckBox(FieldBuffer& out, const Object&, const char* value, Clock) { ShowInteger(out, ReadNumber(value)); }
+void ShowCheckBox(FieldBuffer& out, const Object&, const char* value, Clock) { out.AssignNumber(ReadNumber(value)); }
 
 void ShowRadioButton(FieldBuffer& out, const Object& field, const char* value, Clock) {
-  ShowInteger(out, AtMostFmax(std::max<int64_t>(ReadNumber(value), WholeBound(field.fmin)), field));
+  out.AssignNumber(AtMostFmax(std::max<int64_t>(ReadNumber(value), WholeBound(field.fmin)), field));
 }
 
 /// Entries count from 1, the one of the value FMIN; FMAX bounds that count.
 void ShowListBox(FieldBuffer& out, const Object& field, const char* value, Clock) {
   const int64_t first = WholeBound(field.fmin);
   const int64_t number = std::max<int64_t>(ReadNumber(value), first);
-  ShowInteger(out, AtMostFmax(number - first + 1, field));
+  out.AssignNumber(AtMostFmax(number - first + 1, field));
 }
 
 void ShowAsIs(FieldBuffer& out, const Object&, const char* value, Clock) {

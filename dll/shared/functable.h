@@ -1,6 +1,7 @@
 // The rows of functions.def as data: what a program needs to know of a function that it calls by name.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -30,38 +31,30 @@ struct FunctionInfo {
   constexpr std::span<const ArgInfo> Args() const { return {args.data(), arg_count}; }
 };
 
-/// Reads the parameters of a row, such as `IntByValue hdl, Out<String> data`. A parameter that names no declared type
-/// does not compile.
-consteval FunctionInfo ParseFunction(std::string_view name, std::string_view sentence, std::string_view parameters) {
-  struct TypeName {
-    std::string_view name;
-    DeclaredType type;
-  };
-  constexpr std::array TYPES = {
-      TypeName{"IntByValue", DeclaredType::IntByValue},   TypeName{"IntByReference", DeclaredType::IntByReference},
-      TypeName{"RealByValue", DeclaredType::RealByValue}, TypeName{"RealByReference", DeclaredType::RealByReference},
-      TypeName{"zString", DeclaredType::zString},         TypeName{"String", DeclaredType::String}};
+/// Reads one parameter of a row, such as `Out<String> data`. One that names no declared type does not compile.
+consteval ArgInfo ParseParameter(std::string_view parameter) {
+  parameter.remove_prefix(parameter.find_first_not_of(' '));
+  const size_t blank = parameter.rfind(' ');
+  std::string_view type = parameter.substr(0, blank);
+  ArgInfo arg{.name = parameter.substr(blank + 1)};
+  if (type.starts_with("Out<")) arg.direction = Direction::Out;
+  if (type.starts_with("InOut<")) arg.direction = Direction::InOut;
+  if (type.ends_with('>')) {
+    type.remove_suffix(1);
+    type.remove_prefix(type.find('<') + 1);
+  }
+  size_t code = 0;
+  while (DECLARED_TYPE_NAMES.at(code) != type) ++code;
+  arg.type = static_cast<DeclaredType>(code);
+  return arg;
+}
 
+consteval FunctionInfo ParseFunction(std::string_view name, std::string_view sentence, std::string_view parameters) {
   FunctionInfo info{name, sentence, {}, 0};
   while (!parameters.empty()) {
-    const size_t comma = parameters.find(',');
-    std::string_view one = parameters.substr(0, comma);
-    parameters = comma == std::string_view::npos ? std::string_view() : parameters.substr(comma + 1);
-    one.remove_prefix(one.find_first_not_of(' '));
-    ArgInfo& arg = info.args.at(info.arg_count++);
-    const size_t blank = one.rfind(' ');
-    arg.name = one.substr(blank + 1);
-    std::string_view type = one.substr(0, blank);
-    if (type.ends_with('>')) {
-      arg.direction = type.starts_with("InOut<") ? Direction::InOut
-                      : type.starts_with("Out<") ? Direction::Out
-                                                 : Direction::In;
-      type = type.substr(type.find('<') + 1);
-      type.remove_suffix(1);
-    }
-    size_t row = 0;
-    while (TYPES.at(row).name != type) ++row;
-    arg.type = TYPES.at(row).type;
+    const std::string_view one = parameters.substr(0, parameters.find(','));
+    info.args.at(info.arg_count++) = ParseParameter(one);
+    parameters.remove_prefix(std::min(one.size() + 1, parameters.size()));
   }
   return info;
 }

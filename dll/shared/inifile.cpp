@@ -11,7 +11,7 @@
 #include <cstring>
 
 #include "dll/shared/inisyntax.h"
-#include "dll/shared/retry.h"
+#include "dll/shared/syscall.h"
 #include "dll/shared/text.h"
 
 namespace vorlix {

@@ -2,9 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <limits>
 
 #include "dll/shared/ini.h"
 #include "dll/shared/inifile.h"
@@ -174,8 +172,7 @@ int IniGetString(std::string_view section, std::string_view entry, std::string_v
 int32_t IniGetInt(std::string_view section, std::string_view entry, int32_t fallback, const char* path) {
   char text[INI_TEXT_SIZE];
   if (IniGetString(section, entry, "", text, INI_TEXT_SIZE, path) == 0) return fallback;
-  using Range = std::numeric_limits<int32_t>;
-  return static_cast<int32_t>(std::clamp<long>(std::strtol(text, nullptr, 10), Range::min(), Range::max()));
+  return ReadNumber(text);
 }
 
 }  // namespace vorlix

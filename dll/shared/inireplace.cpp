@@ -16,7 +16,7 @@
 #include <cstring>
 #include <utility>
 
-#include "dll/shared/retry.h"
+#include "dll/shared/syscall.h"
 
 namespace vorlix {
 namespace {

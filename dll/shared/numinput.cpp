@@ -8,14 +8,13 @@
 #include <system_error>
 
 #include "dll/shared/debug.h"
+#include "dll/shared/text.h"
 
 namespace vorlix {
 namespace {
 
 // The decimal expansion of a double, or of the middle between two, has at most 768 significant digits.
 constexpr size_t DECIDING_DIGITS = 768;
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 ScanCode Refuse(ScanCode code, size_t at, const char* reason) {
   DebugPrint(TRACE_FORMAT, 2, "  fld[%d]: %s", static_cast<int>(at), reason);

@@ -1,8 +1,11 @@
 #include "dll/shared/text.h"
 
+#include <algorithm>
 #include <array>
 #include <cctype>
+#include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <new>
 
 namespace vorlix {
@@ -29,6 +32,11 @@ OwnedText JoinTexts(std::string_view a, std::string_view b) noexcept {
   OwnedText joined(new (std::nothrow) char[a.size() + b.size() + 1]);
   if (joined != nullptr) *std::copy(b.begin(), b.end(), std::copy(a.begin(), a.end(), joined.get())) = '\0';
   return joined;
+}
+
+int32_t ReadNumber(const char* text) noexcept {
+  using Range = std::numeric_limits<int32_t>;
+  return static_cast<int32_t>(std::clamp<long>(std::strtol(text, nullptr, 10), Range::min(), Range::max()));
 }
 
 char LowerCase(char c) noexcept {

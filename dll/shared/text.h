@@ -1,6 +1,7 @@
-// Owned texts: the private copies that records hold.
+// Texts: the private copies that records hold, the case of bytes, and what a text says as a number.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string_view>
 
@@ -14,6 +15,15 @@ OwnedText CopyText(std::string_view text) noexcept;
 
 /// Two texts as one; null when there is no memory for it.
 OwnedText JoinTexts(std::string_view a, std::string_view b) noexcept;
+
+/// What stands before the first NUL byte, where every text ends.
+inline std::string_view BeforeNul(std::string_view bytes) noexcept { return bytes.substr(0, bytes.find('\0')); }
+
+inline bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
+
+/// The whole number that the text begins with, 0 when that is none. One beyond 32 bits gives the nearest end of the
+/// range.
+int32_t ReadNumber(const char* text) noexcept;
 
 /// The case of one byte. ASCII letters keep to ASCII in every language (a Turkish "i" is an I, so that names stay what
 /// they are); other bytes go by the process's character-type locale.

@@ -6,7 +6,6 @@
 
 #include "dll/shared/clilocal.h"
 #include "dll/shared/debug.h"
-#include "dll/shared/numfmt.h"
 
 namespace vorlix {
 namespace {
@@ -53,7 +52,7 @@ bool Layout(FieldBuffer& out, std::string_view text, int32_t len, uint32_t flags
 }  // namespace
 
 bool FmtText(FieldBuffer& out, std::string_view text, int32_t len, uint32_t flags) {
-  DebugEntry(TRACE_FORMAT, "FmtText");
+  DebugEntry(TRACE_FORMAT);
   DebugPrint(TRACE_FORMAT, 2, "FmtText(txt='%.*s', len=%d)", static_cast<int>(text.size()), text.data(), len);
   TraceFormat(LETTERS, flags);
   if (!Layout(out, text, len, flags)) {
@@ -65,12 +64,12 @@ bool FmtText(FieldBuffer& out, std::string_view text, int32_t len, uint32_t flag
 }
 
 bool FldFmtText(FieldBuffer& out, std::string_view text, int32_t len, std::string_view fmt) {
-  DebugEntry(TRACE_FORMAT, "FldFmtText");
+  DebugEntry(TRACE_FORMAT);
   return FmtText(out, text, len, ReadFormat(LETTERS, fmt));
 }
 
 ScanCode FldScanText(FieldBuffer& out, std::string_view in, int32_t len, std::string_view fmt, std::string_view valid) {
-  DebugEntry(TRACE_FORMAT, "FldScanText");
+  DebugEntry(TRACE_FORMAT);
   out.Clear();
   if (in.empty()) {
     DebugPrint(TRACE_FORMAT, 2, "  fld is empty");

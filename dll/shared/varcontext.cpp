@@ -14,8 +14,6 @@
 namespace vorlix {
 namespace {
 
-constexpr char DICT = TRACE_DICT;
-
 std::array<VarContext, VAR_STACK_SIZE> saved_contexts;
 size_t stack_level = 0;
 
@@ -24,29 +22,29 @@ size_t stack_level = 0;
 // ---- The stack ------------------------------------------------------------------------------------------------------
 
 int32_t VarPush() {
-  DebugEntry(DICT, "VarPush");
+  DebugEntry(TRACE_DICT);
   if (stack_level == VAR_STACK_SIZE) {
-    DebugPrint(DICT, 1, "VarPush() failed: stack overflow, level=%zu", stack_level);
+    DebugPrint(TRACE_DICT, 1, "VarPush() failed: stack overflow, level=%zu", stack_level);
     return VAR_NO_MEMORY;
   }
   saved_contexts[stack_level++] = std::exchange(CurrVarContext(), {});
-  DebugPrint(DICT, 3, "VarPush(): stack level = %zu", stack_level);
+  DebugPrint(TRACE_DICT, 3, "VarPush(): stack level = %zu", stack_level);
   return VAR_OK;
 }
 
 int32_t VarPop() {
-  DebugEntry(DICT, "VarPop");
+  DebugEntry(TRACE_DICT);
   if (stack_level == 0) {
-    DebugPrint(DICT, 1, "VarPop() failed: stack underflow, level=%zu", stack_level);
+    DebugPrint(TRACE_DICT, 1, "VarPop() failed: stack underflow, level=%zu", stack_level);
     return VAR_REFUSED;
   }
   CurrVarContext() = std::exchange(saved_contexts[--stack_level], {});
-  DebugPrint(DICT, 3, "VarPop(): stack level = %zu", stack_level);
+  DebugPrint(TRACE_DICT, 3, "VarPop(): stack level = %zu", stack_level);
   return VAR_OK;
 }
 
 int32_t VarFree() {
-  DebugEntry(DICT, "VarFree");
+  DebugEntry(TRACE_DICT);
   CurrVarContext() = {};
   return VarPop();
 }
@@ -65,7 +63,7 @@ struct Source {
 /// False when the dialog is unknown, which has been traced.
 bool FindSource(const char* dlgID, Source& source) {
   source.dict = ResolveDlgID(dlgID, source.hdl);
-  if (source.dict == nullptr) DebugPrint(DICT, 1, "%s(): unknown dlgID [%s]", source.operation, dlgID);
+  if (source.dict == nullptr) DebugPrint(TRACE_DICT, 1, "%s(): unknown dlgID [%s]", source.operation, dlgID);
   return source.dict != nullptr;
 }
 
@@ -77,7 +75,7 @@ int32_t Finish(const Source& source, int32_t result) {
   }
   if (!CurrVarContext().list.empty()) return VAR_OK;
   VarPop();
-  DebugPrint(DICT, 2, "%s() warning: no variable added", source.operation);
+  DebugPrint(TRACE_DICT, 2, "%s() warning: no variable added", source.operation);
   return VAR_NONE;
 }
 
@@ -98,7 +96,7 @@ int32_t AddAllFields(const Source& source) {
        section = FindNextSection(*source.dict, *section, prefix, prefix.size())) {
     const std::string_view name = std::string_view(section->section.get()).substr(prefix.size());
     if (!FitsItem(name)) {
-      DebugPrint(DICT, 1, "%s(): field name too long, section [%s]", source.operation, section->section.get());
+      DebugPrint(TRACE_DICT, 1, "%s(): field name too long, section [%s]", source.operation, section->section.get());
       return VAR_REFUSED;
     }
     if (const int32_t result = AddField(source, name, "", section); result != VAR_OK) return result;
@@ -107,7 +105,7 @@ int32_t AddAllFields(const Source& source) {
 }
 
 int32_t RefuseList(const Source& source, const char* reason, size_t offset) {
-  DebugPrint(DICT, 1, "%s(): %s, offset=%zu", source.operation, reason, offset);
+  DebugPrint(TRACE_DICT, 1, "%s(): %s, offset=%zu", source.operation, reason, offset);
   return VAR_REFUSED;
 }
 
@@ -127,7 +125,7 @@ int32_t AddListedFields(const Source& source, std::string_view list) {
 }  // namespace
 
 int32_t VarInitXBUF(const char* dlgID, std::string_view xbuf) {
-  DebugEntry(DICT, "VarInitXBUF");
+  DebugEntry(TRACE_DICT);
   if (const int32_t pushed = VarPush(); pushed != VAR_OK) return pushed;
   const int32_t result = VarXBUF(dlgID, xbuf, VarMode::Append);
   if (result == VAR_NONE)
@@ -138,7 +136,7 @@ int32_t VarInitXBUF(const char* dlgID, std::string_view xbuf) {
 }
 
 int32_t VarInitLIST(const char* dlgID, const char* list) {
-  DebugEntry(DICT, "VarInitLIST");
+  DebugEntry(TRACE_DICT);
   Source source{"VarInitLIST", nullptr, {}};
   if (!FindSource(dlgID, source)) return VAR_REFUSED;
   if (const int32_t pushed = VarPush(); pushed != VAR_OK) return pushed;
@@ -146,11 +144,11 @@ int32_t VarInitLIST(const char* dlgID, const char* list) {
 }
 
 int32_t VarInitONE(const char* dlgID, const char* name, const char* val) {
-  DebugEntry(DICT, "VarInitONE");
+  DebugEntry(TRACE_DICT);
   Source source{"VarInitONE", nullptr, {}};
   if (!FindSource(dlgID, source)) return VAR_REFUSED;
   if (!FitsItem(name)) {
-    DebugPrint(DICT, 1, "VarInitONE(): field name too long [%s]", name);
+    DebugPrint(TRACE_DICT, 1, "VarInitONE(): field name too long [%s]", name);
     return VAR_REFUSED;
   }
   if (const int32_t pushed = VarPush(); pushed != VAR_OK) return pushed;
@@ -158,7 +156,7 @@ int32_t VarInitONE(const char* dlgID, const char* name, const char* val) {
 }
 
 int32_t VarUpdateXBUF(const char* dlgID, std::string_view xbuf) {
-  DebugEntry(DICT, "VarUpdateXBUF");
+  DebugEntry(TRACE_DICT);
   return VarXBUF(dlgID, xbuf, VarMode::Replace);
 }
 
@@ -180,17 +178,17 @@ size_t PositionOrNone(const VarList& list, size_t position) {
 }  // namespace
 
 int32_t VarInitAccess(const char* filterName) {
-  DebugEntry(DICT, "VarInitAccess");
-  DebugPrint(DICT, 3, "VarInitAccess(filterName='%s')", filterName);
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 3, "VarInitAccess(filterName='%s')", filterName);
   VarContext& context = CurrVarContext();
   context.curr_var = context.next = VarList::NONE;
   context.filter = FindVarFilter(filterName);
   if (*filterName == '\0') {
-    DebugPrint(DICT, 3, "VarInitAccess(): filter disabled");
+    DebugPrint(TRACE_DICT, 3, "VarInitAccess(): filter disabled");
   } else if (context.filter != nullptr) {
-    DebugPrint(DICT, 3, "VarInitAccess(): filter '%s' enabled", filterName);
+    DebugPrint(TRACE_DICT, 3, "VarInitAccess(): filter '%s' enabled", filterName);
   } else {
-    DebugPrint(DICT, 1, "VarInitAccess(): filter '%s' not found", filterName);
+    DebugPrint(TRACE_DICT, 1, "VarInitAccess(): filter '%s' not found", filterName);
     return VAR_REFUSED;
   }
   context.curr_var = context.next = PositionOrNone(context.list, 0);
@@ -198,10 +196,10 @@ int32_t VarInitAccess(const char* filterName) {
 }
 
 int32_t VarGetNext() {
-  DebugEntry(DICT, "VarGetNext");
+  DebugEntry(TRACE_DICT);
   VarContext& context = CurrVarContext();
   if (context.curr_var == VarList::NONE) {
-    DebugPrint(DICT, 1, "VarGetNext(): currVar not set");
+    DebugPrint(TRACE_DICT, 1, "VarGetNext(): currVar not set");
     return VAR_REFUSED;
   }
   int32_t result = FILTER_SKIP;
@@ -217,28 +215,28 @@ int32_t VarGetNext() {
 
 SectionPtr VarCurrSection() {
   if (const Variable* variable = CurrVar(); variable != nullptr) return variable->section;
-  DebugEntry(DICT, "VarCurrSection");
-  DebugPrint(DICT, 1, "VarCurrSection(): currVar not set");
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 1, "VarCurrSection(): currVar not set");
   return nullptr;
 }
 
 std::optional<std::string_view> VarCurrValue() {
   if (const Variable* variable = CurrVar(); variable != nullptr) return TextOf(variable->value);
-  DebugEntry(DICT, "VarCurrValue");
-  DebugPrint(DICT, 1, "VarCurrValue(): currVar not set");
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 1, "VarCurrValue(): currVar not set");
   return std::nullopt;
 }
 
 int32_t VarSetCurrValue(const char* text) {
-  DebugEntry(DICT, "VarSetCurrValue");
-  DebugPrint(DICT, 3, "VarSetCurrValue(%s)", text);
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 3, "VarSetCurrValue(%s)", text);
   Variable* const variable = CurrVar();
   if (variable == nullptr) {
-    DebugPrint(DICT, 1, "VarSetCurrValue(): currVar not set");
+    DebugPrint(TRACE_DICT, 1, "VarSetCurrValue(): currVar not set");
     return VAR_REFUSED;
   }
   if (SetVarValue(*variable, text)) return VAR_OK;
-  DebugPrint(DICT, 1, "VarSetCurrValue(%s) failed: heap overflow", variable->section->section.get());
+  DebugPrint(TRACE_DICT, 1, "VarSetCurrValue(%s) failed: heap overflow", variable->section->section.get());
   return VAR_NO_MEMORY;
 }
 

@@ -42,7 +42,7 @@ char* AppendName(char* at, const char* prefix, std::string_view name) {
 
 bool IsNameByte(char c, bool is_first) {
   const bool is_letter = std::isalpha(static_cast<unsigned char>(c)) != 0;
-  return is_letter || (!is_first && ((c >= '0' && c <= '9') || c == '_'));
+  return is_letter || (!is_first && (IsDigit(c) || c == '_'));
 }
 
 // Reads as much as makes a name, in lower case, and returns its length.

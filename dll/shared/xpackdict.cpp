@@ -20,13 +20,10 @@ std::string_view FieldNameOf(const Section& section) {
 
 bool PackAttributes(XbufWriter& writer, const Object& object) {
   AttrText attr;
-  for (int32_t row = ObGetIdx(object, 0, attr); row >= 0; row = ObGetIdx(object, row + 1, attr))
+  for (int32_t row = 0; ObGetIdx(object, row, attr) == row; ++row)
     if (!writer.Put(PREFIX, ObGetAlias(row), attr.type, attr.value)) return false;
   return true;
 }
-
-// Values are of any bytes; what becomes a text ends before the first NUL.
-std::string_view TextPart(std::string_view value) { return value.substr(0, value.find('\0')); }
 
 // The name of an item without what stands before its first "_".
 const char* ShortName(const XbufItem& item) {
@@ -52,7 +49,7 @@ int32_t SetAttribute(Object& object, const char* name, std::string_view value, c
     DebugPrint(TRACE_DICT, 1, "XbufObSet() failed: unknown item '%s'", name);
     return ATTR_FAILED;
   }
-  OwnedText text = CopyText(TextPart(value));
+  OwnedText text = CopyText(BeforeNul(value));
   if (text == nullptr) {
     DebugPrint(TRACE_DICT, 1, "XbufObSet() failed: heap overflow (item=%s)", ObGetItem(row));
     return ATTR_FAILED;
@@ -70,7 +67,7 @@ int32_t SetAll(Object& object, std::span<char> field, std::string_view xbuf, int
     if (step == XbufReader::Step::Corrupt) return Corrupt(reader.Fault(), reader);
     const char* const name = ShortName(item);
     if (name == FIELD_NAME) {
-      if (!CopyFieldName(TextPart(item.value), field)) return Corrupt(XBUF_VALUE_PAST_END, reader);
+      if (!CopyFieldName(BeforeNul(item.value), field)) return Corrupt(XBUF_VALUE_PAST_END, reader);
       continue;
     }
     if (SetAttribute(object, name, item.value, field.data()) == ATTR_FAILED) return ATTR_FAILED;
@@ -92,7 +89,7 @@ int32_t xpack_dict(const Section& section, DllString& xbuf) {
 }
 
 int32_t XbufObSet(Object& object, std::span<char> field, std::string_view xbuf) {
-  DebugEntry(TRACE_DICT, "XbufObSet");
+  DebugEntry(TRACE_DICT);
   field[0] = '\0';
   int32_t count = 0;
   if (SetAll(object, field, xbuf, count) != 0) return ATTR_FAILED;
