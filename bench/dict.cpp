@@ -2,10 +2,9 @@
 // something takes longer the larger a dictionary is. Files are in the page cache; sections have 8 lines, as those of
 // fields have.
 //
-// Growth that is linear has a ratio near 1: above it is
-// what an index costs that has outgrown the processor's caches, never more than a few loads for a name. Lookups are for
-// as many names as the dialogs on a screen have, spread through the dictionary and again and again: what is compared is
-// the search, not how much memory the processor has at hand.
+// Growth that is linear has a ratio near 1: above it is what an index costs that has outgrown the processor's caches,
+// never more than a few loads for a name. Lookups are for as many names as the dialogs on a screen have, spread through
+// the dictionary and again and again: what is compared is the search, not how much memory the processor has at hand.
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -13,29 +12,22 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "bench/inipeers.h"
 #include "bench/measure.h"
 #include "dll/server/functions.h"
 #include "dll/server/srvlocal.h"
 #include "dll/shared/dictkrnl.h"
 #include "dll/shared/dlglevel.h"
 
-#ifdef HAVE_INIH
-#include <ini.h>
-#endif
-#ifdef HAVE_GLIB
-#include <glib.h>
-#endif
-
 namespace {
 
 using namespace vorlix;
-using vorlix::bench::Contender;
-using vorlix::bench::Expect;
-using vorlix::bench::PrintRow;
+using bench::Contender;
+using bench::Expect;
+using bench::PrintRow;
 
 constexpr int SMALL = 1'000;
 constexpr int MEDIUM = 10'000;
@@ -113,18 +105,6 @@ void ReadInih(const DictFile& file) {
 }
 #endif
 
-#ifdef HAVE_GLIB
-struct FreeKeys {
-  void operator()(GKeyFile* keys) const { g_key_file_free(keys); }
-};
-
-std::unique_ptr<GKeyFile, FreeKeys> ReadGlib(const DictFile& file) {
-  std::unique_ptr<GKeyFile, FreeKeys> keys(g_key_file_new());
-  Expect(g_key_file_load_from_file(keys.get(), file.Path(), G_KEY_FILE_NONE, nullptr) != 0, "GKeyFile reads nothing");
-  return keys;
-}
-#endif
-
 void MeasureOpening() {
   const DictFile file(WriteSections, LARGE);
   std::vector<Contender> contenders = {Opening(file)};
@@ -132,8 +112,8 @@ void MeasureOpening() {
   contenders.push_back({"inih, reading alone", [&] { ReadInih(file); }, OPEN_GOAL});
 #endif
 #ifdef HAVE_GLIB
-  std::unique_ptr<GKeyFile, FreeKeys> keys;
-  contenders.push_back({"GKeyFile", [&] { keys = ReadGlib(file); }, 0, [&] { keys = nullptr; }});
+  bench::GlibKeys keys;
+  contenders.push_back({"GKeyFile", [&] { keys = bench::ReadGlib(file.Path()); }, 0, [&] { keys = nullptr; }});
 #endif
   bench::Compare(Number("dict_Open, sections: ", LARGE), contenders, 1, 1, OPEN_RUNS);
   dict_CloseAll();
@@ -233,7 +213,7 @@ void MeasureChecks() {
 #ifdef HAVE_GLIB
 void MeasureGlib() {
   const DictFile file(WriteSections, LARGE);
-  const auto keys = ReadGlib(file);
+  const bench::GlibKeys keys = bench::ReadGlib(file.Path());
   const std::vector<std::string> names = Spread(LARGE, [](int i) { return Handle(i) + "." + Field(i); });
   const auto look_up = [&] {
     for (const std::string& name : names) kept = g_key_file_has_group(keys.get(), name.c_str());
@@ -264,11 +244,6 @@ int main() {
   MeasureOpening();
   MeasureGrowth();
   MeasureFinding();
-#ifndef HAVE_GLIB
-  std::puts("GLib is not there: its rows are left out");
-#endif
-#ifndef HAVE_INIH
-  std::puts("inih is not there: its rows are left out");
-#endif
+  bench::PrintMissingPeers();
   return 0;
 }

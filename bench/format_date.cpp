@@ -1,4 +1,6 @@
 // Dates shown and read, beside the C library and {fmt}: nanoseconds for one date, over a calendar of different dates.
+//
+// All contenders of a row come to the same; that is checked beforehand.
 #include <array>
 #include <cstdio>
 #include <ctime>
@@ -21,7 +23,8 @@
 namespace {
 
 using namespace vorlix;
-using vorlix::bench::Contender;
+using bench::Contender;
+using bench::Expect;
 
 constexpr int DATES = 64;   // a round works through all of them
 constexpr int ROUNDS = 50;  // short enough that most runs are not interrupted
@@ -57,6 +60,12 @@ void PrintRows(const char* what, std::string_view fmt, const std::vector<Contend
 }
 
 void MeasureFormat(std::string_view fmt, const std::vector<std::tm>& dates) {
+  const std::vector<std::string> shown = Show(dates, fmt);
+  for (size_t i = 0; i < dates.size(); ++i) {
+    std::array<char, 256> out;
+    const size_t length = std::strftime(out.data(), out.size(), fmt.data(), &dates[i]);
+    Expect(shown[i] == std::string_view(out.data(), length), "the contenders do not agree");
+  }
   const auto ours = [&] {
     FieldBuffer out;
     for (const std::tm& tm : dates) {
@@ -71,6 +80,8 @@ void MeasureFormat(std::string_view fmt, const std::vector<std::tm>& dates) {
   std::vector<Contender> contenders = {{"FmtDate", ours}, {"strftime", c_library, FORMAT_GOAL}};
 #ifdef HAVE_FMT
   const std::string pattern = "{:" + std::string(fmt) + "}";
+  for (size_t i = 0; i < dates.size(); ++i)
+    Expect(fmt::format(fmt::runtime(pattern), dates[i]) == shown[i], "the contenders do not agree");
   const auto fmt_library = [&] {
     std::array<char, 256> out;
     for (const std::tm& tm : dates) kept = fmt::format_to_n(out.data(), out.size(), fmt::runtime(pattern), tm).size;
@@ -81,6 +92,12 @@ void MeasureFormat(std::string_view fmt, const std::vector<std::tm>& dates) {
 }
 
 void MeasureScan(std::string_view fmt, const std::vector<std::string>& texts) {
+  for (const std::string& text : texts) {
+    std::tm ours{};
+    std::tm theirs{};
+    const bool read = ScanDate(ours, text, fmt) == SCAN_OK && strptime(text.c_str(), fmt.data(), &theirs) != nullptr;
+    Expect(read && Show({ours, theirs}, fmt) == std::vector{text, text}, "the contenders do not agree");
+  }
   const auto ours = [&] {
     std::tm tm{};
     for (const std::string& text : texts) kept = static_cast<size_t>(ScanDate(tm, text, fmt));
@@ -102,6 +119,6 @@ int main() {
     MeasureFormat(fmt, dates);
   for (const std::string_view fmt : {"%d.%m.%Y", "%d.%m.%y", "%H:%M"}) MeasureScan(fmt, Show(dates, fmt));
 #ifndef HAVE_FMT
-  std::puts("(no rows for {fmt}: it was not found)");
+  std::puts("{fmt} is not there: its rows are left out");
 #endif
 }

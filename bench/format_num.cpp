@@ -24,7 +24,7 @@
 namespace {
 
 using namespace vorlix;
-using vorlix::bench::Contender;
+using bench::Contender;
 
 constexpr int NUMBERS = 64;  // a round works through all of them
 
@@ -142,8 +142,8 @@ int main() {
   if (UseGroupingLocale())
     MeasureGrouped(MakeNumbers(1234.07));
   else
-    std::puts("(no rows for grouped numbers: there is no locale that groups)");
+    std::puts("a locale that groups is not there: its row is left out");
 #ifndef HAVE_FMT
-  std::puts("(no rows for {fmt}: it was not found)");
+  std::puts("{fmt} is not there: its rows are left out");
 #endif
 }

@@ -16,15 +16,10 @@
 #include <string>
 #include <vector>
 
+#include "bench/inipeers.h"
 #include "bench/measure.h"
 #include "dll/shared/ini.h"
 
-#ifdef HAVE_INIH
-#include <ini.h>
-#endif
-#ifdef HAVE_GLIB
-#include <glib.h>
-#endif
 #ifdef HAVE_SIMPLEINI
 #define SI_NO_CONVERSION
 #include <SimpleIni.h>
@@ -33,8 +28,8 @@
 namespace {
 
 using namespace vorlix;
-using vorlix::bench::Contender;
-using vorlix::bench::Expect;
+using bench::Contender;
+using bench::Expect;
 
 constexpr int SECTIONS = 1000;
 constexpr int ENTRIES = 8;
@@ -105,12 +100,10 @@ std::string LookupInih() {
 
 #ifdef HAVE_GLIB
 std::string LookupGlib() {
-  GKeyFile* file = g_key_file_new();
-  g_key_file_load_from_file(file, path.c_str(), G_KEY_FILE_NONE, nullptr);
-  char* text = g_key_file_get_string(file, LAST_SECTION, LAST_ENTRY, nullptr);
+  const bench::GlibKeys keys = bench::ReadGlib(path.c_str());
+  char* text = g_key_file_get_string(keys.get(), LAST_SECTION, LAST_ENTRY, nullptr);
   const std::string value = text != nullptr ? text : "";
   g_free(text);
-  g_key_file_free(file);
   return value;
 }
 #endif
@@ -230,11 +223,9 @@ std::string NextValue() {
 
 #ifdef HAVE_GLIB
 void RewriteGlib() {
-  GKeyFile* file = g_key_file_new();
-  g_key_file_load_from_file(file, path.c_str(), G_KEY_FILE_KEEP_COMMENTS, nullptr);
-  g_key_file_set_string(file, LAST_SECTION, LAST_ENTRY, NextValue().c_str());
-  Expect(g_key_file_save_to_file(file, path.c_str(), nullptr) != 0, "GKeyFile does not save");
-  g_key_file_free(file);
+  const bench::GlibKeys keys = bench::ReadGlib(path.c_str(), G_KEY_FILE_KEEP_COMMENTS);
+  g_key_file_set_string(keys.get(), LAST_SECTION, LAST_ENTRY, NextValue().c_str());
+  Expect(g_key_file_save_to_file(keys.get(), path.c_str(), nullptr) != 0, "GKeyFile does not save");
 }
 #endif
 
@@ -280,12 +271,7 @@ int main() {
     const Directory directory(MEMORY);
     MeasureRewrite("INI, an entry changed, in memory");
   }
-#ifndef HAVE_INIH
-  std::puts("inih is not there: its rows are left out");
-#endif
-#ifndef HAVE_GLIB
-  std::puts("GLib is not there: its rows are left out");
-#endif
+  bench::PrintMissingPeers();
 #ifndef HAVE_SIMPLEINI
   std::puts("SimpleIni is not there: its rows are left out");
 #endif

@@ -1,16 +1,14 @@
 // A result of 900,000 bytes in blocks, beside a peer that lays the same bytes into the same memory by the same signals
 // and does nothing else. Both sides of both copy every byte once; what packs the result is not measured.
 #include <sys/shm.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "bench/measure.h"
+#include "bench/pingpong.h"
 #include "host/csdx.h"
 #include "host/server.h"
 
@@ -40,24 +38,17 @@ void SendNextBare() {
   std::memcpy(bare->bytes, bytes.data() + sent, count);
   bare->length = static_cast<int32_t>(count);
   sent = count == 0 ? 0 : sent + count;
-  kill(getppid(), SIGUSR2);
 }
 
 [[noreturn]] void RunPeer(const char* segment) {
   bare = static_cast<BareBlock*>(shmat(std::atoi(segment), nullptr, 0));
-  sigset_t calls;
-  sigemptyset(&calls);
-  sigaddset(&calls, SIGUSR2);
-  for (int signal = 0;;)
-    if (sigwait(&calls, &signal) == 0) SendNextBare();
+  bench::AnswerSignals(SendNextBare);
 }
 
 void FetchBare(host::Process& peer, std::string& result) {
   result.clear();
   do {
-    peer.Signal(SIGUSR2);
-    const auto event = peer.Wait(host::Clock::now() + std::chrono::seconds(10));
-    Expect(event == host::Process::Event::Answer, "the peer does not answer");
+    bench::PingPong(peer);
     result.append(bare->bytes, static_cast<size_t>(bare->length));
   } while (bare->length > 0);
 }

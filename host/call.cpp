@@ -10,13 +10,17 @@ namespace {
 
 constexpr size_t WordsFor(size_t bytes) { return (bytes + WORD_SIZE - 1) / WORD_SIZE; }
 
+size_t Longest(const std::vector<std::string>& texts) {
+  size_t longest = 0;
+  for (const std::string& text : texts) longest = std::max(longest, text.size());
+  return longest;
+}
+
 struct Width {
   size_t operator()(const std::vector<int32_t>&) const { return 1; }
   size_t operator()(const std::vector<HostReal>&) const { return WordsFor(sizeof(HostReal)); }
   size_t operator()(const std::vector<std::string>& texts) const {
-    size_t room = static_cast<size_t>(std::max(capacity, 0));
-    for (const std::string& text : texts) room = std::max(room, text.size());
-    return 1 + WordsFor(room);
+    return 1 + WordsFor(std::max(Longest(texts), static_cast<size_t>(std::max(capacity, 0))));
   }
   int32_t capacity;
 };
@@ -92,9 +96,8 @@ Arg Real(std::string_view decimal) {
 Arg Text(std::string_view text) { return Texts({std::string(text)}); }
 
 Arg Texts(std::vector<std::string> texts) {
-  size_t longest = 0;
-  for (const std::string& text : texts) longest = std::max(longest, text.size());
-  return {std::move(texts), false, static_cast<int32_t>(longest)};
+  const auto longest = static_cast<int32_t>(Longest(texts));
+  return {std::move(texts), false, longest};
 }
 
 Arg IntRef(int32_t value) { return ByRef(Int(value)); }

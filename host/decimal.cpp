@@ -95,24 +95,25 @@ std::string ExponentText(std::string digits, int64_t point) {
 DecimalFault ParseDecimal(std::string_view text, HostReal& real) {
   Decimal decimal;
   if (!ReadDecimal(text, decimal)) return DecimalFault::NotANumber;
-  HostReal result = REAL_ZERO;
-  if (!decimal.digits.empty()) {
-    std::string& digits = decimal.digits;
-    if (decimal.point % 2 != 0) {
-      digits.insert(0, "0");
-      ++decimal.point;
-    }
-    if (digits.size() % 2 != 0) digits += '0';
-    const int64_t exponent = decimal.point / 2;
-    if (exponent < REAL_MIN_EXPONENT || exponent > REAL_MAX_EXPONENT) return DecimalFault::OutOfRange;
-    if (digits.size() > 2 * REAL_DIGIT_BYTES) return DecimalFault::TooManyDigits;
-    result.exponent = static_cast<int16_t>(exponent);
-    result.sign = decimal.negative ? REAL_NEGATIVE : REAL_POSITIVE;
-    result.digit_count = static_cast<uint8_t>(digits.size() / 2);
-    for (size_t i = 0; i < result.digit_count; ++i)
-      result.digits[i] = static_cast<uint8_t>(10 * (digits[2 * i] - '0') + (digits[2 * i + 1] - '0'));
+  auto& [digits, point, negative] = decimal;
+  if (digits.empty()) {  // 0, whatever its sign and its exponent
+    real = REAL_ZERO;
+    return DecimalFault::None;
   }
-  real = result;
+  if (point % 2 != 0) {
+    digits.insert(0, "0");
+    ++point;
+  }
+  if (digits.size() % 2 != 0) digits += '0';
+  const int64_t exponent = point / 2;
+  if (exponent < REAL_MIN_EXPONENT || exponent > REAL_MAX_EXPONENT) return DecimalFault::OutOfRange;
+  if (digits.size() > 2 * REAL_DIGIT_BYTES) return DecimalFault::TooManyDigits;
+  real = REAL_ZERO;
+  real.exponent = static_cast<int16_t>(exponent);
+  real.sign = negative ? REAL_NEGATIVE : REAL_POSITIVE;
+  real.digit_count = static_cast<uint8_t>(digits.size() / 2);
+  for (size_t i = 0; i < real.digit_count; ++i)
+    real.digits[i] = static_cast<uint8_t>(10 * (digits[2 * i] - '0') + (digits[2 * i + 1] - '0'));
   return DecimalFault::None;
 }
 

@@ -1,6 +1,5 @@
 // `vorlix call`. In JSON a text is a string, or {"hex": "..."} when it is not UTF-8.
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -17,11 +16,8 @@ using Json = nlohmann::ordered_json;
 
 /// The number of a room such as [40].
 std::optional<int32_t> ReadRoom(const std::string& word) {
-  int32_t room = 0;
-  if (!word.starts_with('[') || !word.ends_with(']')) return {};
-  const char* const end = word.data() + word.size() - 1;
-  const auto [stop, error] = std::from_chars(word.data() + 1, end, room);
-  return error == std::errc() && stop == end && room >= 0 ? std::optional(room) : std::nullopt;
+  if (!word.starts_with('[') || !word.ends_with(']') || word.starts_with("[-")) return {};
+  return ReadWhole<int32_t>(std::string_view(word).substr(1, word.size() - 2));
 }
 
 /// A word of the command line, which is taken as it is but for the room of a text that is only returned.

@@ -26,4 +26,7 @@ class ToolError : public std::runtime_error {
   Status status_;
 };
 
+/// The exit status for a failure of whatever kind.
+Status StatusOf(const std::exception& error) noexcept;
+
 }  // namespace vorlix::tool

@@ -60,7 +60,7 @@ void Describe(const FunctionInfo& function) {
   std::printf("%.*s - %.*s\n\n", Size(function.name), function.name.data(), Size(function.sentence),
               function.sentence.data());
   for (const ArgInfo& arg : function.Args()) {
-    const std::string_view word = ValueWord(arg.type);
+    const std::string_view word = ClassWord(arg);
     const std::string_view direction = DirectionWord(arg.direction);
     std::printf("  %-12.*s  %-8.*s %.*s\n", Size(arg.name), arg.name.data(), Size(word), word.data(), Size(direction),
                 direction.data());

@@ -1,11 +1,8 @@
 #include "tools/items.h"
 
-#include <strings.h>
-
-#include <charconv>
 #include <stdexcept>
 
-#include "host/xbuf.h"
+#include "dll/shared/text.h"
 #include "tools/failure.h"
 #include "tools/quoting.h"
 
@@ -14,24 +11,24 @@ namespace {
 
 using host::XbufItem;
 
-bool EqualNames(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
-/// Splits "name.3" into name and index; the index is 0 when there is none.
+/// "name.3" as name and index.
 struct ItemAddress {
   explicit ItemAddress(std::string_view text) : name(text.substr(0, text.find('.'))) {
-    if (name.size() == text.size()) return;
-    const std::string_view digits = text.substr(name.size() + 1);
-    const char* const end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, index);
-    valid = error == std::errc() && stop == end;
+    if (name.size() < text.size()) index = ReadWhole<uint32_t>(text.substr(name.size() + 1));
   }
 
   std::string_view name;
-  uint32_t index = 0;
-  bool valid = true;
+  std::optional<uint32_t> index = 0;  // none: what follows the point is no index
 };
+
+bool FitsXbuf(const XbufItem& item) {
+  try {
+    host::WriteXbuf({item});
+    return true;
+  } catch (const std::invalid_argument&) {
+    return false;
+  }
+}
 
 std::vector<XbufItem> ReadItems(std::string_view xbuf) {
   try {
@@ -47,27 +44,22 @@ ItemWord ParseItem(const Word& word) {
   const std::string_view bare = word.Bare();
   const size_t equals = bare.find('=');
   std::string_view left = bare.substr(0, equals);
-  ItemWord item;
-  if (left.ends_with(":N")) {
-    item.type = 'N';
-    left.remove_suffix(2);
-  }
+  const bool is_number = left.ends_with(":N");
+  if (is_number) left.remove_suffix(2);
   const ItemAddress address(left);
-  if (equals == std::string_view::npos || !IsName(address.name) || !address.valid)
+  ItemWord made{{is_number ? 'N' : 'X', std::string(address.name), address.index.value_or(0), {}}, word};
+  if (equals == std::string_view::npos || !address.index || !FitsXbuf(made.item))
     throw ToolError(Status::Usage, "an item reads NAME=TEXT, NAME.INDEX=TEXT, NAME:N=NUMBER or NAME.INDEX:N=NUMBER");
-  item.name = address.name;
-  item.index = address.index;
-  item.value = word;
-  item.value.CutFront(equals + 1);
-  return item;
+  made.value.CutFront(equals + 1);
+  return made;
 }
 
 std::string FindItem(std::string_view xbuf, std::string_view item) {
   const ItemAddress wanted(item);
   for (const XbufItem& one : ReadItems(xbuf)) {
     const std::string_view name = one.name;
-    const bool same = EqualNames(name, wanted.name) || EqualNames(name.substr(name.find('_') + 1), wanted.name);
-    if (wanted.valid && same && one.index == wanted.index) return one.value;
+    const bool same = EqualNoCase(name, wanted.name) || EqualNoCase(name.substr(name.find('_') + 1), wanted.name);
+    if (same && one.index == wanted.index) return one.value;
   }
   throw ToolError(Status::OtherCode, "the XBUF has no item '" + std::string(item) + "'");
 }

@@ -1,10 +1,10 @@
 // XBUFs in scripts: how a word makes an item, how an item is found, and how all of them are listed.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "host/xbuf.h"
 #include "tools/words.h"
 
 namespace vorlix::tool {
@@ -12,9 +12,7 @@ namespace vorlix::tool {
 /// An item as a word makes it: NAME=TEXT, NAME.3=TEXT for the third element of an array, NAME:N=TEXT or NAME.3:N=TEXT
 /// for a number.
 struct ItemWord {
-  std::string name;
-  uint32_t index = 0;
-  char type = 'X';
+  host::XbufItem item;  // without its value
   Word value;
 };
 

@@ -41,7 +41,15 @@ class CommandLine {
   }
 
   /// Prints help, version or what is wrong.
-  Status Explain(const CLI::ParseError& error) const { return app_.exit(error) == 0 ? Status::Ok : Status::Usage; }
+  Status Explain(const CLI::ParseError& error) const {
+    if (app_.exit(error) == 0) return Status::Ok;
+    for (const std::string& word : app_.remaining())
+      for (const CLI::App* const owner : {call_, run_})
+        if (owner->get_option_no_throw(word) != nullptr)
+          std::fprintf(stderr, "%s is an option of %s and stands behind it.\n", word.c_str(),
+                       owner->get_name().c_str());
+    return Status::Usage;
+  }
 
  private:
   /// The options that can stand before and behind a subcommand.

@@ -6,11 +6,11 @@
 #include <utility>
 
 #include "host/csdx.h"
-#include "host/xbuf.h"
+#include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/items.h"
 #include "tools/quoting.h"
-#include "tools/session.h"
+#include "tools/values.h"
 
 namespace vorlix::tool {
 namespace {
@@ -126,8 +126,9 @@ void Player::RunEach(const Statement& statement) {
 void Player::RunXbuf(const Statement& statement) {
   std::vector<host::XbufItem> items;
   for (size_t k = 1; k < statement.words.size(); ++k) {
-    const ItemWord item = ParseItem(statement.words[k]);
-    items.push_back({item.type, item.name, item.index, scope_.Expand(item.value)});
+    ItemWord made = ParseItem(statement.words[k]);
+    made.item.value = scope_.Expand(made.value);
+    items.push_back(std::move(made.item));
   }
   scope_.Set(statement.NameToSet(), host::WriteXbuf(items));
 }

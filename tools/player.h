@@ -9,7 +9,6 @@
 #include "host/call.h"
 #include "tools/scope.h"
 #include "tools/script.h"
-#include "tools/values.h"
 
 namespace vorlix::tool {
 

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdint>
+#include <limits>
 #include <span>
 
 #include "tools/failure.h"
@@ -25,7 +25,7 @@ struct Keyword {
   std::string_view form;
 };
 
-constexpr size_t MANY = 1000;
+constexpr size_t MANY = std::numeric_limits<size_t>::max();
 constexpr std::array KEYWORDS = {
     Keyword{"set", Kind::Set, 2, 2, true, "set NAME TEXT"},
     Keyword{"xbuf", Kind::Xbuf, 1, MANY, true, "xbuf NAME ITEM=TEXT..."},
@@ -56,12 +56,6 @@ const Operator* OperatorAt(std::string_view text, size_t at) {
   return found == OPERATORS.end() ? nullptr : found;
 }
 
-bool IsInteger(std::string_view text) {
-  int32_t value = 0;
-  const char* const end = text.data() + text.size();
-  return std::from_chars(text.data(), end, value).ptr == end && !text.empty();
-}
-
 /// The words up to the first one that is `mark`; `rest` becomes those behind it. None: all words, and no rest.
 std::vector<Word> SplitAt(std::string_view mark, const std::vector<Word>& words, std::vector<Word>& rest) {
   const auto at = std::ranges::find_if(words, [&](const Word& word) { return word.Is(mark); });
@@ -85,7 +79,7 @@ Condition ParseCondition(const Word& word) {
 
 /// An expectation behind "=>": a condition, or an integer that stands for the result code.
 Condition ParseExpectation(const Word& word) {
-  const bool is_code = IsInteger(word.Bare()) && word.Is(word.Bare());
+  const bool is_code = ReadWhole<int32_t>(word.Bare()) && word.Is(word.Bare());
   return is_code ? Condition{"code", Comparison::Equal, word} : ParseCondition(word);
 }
 

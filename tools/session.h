@@ -6,7 +6,6 @@
 #include <string>
 
 #include "host/server.h"
-#include "tools/failure.h"
 
 namespace vorlix::tool {
 
@@ -20,8 +19,5 @@ struct Options {
 
 /// Starts a server whose standard error is this program's and sets its traces. Throws host::ServerError.
 std::unique_ptr<host::Server> StartServer(const Options& options);
-
-/// The exit status for a failure of whatever kind.
-Status StatusOf(const std::exception& error) noexcept;
 
 }  // namespace vorlix::tool

@@ -1,9 +1,9 @@
 #include "tools/signature.h"
 
-#include <strings.h>
-
 #include <algorithm>
+#include <array>
 
+#include "dll/shared/text.h"
 #include "tools/failure.h"
 #include "tools/samples.h"
 
@@ -14,7 +14,7 @@ void AppendArgument(std::string& out, const ArgInfo& arg) {
   out += ' ';
   out += arg.name;
   out += ':';
-  out += ValueWord(arg.type);
+  out += ClassWord(arg);
 }
 
 size_t SentCount(const FunctionInfo& function) {
@@ -31,16 +31,19 @@ size_t SentCount(const FunctionInfo& function) {
 
 }  // namespace
 
-std::string_view ValueWord(DeclaredType type) {
-  switch (type) {
+HostClass ClassOf(const ArgInfo& arg) {
+  switch (arg.type) {
     case DeclaredType::IntByValue:
-    case DeclaredType::IntByReference:
-    case DeclaredType::IntArray: return "integer";
+    case DeclaredType::IntByReference: return HOST_INTEGER;
     case DeclaredType::RealByValue:
-    case DeclaredType::RealByReference:
-    case DeclaredType::RealArray: return "number";
-    default: return "text";
+    case DeclaredType::RealByReference: return HOST_REAL;
+    default: return HOST_STRING;
   }
+}
+
+std::string_view ClassWord(const ArgInfo& arg) {
+  constexpr std::array<std::string_view, 4> WORDS = {"", "integer", "number", "text"};
+  return WORDS.at(static_cast<size_t>(ClassOf(arg)));
 }
 
 std::string Signature(const FunctionInfo& function) {
@@ -62,9 +65,7 @@ std::string Example(const FunctionInfo& function) {
 const FunctionInfo& RequireFunction(std::string_view name) {
   if (const FunctionInfo* const function = FindFunction(name)) return *function;
   std::string message = "there is no function '" + std::string(name) + "'";
-  const auto same_but_case = [&](const FunctionInfo& function) {
-    return function.name.size() == name.size() && strncasecmp(function.name.data(), name.data(), name.size()) == 0;
-  };
+  const auto same_but_case = [&](const FunctionInfo& function) { return EqualNoCase(function.name, name); };
   if (const auto* const near = std::ranges::find_if(FUNCTIONS, same_but_case); near != FUNCTIONS.end())
     message += "; did you mean " + std::string(near->name) + "?";
   throw ToolError(Status::Usage, message);

@@ -16,8 +16,9 @@ std::string Signature(const FunctionInfo& function);
 /// An example, as "l_Get 1 3".
 std::string Example(const FunctionInfo& function);
 
-/// The word for the values of an argument: "integer", "number" or "text".
-std::string_view ValueWord(DeclaredType type);
+/// The class of an argument's values, and the word for it: "integer", "number" or "text".
+HostClass ClassOf(const ArgInfo& arg);
+std::string_view ClassWord(const ArgInfo& arg);
 
 /// The function of this name. Throws ToolError (Usage), with the name in its right spelling when only case differs.
 const FunctionInfo& RequireFunction(std::string_view name);

@@ -1,24 +1,16 @@
 #include "tools/values.h"
 
-#include <charconv>
-
 #include "host/decimal.h"
 #include "tools/failure.h"
 #include "tools/quoting.h"
 #include "tools/signature.h"
+#include "tools/words.h"
 
 namespace vorlix::tool {
 namespace {
 
 [[noreturn]] void Refuse(const ArgInfo& arg, const std::string& what) {
   throw ToolError(Status::Usage, std::string(arg.name) + what);
-}
-
-std::optional<int32_t> ReadInteger(std::string_view text) {
-  int32_t value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value);
-  return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
 }
 
 host::Arg MakeReal(const ArgInfo& arg, const std::string& text) {
@@ -29,7 +21,7 @@ host::Arg MakeReal(const ArgInfo& arg, const std::string& text) {
 }
 
 host::Arg MakeInteger(const ArgInfo& arg, const std::string& text) {
-  if (const std::optional<int32_t> value = ReadInteger(text)) return host::Int(*value);
+  if (const std::optional<int32_t> value = ReadWhole<int32_t>(text)) return host::Int(*value);
   if (arg.type != DeclaredType::IntByValue) Refuse(arg, ": " + Quote(text) + " is not a whole number of 32 bits");
   return MakeReal(arg, text);
 }
@@ -43,10 +35,10 @@ host::Arg MakeText(const ArgInfo& arg, const Given& given) {
 }
 
 host::Arg MakeArgument(const ArgInfo& arg, const Given& given) {
-  const std::string_view word = ValueWord(arg.type);
-  if (word == "text") return MakeText(arg, given);
+  const HostClass host_class = ClassOf(arg);
+  if (host_class == HOST_STRING) return MakeText(arg, given);
   if (given.room) Refuse(arg, " is a number and has no room");
-  const host::Arg number = word == "integer" ? MakeInteger(arg, given.text) : MakeReal(arg, given.text);
+  const host::Arg number = host_class == HOST_INTEGER ? MakeInteger(arg, given.text) : MakeReal(arg, given.text);
   return arg.direction == Direction::In ? number : host::ByRef(number);
 }
 
@@ -68,7 +60,7 @@ std::vector<host::Arg> MakeArguments(const FunctionInfo& function, std::span<con
     if (taken < given.size() && given_args[taken] == &arg) {
       args.push_back(MakeArgument(arg, given[taken++]));
     } else {
-      args.push_back(ValueWord(arg.type) == "text" ? host::OutText(DEFAULT_ROOM) : MakeArgument(arg, {"0", {}}));
+      args.push_back(ClassOf(arg) == HOST_STRING ? host::OutText(DEFAULT_ROOM) : MakeArgument(arg, {"0", {}}));
     }
   }
   return args;

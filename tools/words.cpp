@@ -1,7 +1,5 @@
 #include "tools/words.h"
 
-#include <charconv>
-
 #include "tools/failure.h"
 
 namespace vorlix::tool {
@@ -92,9 +90,8 @@ class Splitter {
     const size_t end = digits + 2;
     if (digits == 0 || end > rest_.size() || rest_[end - 1] != ']') return false;
     if (end < rest_.size() && BLANKS.find(rest_[end]) == std::string_view::npos) return false;
-    int32_t room = 0;
-    if (std::from_chars(&rest_[1], &rest_[1] + digits, room).ec != std::errc()) Refuse("the room is too large");
-    word.room = room;
+    word.room = ReadWhole<int32_t>(rest_.substr(1, digits));
+    if (!word.room) Refuse("the room is too large");
     rest_.remove_prefix(end);
     return true;
   }

@@ -1,10 +1,12 @@
 // A line of a script as words: where they end, quotes, escapes, comments, and the places of names.
 #pragma once
 
+#include <charconv>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace vorlix::tool {
@@ -37,5 +39,14 @@ std::vector<Word> SplitWords(std::string_view line);
 bool IsName(std::string_view text);
 /// The same, or the name and an item of its XBUF (xbuf.len), or an element of an item (xbuf.sum.3).
 bool IsAddress(std::string_view text);
+
+/// The whole number that all of the text is; none when it is anything else, or out of the range of the type.
+template <class Number>
+std::optional<Number> ReadWhole(std::string_view text) {
+  Number number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
 
 }  // namespace vorlix::tool
