@@ -19,7 +19,7 @@ struct CallArg {
   PresentedArg presented;
 };
 
-// Filled during one call and empty between calls.
+// Filled during one call and empty between calls; after a call that was refused on the way the next one releases it.
 std::array<CallArg, MAX_ARGS> call_args;
 ArgVector arg_vector{};
 size_t args_taken = 0;  // slots from the first on that hold something
@@ -180,6 +180,7 @@ int32_t RunFunction(int32_t index, int32_t count) {
   const FunctionEntry& entry = FunctionTable[static_cast<size_t>(index)];
   const int name_size = static_cast<int>(entry.name.size());
   CallTrace(3, "\nfunction name = \"%.*s\", argc = %d\n", name_size, entry.name.data(), count);
+  ReleaseArgs();
   const int32_t code = TakeArgs(entry, count);
   if (code != RESULT_OK) return code;
   CallTrace(1, "\ncalling %.*s, argc = %d\n", name_size, entry.name.data(), count);
@@ -188,6 +189,7 @@ int32_t RunFunction(int32_t index, int32_t count) {
   const int32_t result = DllDispatch(index, arg_vector);
   CallTrace(1, "return code is %d\n", result);
   WriteBackArgs();
+  ReleaseArgs();
   return result;
 }
 
@@ -214,11 +216,9 @@ int32_t DllCall() {
     CallTrace(3, "argument count exceeds maximum (%d)\n", MAX_ARGS);
     return RESULT_TOO_MANY_ARGS;
   }
-  int32_t index;
+  int32_t index = 0;
   if (const int32_t code = FindEntry(index); code != RESULT_OK) return code;
-  const int32_t result = RunFunction(index, count);
-  ReleaseArgs();
-  return result;
+  return RunFunction(index, count);
 }
 
 }  // namespace vorlix

@@ -2,6 +2,7 @@
 #include "dll/server/functions.h"
 #include "dll/shared/datefmt.h"
 #include "dll/shared/fieldbuf.h"
+#include "dll/shared/numfmt.h"
 
 namespace vorlix {
 namespace {

@@ -8,7 +8,7 @@
 #include "dll/shared/clilocal.h"
 #include "dll/shared/debug.h"
 #include "dll/shared/dictattr.h"
-#include "dll/shared/validset.h"
+#include "dll/shared/numfmt.h"
 
 namespace vorlix {
 namespace {

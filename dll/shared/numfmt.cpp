@@ -1,5 +1,5 @@
 // The operations on numbers of fields, with their trace. How a number is laid out is in numfield, how a typed one is
-// read in numinput.
+// read in numinput, how a set of characters is written in validset.
 #include "dll/shared/numfmt.h"
 
 #include <algorithm>
@@ -8,11 +8,13 @@
 #include <iterator>
 #include <limits>
 
+#include "dll/shared/clilocal.h"
 #include "dll/shared/debug.h"
 #include "dll/shared/numfield.h"
 #include "dll/shared/numinput.h"
 #include "dll/shared/numprint.h"
 #include "dll/shared/numsigns.h"
+#include "dll/shared/validset.h"
 
 namespace vorlix {
 namespace {
@@ -26,13 +28,20 @@ constexpr FormatLetter LETTERS[] = {
 constexpr double UNBOUNDED = std::numeric_limits<double>::infinity();
 constexpr int32_t MAX_DECIMALS = FIELD_MAX - 2;  // behind "0."
 
+// Whether each row stands where its key says.
+template <class Row, size_t N, class Key>
+consteval bool IndexedBy(const Row (&rows)[N], Key Row::*key) {
+  for (size_t i = 0; i < N; ++i)
+    if (rows[i].*key != static_cast<Key>(i)) return false;
+  return true;
+}
+
 constexpr NumRange RANGES[] = {
     {'\0', FMCHK_NONE, "FMCHK_NONE", UNBOUNDED, false},  {'I', FMCHK_INT, "FMCHK_INT", 32767, true},
     {'D', FMCHK_LINT, "FMCHK_LINT", 2147483647, true},   {'S', FMCHK_REAL, "FMCHK_REAL", 999999, false},
     {'L', FMCHK_LREAL, "FMCHK_LREAL", UNBOUNDED, false},
 };
-static_assert(std::size(RANGES) == FMCHK_LREAL + 1 &&
-              std::ranges::all_of(RANGES, [](const NumRange& row) { return row.mode == &row - RANGES; }));
+static_assert(IndexedBy(RANGES, &NumRange::mode) && std::size(RANGES) == FMCHK_LREAL + 1);
 
 ScanMode ModeOf(std::string_view value_type) {
   if (value_type.size() != 1) return FMCHK_NONE;
@@ -40,6 +49,32 @@ ScanMode ModeOf(std::string_view value_type) {
   const NumRange* range = FindNumRange(c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c);
   return range != nullptr ? range->mode : FMCHK_NONE;
 }
+
+// What the host is told of a scan.
+struct HostAnswer {
+  ScanCode code;
+  int32_t rc;
+  bool gives_text;
+  int32_t result;
+};
+
+constexpr HostAnswer ANSWERS[] = {
+    {SCAN_OK, 0, true, RESULT_OK},
+    {SCAN_EMPTY, -1, false, RESULT_OK},
+    {SCAN_BAD_CALL, 0, false, RESULT_REFUSED},
+    {SCAN_BAD_CHAR, 3, true, RESULT_OK},
+    {SCAN_BLANK_INSIDE, 1, false, RESULT_OK},
+    {SCAN_SIGN_POSITION, 1, false, RESULT_OK},
+    {SCAN_SECOND_POINT, 1, false, RESULT_OK},
+    {SCAN_DECIMALS, 1, false, RESULT_OK},
+    {SCAN_BELOW_MODE, 1, false, RESULT_OK},
+    {SCAN_ABOVE_MODE, 1, false, RESULT_OK},
+    {SCAN_BELOW_MIN, 2, false, RESULT_OK},
+    {SCAN_ABOVE_MAX, 2, false, RESULT_OK},
+    {SCAN_BAD_DATE, 1, false, RESULT_OK},
+    {SCAN_LEFT_OVER, 1, false, RESULT_OK},
+};
+static_assert(IndexedBy(ANSWERS, &HostAnswer::code) && std::size(ANSWERS) == SCAN_LEFT_OVER + 1);
 
 // The lines that a call of every value writes are guarded here: asking costs less than calling.
 void TraceNum(double value, int32_t len, int32_t prec, uint32_t flags) {
@@ -112,6 +147,48 @@ bool Normalise(double& value, int32_t prec, FieldBuffer& out) {
 }
 
 }  // namespace
+
+// ---- What all scanners share ----------------------------------------------------------------------------------------
+
+ValidOutcome FmtCheckValid(std::string_view text, std::string_view valid, char& badchar) {
+  DebugEntry(TRACE_FORMAT);
+  badchar = '\0';
+  const Locale& locale = LocaleInForce();
+  ValidSet set;
+  if (!set.Parse(valid, locale)) {
+    DebugPrint(TRACE_FORMAT, 1, "FmtCheckValid() failed: syntax error in character class '%.*s'",
+               static_cast<int>(valid.size()), valid.data());
+    return VALID_MALFORMED;
+  }
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool printable = locale.Is(byte, CLASS_PRINT);
+    if (printable && set.Allows(byte)) continue;
+    if (printable)
+      DebugPrint(TRACE_FORMAT, 3, "FmtCheckValid(): invalid character %c", c);
+    else
+      DebugPrint(TRACE_FORMAT, 3, "FmtCheckValid(): non-printable character %02x", byte);
+    badchar = c;
+    return VALID_REFUSED;
+  }
+  return VALID_ALLOWED;
+}
+
+ScanCode CheckFieldChars(std::string_view text, std::string_view valid, FieldBuffer& out) {
+  char badchar = '\0';
+  const ValidOutcome outcome = FmtCheckValid(text, valid, badchar);
+  if (outcome == VALID_ALLOWED) return SCAN_OK;
+  out.Fill(badchar, outcome == VALID_REFUSED ? 1 : 0);
+  return SCAN_BAD_CHAR;
+}
+
+int32_t SetScanResult(ScanCode code, std::string_view text, DllString& out, const IntByReference& rc) {
+  DebugEntry(TRACE_FORMAT);
+  const HostAnswer& answer = ANSWERS[code];
+  rc = answer.rc;
+  out.len = 0;
+  return answer.gives_text ? DllStrFromC(text, out) : answer.result;
+}
 
 // ---- Formatting -----------------------------------------------------------------------------------------------------
 

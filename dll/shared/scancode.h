@@ -1,11 +1,7 @@
-// What the scanners of all field types share: their outcomes, the check of what was typed, and what the host is told.
+// The outcomes that the scanners of all field types share.
 #pragma once
 
 #include <cstdint>
-#include <string_view>
-
-#include "dll/shared/fieldbuf.h"
-#include "hostif/dllifutil.h"
 
 namespace vorlix {
 
@@ -25,14 +21,5 @@ enum ScanCode : int32_t {
   SCAN_BAD_DATE = 12,   // not a date or time
   SCAN_LEFT_OVER = 13,  // a date or time with something behind it
 };
-
-/// FmtCheckValid as a step of a scanner: SCAN_OK and `out` untouched, or SCAN_BAD_CHAR and the refused character as
-/// `out`, which is empty when `valid` is malformed.
-ScanCode CheckFieldChars(std::string_view text, std::string_view valid, FieldBuffer& out);
-
-/// Ends a callable scan function: sets `rc` to what the host is told for `code`, and `out` to `text` where the host is
-/// given one (SCAN_OK and SCAN_BAD_CHAR), else to nothing. Returns the function's result: RESULT_OK, RESULT_TOO_SHORT
-/// when `text` does not fit `out`, or RESULT_REFUSED for SCAN_BAD_CALL.
-int32_t SetScanResult(ScanCode code, std::string_view text, DllString& out, const IntByReference& rc);
 
 }  // namespace vorlix

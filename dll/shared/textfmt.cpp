@@ -6,6 +6,7 @@
 
 #include "dll/shared/clilocal.h"
 #include "dll/shared/debug.h"
+#include "dll/shared/numfmt.h"
 
 namespace vorlix {
 namespace {

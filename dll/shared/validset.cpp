@@ -3,7 +3,6 @@
 #include "dll/shared/validset.h"
 
 #include "dll/shared/clilocal.h"
-#include "dll/shared/debug.h"
 
 namespace vorlix {
 namespace {
@@ -56,30 +55,6 @@ bool ValidSet::AddRange(unsigned char first, unsigned char last, const Locale& l
     if (member) allowed_.set(byte);
   }
   return true;
-}
-
-ValidOutcome FmtCheckValid(std::string_view text, std::string_view valid, char& badchar) {
-  DebugEntry(TRACE_FORMAT);
-  badchar = '\0';
-  const Locale& locale = LocaleInForce();
-  ValidSet set;
-  if (!set.Parse(valid, locale)) {
-    DebugPrint(TRACE_FORMAT, 1, "FmtCheckValid() failed: syntax error in character class '%.*s'",
-               static_cast<int>(valid.size()), valid.data());
-    return VALID_MALFORMED;
-  }
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    const bool printable = locale.Is(byte, CLASS_PRINT);
-    if (printable && set.Allows(byte)) continue;
-    if (printable)
-      DebugPrint(TRACE_FORMAT, 3, "FmtCheckValid(): invalid character %c", c);
-    else
-      DebugPrint(TRACE_FORMAT, 3, "FmtCheckValid(): non-printable character %02x", byte);
-    badchar = c;
-    return VALID_REFUSED;
-  }
-  return VALID_ALLOWED;
 }
 
 }  // namespace vorlix

@@ -1,8 +1,7 @@
-// The characters that a field allows, as its description writes them, and the check of a text against them.
+// The set of characters that a field allows, as its description writes it.
 #pragma once
 
 #include <bitset>
-#include <cstdint>
 #include <string_view>
 
 namespace vorlix {
@@ -23,13 +22,5 @@ class ValidSet {
 
   std::bitset<256> allowed_;
 };
-
-enum ValidOutcome : int32_t { VALID_MALFORMED = -1, VALID_REFUSED = 0, VALID_ALLOWED = 1 };
-
-/// Checks every character of `text`: it must be printable in the locale in force and allowed by `valid`. An empty
-/// `valid` allows everything; one that begins with "[" is a single character class ("[0-9A-Z]*", "[^x]*", with A-Z and
-/// a-z standing for the locale's upper-case and lower-case characters); any other lists the allowed characters.
-/// `badchar` becomes the first character refused, 0 otherwise.
-ValidOutcome FmtCheckValid(std::string_view text, std::string_view valid, char& badchar);
 
 }  // namespace vorlix
