@@ -8,19 +8,20 @@
 #include <sanitizer/asan_interface.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <utility>
+#include <filesystem>
 #include <vector>
 
 #include "dll/server/functions.h"
-#include "dll/server/nls.h"
 #include "dll/shared/csdx.h"
 #include "dll/shared/debug.h"
 #include "dll/shared/functable.h"
 #include "fuzz/input.h"
 #include "hostif/dllif.h"
 #include "hostif/math.h"
+#include "tools/scope.h"
 
 namespace vorlix::fuzz {
 namespace {
@@ -30,7 +31,7 @@ constexpr size_t LARGEST = 4096;
 alignas(LARGEST) char memory[3 * LARGEST];  // the block, and as much on both sides that nobody may touch
 char* const block = memory + LARGEST;
 size_t block_size = 0;
-bool files_changed = false;
+bool files_changed = true;
 
 // ---- Bytes of a block -----------------------------------------------------------------------------------------------
 
@@ -191,64 +192,53 @@ void MakeRealsValid() {
 
 // ---- What a call may do ---------------------------------------------------------------------------------------------
 
-/// The block as it was before a call, and as it may be after it.
-class Expected {
- public:
-  Expected() {
-    std::memcpy(before_, block, block_size);
-    std::memcpy(after_, block, block_size);
-  }
+char before[LARGEST];    // the block before the call
+char expected[LARGEST];  // the same with what the call may have written
 
-  /// Whether the block differs in nothing but what a call with this result may write.
-  bool Holds(int32_t code) {
-    const FunctionInfo* function = FindFunction(TextIn(before_, 0));
-    const bool refused = code == RESULT_UNKNOWN_FUNCTION || code == RESULT_WRONG_CLASS || code == RESULT_WRONG_COUNT ||
-                         code == RESULT_TOO_MANY_ARGS;
-    for (size_t i = 0; function != nullptr && !refused && i < function->arg_count; ++i)
-      AllowArg(i + 1, function->args[i]);
-    return std::memcmp(after_, block, block_size) == 0;
-  }
+void Allow(size_t offset, size_t size) { Copy(expected, offset, block + offset, size); }
 
- private:
-  void AllowArg(size_t index, const ArgInfo& info) {
-    const ArgDescriptor desc = DescriptorIn(before_, index);
-    const size_t offset = OffsetIn(before_, desc);
-    switch (info.type) {
-      case DeclaredType::IntByReference: return Allow(offset, sizeof(int32_t));
-      case DeclaredType::RealByReference: return AllowElements(desc, offset, sizeof(HostReal));
-      case DeclaredType::String: {
-        const int64_t room = desc.count > 1 ? int64_t{WORD_SIZE} * (desc.stride - 1) : desc.capacity;
-        const int64_t most = std::clamp<int64_t>(desc.capacity, 0, std::max<int64_t>(room, 0));
-        if (info.direction != Direction::In) Allow(offset + WORD_SIZE, size_t(most));
-        return AllowElements(desc, offset, sizeof(int32_t));
-      }
-      default:
-        if (desc.by_ref != 0) Allow(DescriptorOffset(index) + offsetof(ArgDescriptor, by_ref), WORD_SIZE);
+// What goes back into each element where the host passed a variable.
+void AllowElements(const ArgDescriptor& desc, size_t offset, size_t size) {
+  const auto count = size_t(std::clamp<int64_t>(desc.count, 1, desc.stride > 0 ? LARGEST : 1));
+  for (size_t k = 0; k < count && desc.by_ref != 0; ++k) Allow(offset + WORD_SIZE * size_t(desc.stride) * k, size);
+}
+
+void AllowArg(size_t index, const ArgInfo& info) {
+  const ArgDescriptor desc = DescriptorIn(before, index);
+  const size_t offset = OffsetIn(before, desc);
+  switch (info.type) {
+    case DeclaredType::IntByReference: return Allow(offset, sizeof(int32_t));
+    case DeclaredType::RealByReference: return AllowElements(desc, offset, sizeof(HostReal));
+    case DeclaredType::String: {
+      const int64_t room = desc.count > 1 ? int64_t{WORD_SIZE} * (int64_t{desc.stride} - 1) : desc.capacity;
+      const int64_t most = std::clamp<int64_t>(desc.capacity, 0, std::max<int64_t>(room, 0));
+      if (info.direction != Direction::In) Allow(offset + WORD_SIZE, size_t(most));
+      return AllowElements(desc, offset, sizeof(int32_t));
     }
+    default:
+      if (desc.by_ref != 0) Allow(DescriptorOffset(index) + offsetof(ArgDescriptor, by_ref), WORD_SIZE);
   }
+}
 
-  // What goes back into each element where the host passed a variable.
-  void AllowElements(const ArgDescriptor& desc, size_t offset, size_t size) {
-    const auto count = size_t(std::clamp<int64_t>(desc.count, 1, desc.stride > 0 ? LARGEST : 1));
-    for (size_t k = 0; k < count && desc.by_ref != 0; ++k) Allow(offset + WORD_SIZE * size_t(desc.stride) * k, size);
-  }
-
-  void Allow(size_t offset, size_t size) { Copy(after_, offset, block + offset, size); }
-
-  char before_[LARGEST];
-  char after_[LARGEST];
-};
+/// Makes the call. Whether the block differs in nothing but what a call with this result may write.
+bool ChangesWhatItMay() {
+  std::memcpy(before, block, block_size);
+  std::memcpy(expected, block, block_size);
+  const int32_t code = DllCall();
+  const FunctionInfo* function = FindFunction(TextIn(before, 0));
+  const bool refused = code == RESULT_UNKNOWN_FUNCTION || code == RESULT_WRONG_CLASS || code == RESULT_WRONG_COUNT ||
+                       code == RESULT_TOO_MANY_ARGS;
+  for (size_t i = 0; function != nullptr && !refused && i < function->arg_count; ++i)
+    AllowArg(i + 1, function->args[i]);
+  return std::memcmp(expected, block, block_size) == 0;
+}
 
 // ---- State ----------------------------------------------------------------------------------------------------------
 
-const PrivateDirectory& Files() {
-  static const PrivateDirectory directory;
-  return directory;
-}
-
+/// The files that calls may find, in the directory that the target works in.
 void MakeFiles() {
-  for (const auto& file : std::filesystem::directory_iterator(Files().Path())) std::filesystem::remove_all(file);
-  std::filesystem::copy(VORLIX_DICTIONARIES, Files().Path());
+  for (const auto& file : std::filesystem::directory_iterator(".")) std::filesystem::remove_all(file);
+  std::filesystem::copy(VORLIX_DICTIONARIES, ".");
   files_changed = false;
 }
 
@@ -276,27 +266,15 @@ void Reset(std::vector<std::string>& variables) {
   DllString no_room;
   int32_t status = 0;
   mdf_Get("none", "none", "", no_room, IntByReference(&status));  // what was read last goes with a failure
-  if (files_changed) MakeFiles();
 }
 
 }  // namespace
-}  // namespace vorlix::fuzz
 
-// The functions' way to files. What they may have written is made anew for the next input.
-extern "C" int __wrap_open(const char* path, int flags, ...);
-extern "C" int __wrap_open(const char* path, int flags, ...) {
-  vorlix::fuzz::files_changed |= (flags & O_ACCMODE) != O_RDONLY;
-  if (std::strchr(path, '/') == nullptr) return openat(AT_FDCWD, path, flags, 0600);
-  errno = EACCES;
-  return -1;
-}
-
-int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  using namespace vorlix;
-  using namespace vorlix::fuzz;
-  static const bool ready = (MakeFiles(), chdir(Files().Path().c_str()) == 0 && define_locale("LANG=C") == 0);
-  Require(ready, "there are files and a language");
-  Input input(bytes, size);
+void Run(Input input) {
+  static tool::ScratchDirectory directory;
+  static const bool entered = chdir(directory.Path().c_str()) == 0;
+  Require(entered, "there is a directory");
+  if (files_changed) MakeFiles();
   const uint8_t small = input.Byte();
   SetBlock(small == 0 ? LARGEST : sizeof(BlockHeader) + WORD_SIZE * small);
   std::vector<std::string> variables;
@@ -306,10 +284,19 @@ int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     MakeRealsValid();
     if (TextIn(block, 0) == "v_Set") variables.emplace_back(TextIn(block, 1));
     locale_changed |= TextIn(block, 0) == "dll_SetLocale";
-    Expected expected;
-    Require(expected.Holds(DllCall()), "a call changes only what it may");
+    Require(ChangesWhatItMay(), "a call changes only what it may");
   }
   if (locale_changed) define_locale("LANG=C");
   Reset(variables);
-  return 0;
+}
+
+}  // namespace vorlix::fuzz
+
+// The functions' way to files. What they may have written is made anew for the next input.
+extern "C" int __wrap_open(const char* path, int flags, ...);
+extern "C" int __wrap_open(const char* path, int flags, ...) {
+  vorlix::fuzz::files_changed |= (flags & O_ACCMODE) != O_RDONLY;
+  if (std::strchr(path, '/') == nullptr) return openat(AT_FDCWD, path, flags, 0600);
+  errno = EACCES;
+  return -1;
 }

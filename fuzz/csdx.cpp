@@ -22,17 +22,14 @@ void SendAndReceive(std::string_view bytes, size_t room) {
 }
 
 }  // namespace
-}  // namespace vorlix::fuzz
 
-int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  using namespace vorlix;
-  using namespace vorlix::fuzz;
-  Input input(bytes, size);
+void Run(Input input) {
   const uint8_t room = input.Byte();
   SendAndReceive(input.Rest(), room);
   CsdxReader reader{{}, input.Rest(), 0};
   OwnedText text;
   while (CSDX_ReadField(reader, text) > 0) continue;
   for (CsdxPayload payload; !input.Empty();) CSDX_ReceiveNext(payload, input.Until("\n"));
-  return 0;
 }
+
+}  // namespace vorlix::fuzz

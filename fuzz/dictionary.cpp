@@ -3,10 +3,10 @@
 #include <vector>
 
 #include "dll/server/functions.h"
-#include "dll/server/nls.h"
-#include "dll/shared/csdx.h"
 #include "fuzz/input.h"
 #include "host/xbuf.h"
+#include "tools/files.h"
+#include "tools/scope.h"
 
 namespace vorlix::fuzz {
 namespace {
@@ -70,23 +70,21 @@ void UseDialog(const char* dialog) {
 }
 
 }  // namespace
-}  // namespace vorlix::fuzz
 
-int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  using namespace vorlix;
-  using namespace vorlix::fuzz;
+void Run(Input input) {
   constexpr size_t DIALOG_ID = 1;
-  static const PrivateDirectory directory;
-  static const int32_t setup = define_locale("LANG=C");
-  Require(setup == 0, "there is a \"C\" locale");
-  Input input(bytes, size);
-  dict_OpenModel("M", directory.Write("model", input.Until("\n%%\n")).c_str(), out);
-  const std::string path = directory.Write("dictionary", input.Rest());
-  dict_Open("K", path.c_str(), 1, out);
-  dict_Open("K", path.c_str(), 2, out);  // shares the dictionary until one of the levels changes it
+  static tool::ScratchDirectory directory;
+  static const std::string model = directory.Path() + "/model";
+  static const std::string dictionary = directory.Path() + "/dictionary";
+  tool::WriteFile(model, input.Until("\n%%\n"));
+  tool::WriteFile(dictionary, input.Rest());
+  dict_OpenModel("M", model.c_str(), out);
+  dict_Open("K", dictionary.c_str(), 1, out);
+  dict_Open("K", dictionary.c_str(), 2, out);  // shares the dictionary until one of the levels changes it
   Text dialog;
   for (int i = 0; i < MOST && dict_DlgID("", 1, i, dialog, out) == RESULT_OK && value == 0; ++i)
     UseDialog(dialog.Item(DIALOG_ID).c_str());
   dict_CloseAll();
-  return 0;
 }
+
+}  // namespace vorlix::fuzz

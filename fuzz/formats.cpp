@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "dll/server/functions.h"
-#include "dll/server/nls.h"
 #include "dll/shared/calendar.h"
 #include "fuzz/input.h"
 
@@ -16,33 +15,37 @@ namespace {
 struct Results {
   explicit Results(int32_t room) : memory(new char[size_t(room)]), text{room, 0, memory.get()} {}
 
+  /// A copy of the text, as an argument.
+  const char* Shown() { return (shown = text.View()).c_str(); }
+
   std::unique_ptr<char[]> memory;
   DllString text;
-  std::string shown;  // a copy of the text
+  std::string shown;
   double number = 0;
-  int32_t value = 0;
-  int32_t rc = 0;
+  int32_t read = 0;
+  int32_t code = 0;
+  const IntByReference value{&read};
+  const IntByReference rc{&code};
 };
 
 void RunAll(const char* format, const char* typed, const char* valid, int32_t value, int32_t length, double number,
-            int32_t decimals, Results r) {
-  const IntByReference rc(&r.rc);
-  const IntByReference result(&r.value);
+            int32_t decimals) {
+  Results r(std::abs(length) % 300);
   fmt_Num(number, length, decimals, format, r.text);
   fmt_Text(typed, length, format, r.text);
-  scan_Text(typed, length, format, valid, r.text, rc);
+  scan_Text(typed, length, format, valid, r.text, r.rc);
   fmt_Date(value, decimals % 2, length, format, r.text);
   fmt_Time(value, length, format, r.text);
   fmt_Month(value, length, format, r.text);
   for (const char* type : {"", "I", "S", "GREG", "HM60", "KW"}) {
-    scan_Num(typed, type, decimals, -number, number, valid, r.number, r.text, rc);
-    scan_Date(typed, type, format, valid, result, r.text, rc);
-    scan_Time(typed, type, format, valid, result, r.text, rc);
+    scan_Num(typed, type, decimals, -number, number, valid, r.number, r.text, r.rc);
+    scan_Date(typed, type, format, valid, r.value, r.text, r.rc);
+    scan_Time(typed, type, format, valid, r.value, r.text, r.rc);
     fmt_Week(value, length, type, format, r.text);
-    scan_Week(typed, type, format, valid, result, r.text, rc);
-    scan_Month(typed, type, format, valid, result, r.text, rc);
+    scan_Week(typed, type, format, valid, r.value, r.text, r.rc);
+    scan_Month(typed, type, format, valid, r.value, r.text, r.rc);
     DllStrFromC(typed, r.text);
-    chk_Num(type, r.text, r.number, rc);
+    chk_Num(type, r.text, r.number, r.rc);
   }
 }
 
@@ -50,13 +53,12 @@ void CheckNumber(const char* format, int32_t length, double number, int32_t deci
   if (!(std::abs(number) < 1e15) || decimals < 0 || decimals > 15) return;
   Results r(255);
   fmt_Num(number, length, decimals, format, r.text);
-  r.shown = r.text.View();
-  if (r.shown.empty() || r.shown.front() == '?') return;
+  if (r.text.View().empty() || r.text.View().front() == '?') return;
   std::array<char, 40> printed;
   std::snprintf(printed.data(), printed.size(), "%.*f", decimals, number);
   const double expected = std::strtod(printed.data(), nullptr);
-  scan_Num(r.shown.c_str(), "", decimals, 0, 0, "", r.number, r.text, IntByReference(&r.rc));
-  Require(r.rc == 0 && std::abs(r.number) == std::abs(expected), "a number is read as it is shown");
+  scan_Num(r.Shown(), "", decimals, 0, 0, "", r.number, r.text, r.rc);
+  Require(r.code == 0 && std::abs(r.number) == std::abs(expected), "a number is read as it is shown");
   const bool without_sign = std::strchr(format, 'S') != nullptr;
   Require(without_sign ? r.number >= 0 : r.number == expected, "and so is its sign");
 }
@@ -68,39 +70,30 @@ void CheckDay(int32_t day) {
   const auto week_value = int32_t(week.year * 100 + week.week);
   const auto month_value = int32_t(date.year * 100 + date.month);
   Results r(20);
-  const IntByReference rc(&r.rc);
-  const IntByReference value(&r.value);
-  const auto shown = [&r] { return (r.shown = r.text.View()).c_str(); };
   fmt_Date(day, 1, 10, "%d.%m.%Y", r.text);
-  scan_Date(shown(), "GREG", "%d.%m.%Y", "", value, r.text, rc);
-  Require(r.value == day, "a date is read as it is shown");
+  scan_Date(r.Shown(), "GREG", "%d.%m.%Y", "", r.value, r.text, r.rc);
+  Require(r.read == day, "a date is read as it is shown");
   fmt_Week(week_value, 7, "KW", "%W/%Y", r.text);
-  scan_Week(shown(), "KW", "%W/%Y", "", value, r.text, rc);
-  Require(r.value == week_value, "a week is read as it is shown");
+  scan_Week(r.Shown(), "KW", "%W/%Y", "", r.value, r.text, r.rc);
+  Require(r.read == week_value, "a week is read as it is shown");
   fmt_Month(month_value, 7, "%m/%Y", r.text);
-  scan_Month(shown(), "", "%m/%Y", "", value, r.text, rc);
-  Require(r.value == month_value, "a month is read as it is shown");
+  scan_Month(r.Shown(), "", "%m/%Y", "", r.value, r.text, r.rc);
+  Require(r.read == month_value, "a month is read as it is shown");
 }
 
 }  // namespace
-}  // namespace vorlix::fuzz
 
-int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  using namespace vorlix;
-  using namespace vorlix::fuzz;
-  static const int32_t setup = define_locale("LANG=C");
-  Require(setup == 0, "there is a \"C\" locale");
-  Input input(bytes, size);
-  const std::string format(input.Until("\n").c_str());
-  const std::string typed(input.Until("\n").c_str());
-  const std::string valid(input.Until("\n").c_str());
+void Run(Input input) {
+  const std::string format = input.Until("\n");
+  const std::string typed = input.Until("\n");
+  const std::string valid = input.Until("\n");
   const auto value = input.Take<int32_t>();
   const auto length = input.Take<int16_t>();
   const auto decimals = input.Take<int8_t>();
   const auto number = input.Take<double>();
-  RunAll(format.c_str(), typed.c_str(), valid.c_str(), value, length, number, decimals,
-         Results(std::abs(length) % 300));
+  RunAll(format.c_str(), typed.c_str(), valid.c_str(), value, length, number, decimals);
   CheckNumber(format.c_str(), length, number, decimals);
   CheckDay(int32_t(uint32_t(value) % 145000) - 99000);  // from 1700 to 2097
-  return 0;
 }
+
+}  // namespace vorlix::fuzz

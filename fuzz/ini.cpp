@@ -1,12 +1,14 @@
 // A line that says what to do, and an INI file to do it with: walked in every way, and rewritten. A file that has been
 // rewritten reads back what was set, and keeps all other entries and all but a line of its bytes.
+#include <algorithm>
 #include <array>
-#include <iterator>
 #include <memory>
 #include <vector>
 
 #include "dll/shared/ini.h"
 #include "fuzz/input.h"
+#include "tools/files.h"
+#include "tools/scope.h"
 
 namespace vorlix::fuzz {
 namespace {
@@ -33,11 +35,6 @@ std::vector<Entry> ReadEntries(const std::string& path) {
   while (IniNextSection(hdl, section.data(), INI_TEXT_SIZE) == INI_INSIDE);
   IniClose(hdl);
   return entries;
-}
-
-std::string ReadBytes(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 void Walk(int hdl, char step, uint8_t size) {
@@ -76,7 +73,7 @@ void CheckBytes(std::string_view before, std::string_view after, const Entry& se
 
 void Rewrite(const std::string& path, uint8_t choice, bool new_name) {
   const std::vector<Entry> before = ReadEntries(path);
-  const std::string bytes = ReadBytes(path);
+  const std::string bytes = tool::ReadFile(path);
   Entry set = choice < before.size() ? before[choice] : Entry{"NEW", "KEY", ""};
   if (new_name) set.name = "OTHER";
   set.value = choice % 2 == 0 ? "7" : "a b";
@@ -88,20 +85,17 @@ void Rewrite(const std::string& path, uint8_t choice, bool new_name) {
   IniGetString(set.section, set.name, "?", value.data(), INI_TEXT_SIZE, path.c_str());
   Require(value.data() == set.value, "what was set is read");
   CheckEntries(before, ReadEntries(path), set);
-  CheckBytes(bytes, ReadBytes(path), set);
+  CheckBytes(bytes, tool::ReadFile(path), set);
 }
 
 }  // namespace
-}  // namespace vorlix::fuzz
 
-int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  using namespace vorlix;
-  using namespace vorlix::fuzz;
-  static const PrivateDirectory directory;
-  Input input(bytes, size);
+void Run(Input input) {
+  static tool::ScratchDirectory directory;
+  static const std::string path = directory.Path() + "/a.ini";
   const std::string line = input.Until("\n");
   Input steps(reinterpret_cast<const uint8_t*>(line.data()), std::min<size_t>(line.size(), 16));
-  const std::string path = directory.Write("a.ini", input.Rest());
+  tool::WriteFile(path, input.Rest());
   const int hdl = IniOpen(path.c_str(), "");
   while (!steps.Empty()) {
     const auto step = steps.Take<char>();
@@ -112,5 +106,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
       Walk(hdl, step, value);
   }
   IniCloseAll();
-  return 0;
 }
+
+}  // namespace vorlix::fuzz

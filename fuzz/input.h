@@ -1,18 +1,17 @@
-// What fuzz targets make of the bytes they are given, and the files that they work on.
+// What fuzz targets make of the bytes they are given.
 //
 // Values are taken from the front in their order, so that a seed can be written down, and a byte that is changed or put
 // in changes one value. Behind the end all values are 0 and all texts empty.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <string_view>
+
+#include "dll/server/nls.h"
 
 namespace vorlix::fuzz {
 
@@ -57,29 +56,15 @@ inline void Require(bool holds, const char* what) {
   std::abort();
 }
 
-/// A directory of the process's own, among temporary files, until its end.
-class PrivateDirectory {
- public:
-  PrivateDirectory() : path_(std::filesystem::temp_directory_path() / "vorlix_fuzz_XXXXXX") {
-    Require(mkdtemp(path_.data()) != nullptr, "there is a directory for temporary files");
-  }
-  ~PrivateDirectory() { std::filesystem::remove_all(path_); }
-  PrivateDirectory(const PrivateDirectory&) = delete;
-  PrivateDirectory& operator=(const PrivateDirectory&) = delete;
-
-  const std::string& Path() const { return path_; }
-
-  /// Writes a whole file; returns its path.
-  std::string Write(const char* name, std::string_view text) const {
-    const std::string path = path_ + "/" + name;
-    std::ofstream(path, std::ios::binary) << text;
-    return path;
-  }
-
- private:
-  std::string path_;
-};
+/// What the target does with an input. The first one finds the language "C" in force.
+void Run(Input input);
 
 }  // namespace vorlix::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size);
+/// How libFuzzer calls the target.
+extern "C" [[gnu::used]] inline int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
+  static const int32_t setup = vorlix::define_locale("LANG=C");
+  vorlix::fuzz::Require(setup == 0, "there is a \"C\" locale");
+  vorlix::fuzz::Run({bytes, size});
+  return 0;
+}

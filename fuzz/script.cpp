@@ -5,10 +5,10 @@
 #include "tools/failure.h"
 #include "tools/quoting.h"
 
-int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  using namespace vorlix;
-  using namespace vorlix::fuzz;
-  const std::string_view text = Input(bytes, size).Rest();
+namespace vorlix::fuzz {
+
+void Run(Input input) {
+  const std::string_view text = input.Rest();
   try {
     tool::ParseScript(text, "script");
   } catch (const tool::ToolError& error) {
@@ -19,5 +19,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   for (const tool::Word& word : words)
     for (const tool::Piece& piece : word.pieces) read += piece.is_name ? "?" : piece.text;
   Require(words.size() == 1 && read == text, "a quoted text is one word and the same text");
-  return 0;
 }
+
+}  // namespace vorlix::fuzz

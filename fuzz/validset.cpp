@@ -1,16 +1,13 @@
 // Bytes as a VALID set: a list allows its characters, "[^...]*" allows what "[...]*" does not, and scanners go by it.
 #include "dll/shared/validset.h"
-#include "dll/server/nls.h"
 #include "dll/shared/clilocal.h"
 #include "dll/shared/numfmt.h"
 #include "fuzz/input.h"
 
-int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  using namespace vorlix;
-  using namespace vorlix::fuzz;
-  static const int32_t setup = define_locale("LANG=C");
-  Require(setup == 0, "there is a \"C\" locale");
-  const std::string valid(Input(bytes, size).Rest());
+namespace vorlix::fuzz {
+
+void Run(Input input) {
+  const std::string valid(input.Rest());
   ValidSet set;
   const bool sound = set.Parse(valid, LocaleInForce());
   ValidSet inverse;
@@ -27,5 +24,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   char refused = 0;
   const ValidOutcome outcome = FmtCheckValid(valid, valid, refused);
   Require((outcome == VALID_MALFORMED) == !sound, "scanners find the same faults");
-  return 0;
 }
+
+}  // namespace vorlix::fuzz

@@ -40,21 +40,19 @@ std::string WriteAsServer(const std::vector<host::XbufItem>& items, size_t room)
 }
 
 }  // namespace
-}  // namespace vorlix::fuzz
 
-int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  using namespace vorlix;
-  using namespace vorlix::fuzz;
-  const std::string_view xbuf = Input(bytes, size).Rest();
+void Run(Input input) {
+  const std::string_view xbuf = input.Rest();
   const Items items = ReadAsServer(xbuf);
   Require(items == ReadAsHost(xbuf), "server and host read the same");
   Object object;
   std::array<char, 20> field;
   XbufObSet(object, field, xbuf);
-  if (!items) return 0;
+  if (!items) return;
   const std::string written = host::WriteXbuf(*items);
   Require(ReadAsServer(written) == items, "what the host writes is read again");
   Require(WriteAsServer(*items, written.size() + XBUF_HEADER_SIZE) == written, "the server writes the same");
-  WriteAsServer(*items, size / 2);
-  return 0;
+  WriteAsServer(*items, xbuf.size() / 2);
 }
+
+}  // namespace vorlix::fuzz

@@ -3,50 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tests/support/callables.h"
 
-namespace vorlix {
+namespace vorlix::test {
 namespace {
 
 using Lines = std::vector<std::string>;
 
-// Code, last and text of the next block.
-std::string SendNext(int32_t capacity) {
-  test::TestString block(capacity);
-  int32_t last = -7;
-  const int32_t code = CSDX_SendNext(block, IntByReference(&last));
-  EXPECT_TRUE(block.GuardsIntact());
-  return std::to_string(code) + " " + std::to_string(last) + " " + std::string(block.View());
-}
-
-TEST(CsdxBuffer, IsSentInBlocks) {
-  const std::string payload(40, 'p'), whole = "R1~000050~" + payload;
-  ASSERT_EQ(CSDX_PackString(payload), 0);
-  EXPECT_EQ(*CSDX_Contents(), whole);
-  EXPECT_EQ(SendNext(40), "0 0 0~" + whole.substr(0, 38));
-  EXPECT_EQ(SendNext(40), "0 1 38~" + whole.substr(38));
-  EXPECT_EQ(SendNext(40), "19 -7 ");
-  // The offset of the second block is a digit longer, and the margin counts from there.
-  ASSERT_EQ(CSDX_PackString(payload), 0);
-  EXPECT_EQ(SendNext(22), "0 0 0~" + whole.substr(0, 20));
-  EXPECT_EQ(SendNext(22), "18 1 ");
-}
-
-TEST(CsdxBuffer, NeedsRoomForOffsetAndMargin) {
-  const std::pair<int32_t, const char*> rows[] = {
-      {22, "0 1 0~R1~000015~hello"}, {21, "18 1 "}, {0, "18 1 "}, {-4, "18 1 "}};
-  for (const auto& [capacity, sent] : rows) {
-    ASSERT_EQ(CSDX_PackString("hello"), 0);
-    EXPECT_EQ(SendNext(capacity), sent) << capacity;
-    EXPECT_EQ(SendNext(100), "19 -7 ") << "the buffer is gone either way";
-  }
-}
-
 TEST(CsdxBuffer, StaysBelowItsLimit) {
-  const test::TraceCapture trace("D1");
+  const TraceCapture trace("D1");
   EXPECT_EQ(CSDX_PackString(std::string(999'989, 'x')), 0);
   EXPECT_EQ(CSDX_Contents()->substr(0, 10), "R1~999999~");
   EXPECT_EQ(CSDX_PackString(std::string(999'990, 'x')), 1);
@@ -66,7 +33,7 @@ TEST(CsdxReading, ReadsCountedFields) {
       {"9999999999999999999999~a", -1, "", 0, "Field(): heap overflow (1000000000001)"},
   };
   for (const auto& row : rows) {
-    const test::TraceCapture trace("D1");
+    const TraceCapture trace("D1");
     CsdxReader reader{{}, row.in, 0};
     OwnedText value;
     EXPECT_EQ(CSDX_ReadField(reader, value), row.result) << row.in;
@@ -93,12 +60,13 @@ TEST(CsdxReading, CollectsBlocks) {
       {{"0~R1~9000000~"}, -1, {"D1: " + at + "heap overflow (8999990)"}},
       {{"5~abc"}, -2, {"D1: " + at + "csdxBuf == NULL"}},
       {{"0~R1~000015~he", "13~llo"}, -2, {first, "D1: " + at + "offset is inconsistent (13, expected=12)"}},
+      {{"0~R1~000015~he", "11~ello"}, -2, {first, "D1: " + at + "offset is inconsistent (11, expected=12)"}},
       {{"0~R1~000015~hello!"}, -2, {whole, "D1: " + at + "length is inconsistent"}},
       {{"hello"}, -2, {"D1: CSDX_ReadToSep(): invalid entry [hello]"}},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.blocks.back());
-    const test::TraceCapture trace("D2");
+    const TraceCapture trace("D2");
     CsdxPayload payload;
     int result = 1;
     for (const std::string& block : row.blocks) {
@@ -113,4 +81,4 @@ TEST(CsdxReading, CollectsBlocks) {
 // clang-format on
 
 }  // namespace
-}  // namespace vorlix
+}  // namespace vorlix::test

@@ -7,59 +7,47 @@
 #include "host/decimal.h"
 #include "host/server.h"
 #include "tests/support/server.h"
+#include "tools/files.h"
+#include "tools/scope.h"
 
 namespace vorlix::host {
 namespace {
 
 using test::TestServer;
 
-// A result in short: its code, then each argument by class and value, "&" in front when its by-reference flag is set.
-std::string Show(const Result& result) {
-  std::string text = std::to_string(result.code);
-  for (const Arg& arg : result.args) {
-    text += arg.by_ref ? " &" : " ";
-    for (size_t k = 0; k < arg.Count(); ++k) {
-      if (k > 0) text += ",";
-      if (arg.Class() == HOST_INTEGER) text += std::to_string(arg.IntAt(k));
-      if (arg.Class() == HOST_REAL) text += FormatDecimal(arg.RealAt(k));
-      if (arg.Class() == HOST_STRING) text += arg.TextAt(k);
-    }
-  }
-  return text;
+// As no call script sends them.
+TEST(Call, TakesArraysAndReturnsByValue) {
+  Server server(TestServer());
+  EXPECT_EQ(server.Call("dll_Revision", {Text("abcde")}).args[0].TextAt(), "3.10e") << "the length stays";
+  const Arg two_reals = ByRef(Reals({Real("7").RealAt(), Real("8").RealAt()}));
+  const Result described = server.Call("u_udata", {Text("feld:N,10,2,1,>-0.5,1e40,m;"), OutText(1), Int(9), IntRef(),
+                                                   IntRef(), IntRef(), Real("1.50"), two_reals, IntRef()});
+  EXPECT_EQ(described.args[2].IntAt(), 10);
+  EXPECT_EQ(FormatDecimal(described.args[6].RealAt()), "1.5");
+  EXPECT_EQ(FormatDecimal(described.args[7].RealAt(0)) + " " + FormatDecimal(described.args[7].RealAt(1)), "1E+40 8");
+  server.Call("l_CreateList", {ByRef(Ints({7, 8})), Text("list")});
+  EXPECT_FALSE(server.Call("l_Add", {ByRef(Real("1.99")), Texts({"a~$", "b"})}).args[0].by_ref) << "declared by value";
+  const Arg texts = ByRef(Texts({"..", "...", "xyz"}));
+  const Arg got = server.Call("l_GetIdx", {Ints({1, 99}), Ints({1, -7}), texts, IntRef()}).args[2];
+  EXPECT_EQ(got.TextAt(0) + got.TextAt(1) + got.TextAt(2), "a~$...xyz");
+  EXPECT_EQ(server.TakeStandardError(), "");
 }
 
-TEST(Call, BringsBackCodesValuesLengthsAndFlags) {
-  const struct {
-    const char* function;
-    std::vector<Arg> args;
-    const char* shown;  // result code, then each argument
-  } rows[] = {
-      {"dll_Revision", {TextRef("abcde", 5)}, "0 &3.10"},
-      {"dll_Revision", {Text("abcde")}, "0 3.10e"},
-      {"dll_Revision", {}, "9"},
-      {"dll_Revision", {OutText(4), Int(1)}, "9 & 1"},
-      {"DLL_REVISION", {OutText(4)}, "7 &"},
-      {"", {}, "7"},
-      {"v_Get", {ByRef(Int(1)), OutText(4)}, "8 &1 &"},
-      {"dll_Debug", {ByRef(Real("0.9"))}, "0 0.9"},
-      {"dll_Debug", {ByRef(Text("0"))}, "8 &0"},
-      {"v_Set", {ByRef(Text("name")), Text("value")}, "0 &name value"},
-      {"dll_SetLocale", {ByRef(Text("LANG=C"))}, "0 LANG=C"},
-      {"v_Get", {Text("name"), Texts({"123456789"})}, "0 name value6789"},
-      {"v_Get", {Text("name"), TextRef("1234", 4)}, "18 name &1234"},
-      {"l_CreateList", {IntRef(7), Text("list")}, "0 &1 list"},
-      {"l_Add", {Real("1.99"), Text("a~$")}, "0 1.99 a~$"},
-      {"l_GetIdx",
-       {Ints({1, 99}), Ints({1, -7}), ByRef(Texts({"..", "...", "xyz"})), IntRef()},
-       "0 1,99 1,-7 &a~$,...,xyz &0"},
-      {"u_udata",
-       {Text("FELD:N,10,2,1,>-0.5,1e40,m;"), OutText(1), Int(9), IntRef(), IntRef(), IntRef(), Real("1.50"),
-        ByRef(Reals({{1, 1, 1, {7}}})), IntRef(5)},
-       "0 feld:n,10,2,1,>-0.5,1e40,m; &N 10 &2 &1 &1 1.5 &1E+40 &1"},
-  };
+TEST(Call, TracesWhatAModelDefinitionHoldsInVain) {
+  tool::ScratchDirectory scratch;
+  const std::string path = scratch.Path() + "/mdf";
+  tool::WriteFile(path, "[all]\nTitle=no\nTEXT=x\nREV=1\nGRUPPE=123456789\nGRUPPE=123456789\nx=%d\n");
+  const std::vector<Arg> args = {Text(path), Text("all"), Text("mod,x,,Mdf_a,%s,Mdf_,b"), OutText(300), IntRef()};
   Server server(TestServer());
-  for (const auto& row : rows) EXPECT_EQ(Show(server.Call(row.function, row.args)), row.shown) << row.function;
-  EXPECT_EQ(server.TakeStandardError(), "");
+  server.Call("mdf_Get", args);
+  server.Call("dll_Debug", {Int(1)});
+  EXPECT_EQ(server.TakeStandardError(), "return code is 0\n");
+  server.Call("mdf_Get", args);
+  EXPECT_EQ(server.TakeStandardError(),
+            "\ncalling mdf_Get, argc = 5\nmdf_Get: section = all\n"
+            "mdf_Get: do_filter: ignored: x\nmdf_Get: do_filter: ignored: \nmdf_Get: do_filter: ignored: a\n"
+            "mdf_Get: do_filter: ignored: %s\nmdf_Get: do_read: ignored: TITLE (no)\n"
+            "mdf_Get: GRUPPE exceeds limit of 18 (len = 19)\nmdf_Get: do_read: ignored: X (%d)\nreturn code is 0\n");
 }
 
 TEST(Call, WorksFromBlocksOfAllSizesMappedAnywhere) {
@@ -75,7 +63,8 @@ TEST(Call, WorksFromBlocksOfAllSizesMappedAnywhere) {
     EXPECT_EQ(ReadBack(block).args[1].TextAt(), value + std::to_string(base));
   }
   EXPECT_THROW(server.Call("v_Get", {Text("base"), OutText(1 << 20)}), std::length_error);
-  EXPECT_EQ(Show(server.Call("dll_Revision", {OutText(9)})), "0 &3.10") << "a call that does not fit is not placed";
+  EXPECT_EQ(server.Call("dll_Revision", {OutText(9)}).args[0].TextAt(), "3.10")
+      << "a call that does not fit is not placed";
 }
 
 }  // namespace

@@ -7,26 +7,21 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <new>
 #include <random>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "host/csdx.h"
 #include "host/server.h"
 #include "tests/support/server.h"
+#include "tools/files.h"
+#include "tools/scope.h"
 
 namespace vorlix::host {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// What the host tells the test, in memory that both have.
 struct Progress {
@@ -37,21 +32,15 @@ struct Progress {
 class Endings : public testing::Test {
  protected:
   Endings() {
-    mkdtemp(dir_.data());
-    std::ofstream(dir_ + "/ini") << bulk_ << "K=a\n";
+    tool::WriteFile(ini_, bulk_ + "K=a\n");
     // Whatever becomes of the host, its server comes to this process in the end, which can wait for it.
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     void* memory = mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     progress_ = new (memory) Progress;
   }
-  ~Endings() override {
-    munmap(progress_, sizeof(Progress));
-    fs::remove_all(dir_);
-  }
 
-  /// A host that makes calls of many kinds until its server ends. Its exit status is 0 if that is how it ended.
-  [[noreturn]] void RunHost(const Ending& expected) const {
-    const std::string ini = dir_ + "/ini";
+  /// Makes calls of many kinds until the server ends. True if that is how it ended.
+  bool Work(const Ending& expected) const {
     const std::string dictionary = VORLIX_EXAMPLES "/dict/bestellung.dic";
     try {
       ServerOptions options = test::TestServer();
@@ -59,7 +48,7 @@ class Endings : public testing::Test {
       Server server(options);
       progress_->server = server.Pid();
       for (;; ++progress_->rounds) {
-        server.Call("ini_SetString", {Text(""), Text("K"), Text(progress_->rounds % 2 == 0 ? "b" : "a"), Text(ini)});
+        server.Call("ini_SetString", {Text(""), Text("K"), Text(progress_->rounds % 2 == 0 ? "b" : "a"), Text(ini_)});
         server.Call("dict_Open", {Text("D"), Text(dictionary), Int(1), IntRef()});
         server.Call("dict_CloseAll");
         server.Call("v_Set", {Text("name"), Text(bulk_)});
@@ -67,15 +56,16 @@ class Endings : public testing::Test {
         FetchTransfer(server);
       }
     } catch (const ServerError& error) {
-      _exit(error.HowEnded() == expected ? 0 : 1);
+      return error.HowEnded() == expected;
     }
   }
 
+  /// A host, whose exit status is 0 if its server ends as expected.
   pid_t StartHost(const Ending& expected) const {
     progress_->server = 0;
     progress_->rounds = 0;
     const pid_t host = fork();
-    if (host == 0) RunHost(expected);
+    if (host == 0) _exit(Work(expected) ? 0 : 1);
     return host;
   }
 
@@ -95,22 +85,13 @@ class Endings : public testing::Test {
 
   /// Whether there is a segment of this test, which has a size of its own.
   bool HasSegment() const {
-    std::ifstream list("/proc/sysvipc/shm");
-    std::string line, key, id, permissions;
-    std::getline(list, line);
-    for (size_t size; list >> key >> id >> permissions >> size; std::getline(list, line))
-      if (size == segment_size_) return true;
-    return false;
-  }
-
-  std::string Contents() const {
-    std::ifstream file(dir_ + "/ini");
-    return {std::istreambuf_iterator<char>(file), {}};
+    return tool::ReadFile("/proc/sysvipc/shm").find(" " + std::to_string(segment_size_) + " ") != std::string::npos;
   }
 
   const std::string bulk_ = std::string(200'000, '\n');
-  const size_t segment_size_ = (size_t{1} << 20) + static_cast<size_t>(getpid());
-  std::string dir_ = "/tmp/vorlix-endings-XXXXXX";
+  const size_t segment_size_ = (size_t{1} << 24) + static_cast<size_t>(getpid());  // no process has such an id
+  tool::ScratchDirectory directory_;
+  const std::string ini_ = directory_.Path() + "/ini";
   Progress* progress_;
 };
 
@@ -146,13 +127,10 @@ TEST_F(Endings, LeaveNothingHalfDone) {
       kill(row.to_host ? host : progress_->server.load(), row.signal);
       for (const int status : AwaitEnds()) EXPECT_TRUE(row.statuses.contains(status)) << status;
       EXPECT_FALSE(HasSegment());
-      const std::string now = Contents();
+      const std::string now = tool::ReadFile(ini_);
       ASSERT_TRUE(now == bulk_ + "K=a\n" || now == bulk_ + "K=b\n") << now.size();
-      for (const auto& entry : fs::directory_iterator(dir_))
-        if (entry.path().filename() != "ini") {
-          EXPECT_TRUE(row.may_leave_files) << entry.path();
-          fs::remove(entry);
-        }
+      for (const auto& entry : std::filesystem::directory_iterator(directory_.Path()))
+        EXPECT_TRUE(entry.path() == ini_ || (row.may_leave_files && std::filesystem::remove(entry))) << entry.path();
     }
 }
 

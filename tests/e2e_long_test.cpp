@@ -2,23 +2,16 @@
 // grow with the number of calls.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <iterator>
-#include <list>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "dll/shared/functable.h"
 #include "host/server.h"
 #include "tests/support/scripts.h"
 #include "tests/support/server.h"
-#include "tools/files.h"
-#include "tools/player.h"
 
 namespace vorlix::test {
 namespace {
@@ -35,8 +28,8 @@ constexpr long CALLS = 250'000;
 #endif
 
 struct Size {
-  long resident_kib;
-  long descriptors;
+  long resident_kib = 0;
+  long descriptors = 0;
 };
 
 Size Measure(const host::Server& server) {
@@ -50,19 +43,13 @@ Size Measure(const host::Server& server) {
 TEST(LongLife, DoesNotMakeTheServerGrow) {
   host::Server server(TestServer());
   std::vector<std::pair<std::string, std::vector<host::Arg>>> calls;
-  const host::Caller record = [&](std::string_view name, const std::vector<host::Arg>& args) {
+  const auto players = PlayScripts([&](std::string_view name, const std::vector<host::Arg>& args) {
     calls.emplace_back(name, args);
     return server.Call(name, args);
-  };
-  std::list<tool::Player> players;  // each has a directory that its calls speak of
-  for (const std::string& path : CallScripts()) {
-    players.emplace_back(record, path, true).Play(tool::ParseScript(tool::ReadFile(path), path));
-    PutBack(record);
-  }
-
+  });
   const char* const wanted = std::getenv("VORLIX_CALLS_TO_MAKE");
   const long count = wanted != nullptr ? std::atol(wanted) : CALLS;
-  Size settled{};
+  Size settled;
   long made = 0;
   while (made < count) {
     for (const auto& [name, args] : calls) server.Call(name, args);

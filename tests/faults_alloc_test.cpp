@@ -27,10 +27,12 @@
 #include "tests/support/heap.h"
 #include "tests/support/scripts.h"
 #include "tools/files.h"
-#include "tools/player.h"
+#include "tools/scope.h"
 
 namespace vorlix::test {
 namespace {
+
+namespace fs = std::filesystem;
 
 /// How functions say that there is no memory. The rows of one function are all it may say.
 struct Answer {
@@ -38,55 +40,53 @@ struct Answer {
   int32_t code;                 // the result
   std::string_view argument{};  // where the host learns it, when that is not the result
   int32_t value = 0;            // of the argument
-  std::string_view trace{};     // pattern of the lines of level 1
+  std::string trace{};          // pattern of the lines of level 1
   bool no_buffer = false;       // there is nothing to send any more
+  bool not_presented = false;   // an argument is what failed: the function does not run then
 };
 
-constexpr Answer ANSWERS[] = {
-    {"dll_SetDebugFlags", 0},  // the trace file goes without its header
-    {"dll_SetLocale", 2},
-    {"dll_SetLocale", 2, "", 0, "D1: BuildLocale() failed: heap overflow", true},
-    {"dll_SetLocale", 2, "", 0, "D1: GetLocaleInfo() failed: heap overflow [LANGINFO]", true},
-    {"v_Set", 2},
-    {"u_udata", 2},
-    {"l_*", 2001},
-    {"ini_SetString", 0},  // the file is the old one
-    {"mdf_Get", 0, "rc_p", -ENOMEM},
-    {"dict_Open*", 0, "rc_p", -ENOMEM},
-    {"dict_Open*", 0, "rc_p", -ENOMEM, "D1: AddDlgLevel() failed: heap overflow"},
-    {"dict_Open*", 0, "rc_p", -ENOMEM, "D1: AddDlgHandle() failed: heap overflow (1)"},
-    {"dict_Open*", 0, "rc_p", -ENOMEM, "D1: AddDlgHandle() failed: heap overflow (2)"},
-    {"dict_Open*", 0, "rc_p", 1, "D1: ObCopy() failed: heap overflow (section=*, item=*, value=*)"},
-    {"dict_Open*", 0, "rc_p", 1, "D1: ObCheck() failed: heap overflow, section '*'"},
-    {"dict_NewAlias", 19, "", 0, "D1: NewDlgAlias(): Memory allocation failed\nD1: dict_NewAlias() failed"},
-    {"dict_Update", 19, "", 0, "D1: XbufObSet() failed: heap overflow (item=*)"},
-    {"dict_Update", 19, "", 0, "D1: DeriveDict() failed: heap overflow (dict)"},
-    {"dict_Update", 19, "", 0, "D1: DeriveDict() failed: heap overflow (dict->id)"},
-    {"dict_Update", 19, "", 0, "D1: DeriveDict() failed: heap overflow (catalog)"},
-    {"dict_Update", 19, "", 0, "D1: DeriveDict() failed: heap overflow (catalog->hdl)"},
-    {"dict_Update", 19, "", 0, "D1: DeriveDict() failed: heap overflow (catalog->pfx)"},
-    {"dict_Update", 19, "", 0, "D1: DeriveDict() failed: heap overflow (item)"},
-    {"dict_Update", 19, "", 0, "D1: DeriveDict() failed: heap overflow (item->item)"},
-    {"dict_Update", 19, "", 0, "D1: DeriveDict() failed: heap overflow (item->value)"},
-    {"dict_Update", 19, "", 0, "D1: DeriveDict() failed: heap overflow (section)"},
-    {"dict_Update", 19, "", 0, "D1: DeriveDict() failed: heap overflow (section->section)"},
-    {"dict_Update", 19, "", 0, "D1: ObCopy() failed: heap overflow (section=*, item=*, value=*)"},
-    {"dict_Update", 19, "", 0, "D1: ObCheck() failed: heap overflow, section '*'"},
-    {"dict_PackDX", 2, "", 0, "D1: dict_PackDX() failed: heap overflow", true},
-    {"dict_PackBufDX", 2, "", 0, "D1: CSDX_PackString() failed: heap overflow", true},
-    {"dict_*Filter*", 2, "", 0, "D1: AddVar(*) failed: heap overflow (1)"},
-    {"dict_*Filter*", 2, "", 0, "D1: AddVar(*) failed: heap overflow (2)"},
-    {"dict_FilterSetValue", 2, "", 0, "D1: VarSetCurrValue(*) failed: heap overflow"},
-};
-
-/// The call frame says so itself when an argument cannot be presented. The function does not run then.
-constexpr Answer NOT_PRESENTED = {"*", RESULT_NO_MEMORY};
+std::vector<Answer> Answers() {
+  std::vector<Answer> answers = {
+      {"*", RESULT_NO_MEMORY, "", 0, "", false, true},
+      {"dll_SetDebugFlags", 0},  // the trace file goes without its header
+      {"dll_SetLocale", 2},
+      {"dll_SetLocale", 2, "", 0, "D1: BuildLocale() failed: heap overflow", true},
+      {"dll_SetLocale", 2, "", 0, "D1: GetLocaleInfo() failed: heap overflow [LANGINFO]", true},
+      {"v_Set", 2},
+      {"u_udata", 2},
+      {"l_*", 2001},
+      {"ini_SetString", 0},  // the file is the old one
+      {"mdf_Get", 0, "rc_p", -ENOMEM},
+      {"dict_Open*", 0, "rc_p", -ENOMEM},
+      {"dict_Open*", 0, "rc_p", -ENOMEM, "D1: AddDlgLevel() failed: heap overflow"},
+      {"dict_Open*", 0, "rc_p", -ENOMEM, "D1: AddDlgHandle() failed: heap overflow (1)"},
+      {"dict_Open*", 0, "rc_p", -ENOMEM, "D1: AddDlgHandle() failed: heap overflow (2)"},
+      {"dict_Open*", 0, "rc_p", 1, "D1: ObCopy() failed: heap overflow (section=*, item=*, value=*)"},
+      {"dict_Open*", 0, "rc_p", 1, "D1: ObCheck() failed: heap overflow, section '*'"},
+      {"dict_NewAlias", 19, "", 0, "D1: NewDlgAlias(): Memory allocation failed\nD1: dict_NewAlias() failed"},
+      {"dict_Update", 19, "", 0, "D1: XbufObSet() failed: heap overflow (item=*)"},
+      {"dict_Update", 19, "", 0, "D1: ObCopy() failed: heap overflow (section=*, item=*, value=*)"},
+      {"dict_Update", 19, "", 0, "D1: ObCheck() failed: heap overflow, section '*'"},
+      {"dict_PackDX", 2, "", 0, "D1: dict_PackDX() failed: heap overflow", true},
+      {"dict_PackBufDX", 2, "", 0, "D1: CSDX_PackString() failed: heap overflow", true},
+      {"dict_*Filter*", 2, "", 0, "D1: AddVar(*) failed: heap overflow (1)"},
+      {"dict_*Filter*", 2, "", 0, "D1: AddVar(*) failed: heap overflow (2)"},
+      {"dict_FilterSetValue", 2, "", 0, "D1: VarSetCurrValue(*) failed: heap overflow"},
+      {"dict_FilterNext", 2, "", 0, "D1: VarSetCurrValue(*) failed: heap overflow"},
+  };
+  for (const char* piece : {"dict", "dict->id", "catalog", "catalog->hdl", "catalog->pfx", "item", "item->item",
+                            "item->value", "section", "section->section"})
+    answers.push_back(
+        {"dict_Update", 19, "", 0, std::string("D1: DeriveDict() failed: heap overflow (") + piece + ")"});
+  return answers;
+}
 
 bool Fits(const Answer& answer, const FunctionInfo& function, const host::Result& result, const std::string& trace) {
   if (!tool::Matches(function.name, answer.functions) || result.code != answer.code) return false;
   for (size_t k = 0; k < function.arg_count; ++k)
     if (function.args.at(k).name == answer.argument && result.args.at(k).IntAt() != answer.value) return false;
-  return tool::Matches(trace, answer.trace) && !(answer.no_buffer && CSDX_Contents());
+  return tool::Matches(trace, answer.trace + (answer.trace.empty() ? "" : "\n")) &&
+         !(answer.no_buffer && CSDX_Contents());
 }
 
 /// How many arguments of a call need memory to be presented: an allocation each, before the function runs.
@@ -99,19 +99,9 @@ int PresentedApart(const FunctionInfo& function, const std::vector<host::Arg>& a
 
 // ---- What a failure leaves as it was --------------------------------------------------------------------------------
 
-/// The file, and the names of all beside it.
-std::string Files(const std::filesystem::path& path) {
-  std::set<std::string> names;
-  std::error_code none;
-  for (const auto& entry : std::filesystem::directory_iterator(path.parent_path(), none))
-    names.insert(entry.path().filename());
-  std::string shown = std::filesystem::is_regular_file(path) ? tool::ReadFile(path) : "";
-  for (const std::string& name : names) shown += "\n" + name;
-  return shown;
-}
-
-/// Whether a failure ends, as documented, more than the same call made again would bring back: the walk with a filter
-/// ends its set, and a dictionary that cannot be opened at a level takes with it what was opened there before.
+/// Whether a failure of the function ends, as documented, more than the same call made again would bring back: the walk
+/// with a filter ends its set, and a dictionary that cannot be opened at a level takes with it what was opened there
+/// before.
 bool EndsMore(const FunctionInfo& function, const std::vector<host::Arg>& args) {
   if (function.name == "dict_FilterNext") return true;
   return function.name == "dict_Open" && args.at(2).IntAt() >= 0 && GetDlgDict(args.at(2).IntAt(), 0) != nullptr;
@@ -132,11 +122,14 @@ std::string State(const FunctionInfo& function, const std::vector<host::Arg>& ar
   const auto levels = std::exchange(debug_levels, {});  // looking at it is no part of a trace
   std::string state = with_dictionaries ? ShowAll() : ShowDialogs();
   debug_levels = levels;
-  const std::filesystem::directory_iterator descriptors("/proc/self/fd");
-  if (function.name != "dll_SetDebugFlags")
-    state += "\n" + std::to_string(std::distance(begin(descriptors), end(descriptors)));
-  if (function.name == "ini_SetString") state += Files(args.at(3).TextAt());
-  return state;
+  const auto count = [](const fs::path& directory) {
+    std::error_code none;
+    return "\n" + std::to_string(std::distance(fs::directory_iterator(directory, none), {})) + "\n";
+  };
+  if (function.name != "dll_SetDebugFlags") state += count("/proc/self/fd");
+  if (function.name != "ini_SetString") return state;
+  const fs::path file = args.at(3).TextAt();
+  return state + count(file.parent_path()) + (fs::is_regular_file(file) ? tool::ReadFile(file) : "");
 }
 
 // ---- The driver -----------------------------------------------------------------------------------------------------
@@ -148,19 +141,16 @@ class StarvedServer {
 
   host::Result Call(std::string_view name, const std::vector<host::Arg>& args) {
     const FunctionInfo& function = *FindFunction(name);
-    called_.insert(name);
     const bool sets_trace = name == "dll_SetDebugFlags";
     if (sets_trace) trace_.reset();
     // What a script traces by itself is left alone.
-    if ((trace_ || sets_trace) && !EndsMore(function, args)) {
-      // Room that a failed call has made may be there for the next one, which then needs less.
-      int nth = 0;
-      while (Fails(function, args, nth, false) && Fails(function, args, nth, true)) ++nth;
-    } else {
-      host::PlaceCall(block_, name, args);
-      DllSetResult(DllCall());
-    }
+    int nth = trace_ || sets_trace ? 0 : INT32_MAX;
+    if (nth == 0) starved_.insert(name);
+    // Room that a failed call has made may be there for the next one, which then needs less.
+    while (Fails(function, args, nth, false) && Fails(function, args, nth, true)) ++nth;
     if (sets_trace && args.at(1).TextAt().empty()) trace_.emplace("*1");
+    if (name == "dict_CloseAll") dict_calls_.clear();
+    if (name.starts_with("dict_")) dict_calls_.emplace_back(name, args);
     return host::ReadBack(block_);
   }
 
@@ -168,8 +158,8 @@ class StarvedServer {
   std::string Missing() const {
     std::string missing;
     for (const FunctionInfo& function : FUNCTIONS)
-      if (!called_.contains(function.name)) missing.append(" ").append(function.name);
-    for (const Answer& answer : ANSWERS)
+      if (!starved_.contains(function.name)) missing.append(" ").append(function.name);
+    for (const Answer& answer : answers_)
       if (!met_.contains(&answer)) missing.append("\n").append(answer.functions).append(" ").append(answer.trace);
     return missing;
   }
@@ -177,65 +167,68 @@ class StarvedServer {
  private:
   /// Makes the call without its allocation `nth`. False when it has none: then it has been made in full.
   bool Fails(const FunctionInfo& function, const std::vector<host::Arg>& args, int nth, bool and_all_after) {
+    const bool ends_more = EndsMore(function, args);
     host::PlaceCall(block_, function.name, args);
-    lines_before_ = trace_ ? trace_->Lines().size() : 0;
+    traced_before_ = Traced().size();
     const bool with_dictionaries = !ChangesDictionaries(function, args);
     const std::string before = State(function, args, with_dictionaries);
-    bool hit;
-    {
-      const FailAllocation fail(nth, and_all_after);
-      DllSetResult(DllCall());
-      hit = fail.Hit();
-    }
+    std::optional<FailAllocation> fail(std::in_place, nth, and_all_after);
+    DllSetResult(DllCall());
+    const bool hit = fail->Hit();
+    fail.reset();
     if (!hit) return false;
     const std::string where = std::string(function.name) + " without allocation " + std::to_string(nth) + ": ";
+    const bool not_presented = nth < PresentedApart(function, args);
+    CheckAnswer(function, not_presented, where);
+    if (ends_more && !not_presented) RebuildDictionaries();
     const std::string after = State(function, args, with_dictionaries);
     if (after != before) throw std::runtime_error(where + "before\n" + before + "\nafter\n" + after);
-    CheckAnswer(function, nth < PresentedApart(function, args), where);
     return true;
+  }
+
+  int32_t Make(std::string_view name, const std::vector<host::Arg>& args) {
+    host::PlaceCall(block_, name, args);
+    return DllCall();
+  }
+
+  /// Makes the calls again that have led to the dictionaries, dialogs and filters of now.
+  void RebuildDictionaries() {
+    Make("dict_CloseAll", {});
+    while (Make("dict_FilterFree", {}) == 0) continue;
+    for (const auto& [name, args] : dict_calls_) Make(name, args);
   }
 
   void CheckAnswer(const FunctionInfo& function, bool not_presented, const std::string& where) {
     const host::Result result = host::ReadBack(block_);
-    const std::string trace = NewLines();
-    const auto fits = [&](const Answer& answer) {
-      return Fits(answer, function, result, trace_ || not_presented ? trace : std::string(answer.trace));
-    };
-    if (not_presented && fits(NOT_PRESENTED)) return;
-    const Answer* const answer = std::ranges::find_if(ANSWERS, fits);
-    if (not_presented || answer == std::end(ANSWERS))
+    const std::string trace = Traced().substr(traced_before_);
+    const auto answer = std::ranges::find_if(answers_, [&](const Answer& one) {
+      return one.not_presented == not_presented && Fits(one, function, result, trace);
+    });
+    if (answer == answers_.end())
       throw std::runtime_error(where + "answered " + std::to_string(result.code) + ", traced '" + trace + "'");
-    met_.insert(answer);
+    met_.insert(&*answer);
   }
 
-  /// What the call has traced.
-  std::string NewLines() const {
-    std::string text;
-    const std::vector<std::string> lines = trace_ ? trace_->Lines() : std::vector<std::string>();
-    for (size_t k = lines_before_; k < lines.size(); ++k) text += (text.empty() ? "" : "\n") + lines[k];
-    return text;
+  /// All that calls have traced.
+  std::string Traced() const {
+    std::string lines;
+    for (const std::string& line : trace_ ? trace_->Lines() : std::vector<std::string>()) lines += line + "\n";
+    return lines;
   }
 
+  const std::vector<Answer> answers_ = Answers();
   std::vector<std::byte> memory_;
   host::Block block_;
   std::optional<TraceCapture> trace_;
-  size_t lines_before_ = 0;
-  std::set<std::string_view> called_;
+  size_t traced_before_ = 0;
+  std::vector<std::pair<std::string, std::vector<host::Arg>>> dict_calls_;  // those that went well
+  std::set<std::string_view> starved_;
   std::set<const Answer*> met_;
 };
 
 TEST(Allocations, FailOneByOne) {
   StarvedServer server;
-  const host::Caller call = std::bind_front(&StarvedServer::Call, &server);
-  for (const std::string& path : CallScripts()) {
-    try {
-      PutBack(call);
-      tool::Player(call, path, true).Play(tool::ParseScript(tool::ReadFile(path), path));
-    } catch (const std::exception& error) {
-      ADD_FAILURE() << error.what();
-    }
-  }
-  PutBack(call);
+  PlayScripts(std::bind_front(&StarvedServer::Call, &server));
   EXPECT_EQ(server.Missing(), "") << "is in no script";
 }
 

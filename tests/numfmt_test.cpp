@@ -6,37 +6,38 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "tests/support/callables.h"
 
-namespace vorlix {
+namespace vorlix::test {
 namespace {
-
-using test::TestLocale;
-using test::UseLocale;
-
-constexpr int32_t LEAST = std::numeric_limits<int32_t>::min();
-constexpr int32_t MOST = std::numeric_limits<int32_t>::max();
-
-const TestLocale THREE_TWO = {.thousands_separator = "'", .grouping = "\3\2", .overflow = "*", .negative_sign = "~"};
 
 // ---- Formatting -----------------------------------------------------------------------------------------------------
 
 // clang-format off
-TEST(FmtNum, TakesItsSignsFromTheLocale) {
-  const struct { TestLocale locale; double value; int32_t len; const char* expected; } rows[] = {
-      {THREE_TWO, -1234567, 12, "~12'34'567"}, {THREE_TWO, 123456, 3, "***"},
-      {{.thousands_separator = ",", .grouping = "\3\177"}, 1234567, 12, "1234,567"},
-      {{.decimal_point = "ab", .thousands_separator = "\xe2\x80\xaf", .grouping = "\3"}, 1234567.5, 12, "1234567.5"},
+TEST(FmtNum, TakesItsSignsFromTheLocaleAndScanNumReadsThem) {
+  const TestLocale three_two = {.thousands_separator = "'", .grouping = "\3\2", .overflow = "*", .negative_sign = "~"};
+  const TestLocale three_only = {.thousands_separator = ",", .grouping = "\3\177"};
+  const TestLocale highest = {.thousands_separator = "\xa0", .grouping = "\3"};
+  const TestLocale control = {.thousands_separator = "\x7f", .grouping = "\3"};
+  const TestLocale longer = {.decimal_point = "ab", .thousands_separator = "\xe2\x80\xaf", .grouping = "\3"};
+  const struct { const TestLocale& locale; double value; int32_t len; const char* expected; } rows[] = {
+      {three_two, -1234567, 12, "~12'34'567"}, {three_two, 123456, 3, "***"}, {three_only, 1234567, 12, "1234,567"},
+      {highest, 1234, 12, "1\xa0" "234"}, {control, 1234, 12, "1234"}, {longer, 1234567.5, 12, "1234567.5"},
   };
   for (const auto& row : rows) {
     const UseLocale in_force(row.locale);
     FieldBuffer out;
-    EXPECT_EQ(FldFmtNum(out, row.value, row.len, 1, "G"), row.expected[0] != '*') << row.expected;
+    const bool fits = FldFmtNum(out, row.value, row.len, 1, "G");
     EXPECT_EQ(out.View(), row.expected);
+    double result = 0;
+    FieldBuffer normal;
+    char badchar = '\0';
+    EXPECT_EQ(ScanNum(result, normal, out.View(), 1, 0, 0, FMCHK_NONE, badchar) == SCAN_OK, fits) << row.expected;
+    EXPECT_TRUE(result == row.value || (!fits && badchar == '*')) << row.expected;
   }
 }
 // clang-format on
@@ -74,73 +75,43 @@ TEST(FmtNum, AgreesWithPrintf) {
 
 TEST(FmtNum, IsBoundedForEveryArgument) {
   const UseLocale groups_of_one({.thousands_separator = ",", .grouping = "\1"});
-  const int32_t numbers[] = {LEAST, -1, 0, 1, 2, 9, 250, 253, 254, 255, 256, 257, MOST};
+  const int32_t numbers[] = {INT32_MIN, -1, 0, 1, 2, 9, 250, 253, 254, 255, 256, 257, INT32_MAX};
   const double values[] = {0, -0.0, 7, -1.5, 1e127, -1e254, 1e308, -1e308, 5e-324, INFINITY, -INFINITY, NAN};
   for (const int32_t len : numbers) {
-    for (const int32_t prec : numbers) {
-      for (const double value : values) {
+    const auto width = static_cast<size_t>(std::clamp(len, 0, FIELD_MAX));
+    for (const int32_t prec : numbers)
+      for (const double value : values)
         for (const char* letters : {"", "R", "RZTPG", "RS", "G", "ZG", "TG"}) {
           FieldBuffer out;
           const bool fits = FldFmtNum(out, value, len, prec, letters);
-          const auto width = static_cast<size_t>(std::clamp(len, 0, FIELD_MAX));
-          const bool good =
-              fits ? out.Length() <= width && len <= FIELD_MAX + 1 : out.View() == std::string(width, '?');
-          ASSERT_TRUE(good) << value << " " << len << "." << prec << " " << letters << " [" << out.View() << "]";
+          ASSERT_TRUE(fits ? out.Length() <= width && len <= FIELD_MAX + 1 : out.View() == std::string(width, '?'))
+              << value << " " << len << "." << prec << " " << letters << " [" << out.View() << "]";
         }
-      }
-    }
   }
 }
 
 // ---- Scanning -------------------------------------------------------------------------------------------------------
 
 TEST(ScanNum, ReadsAllDigitsAsOneNumber) {
-  const UseLocale in_force;
+  const std::string zeros(5000, '0');
+  const std::string tie = "9007199254740993.";  // between two doubles; what follows decides
+  std::vector<std::string> texts = {zeros + "12.5" + zeros, "." + zeros + "1", tie + zeros, tie + zeros + "1"};
   std::mt19937_64 random(4711);
   for (int i = 0; i < 20000; ++i) {
-    std::string text = std::to_string(random() >> (random() % 60));
-    text.insert(random() % (text.size() + 1), ".");
-    double result = 0;
-    FieldBuffer out;
+    texts.push_back(std::to_string(random() >> (random() % 60)));
+    texts.back().insert(random() % (texts.back().size() + 1), ".");
+  }
+  double result = 0;
+  FieldBuffer out;
+  for (const std::string& text : texts) {
     ASSERT_EQ(FldScanNum(result, out, text, "", 30, 0, 0, ""), SCAN_OK) << text;
     ASSERT_EQ(result, std::strtod(text.c_str(), nullptr)) << text;
   }
+  EXPECT_EQ(FldScanNum(result, out, "-0.001", "", 2, 0, 0, ""), SCAN_OK);
+  EXPECT_TRUE(result == 0 && !std::signbit(result)) << result;
+  char badchar = '\0';
+  EXPECT_EQ(ScanNum(result, out, "1", 0, 0, 0, FMCHK_LREAL + 1, badchar), SCAN_BAD_CALL);
 }
-
-// clang-format off
-TEST(ScanNum, IsBoundedForEveryLength) {
-  const std::string many(5000, '0'), fill(254, '0');
-  const std::string tie = "9007199254740993.";  // between two doubles; what follows decides
-  const struct { std::string in; int32_t prec; ScanCode code; double result; } rows[] = {
-      {many + "12.5" + many, 1, SCAN_OK, 12.5},     {"." + many + "1", 2, SCAN_OK, 0},
-      {tie + many, 0, SCAN_OK, 9007199254740992},   {tie + many + "1", 1, SCAN_OK, 9007199254740994},
-      {"2" + fill, 0, SCAN_OK, 2e254},              {"-2" + fill, 0, SCAN_BELOW_MODE, 0},
-      {"2" + fill, 1, SCAN_ABOVE_MODE, 0},          {"-2" + fill + fill, 0, SCAN_BELOW_MODE, 0},
-      {"1" + many, 0, SCAN_ABOVE_MODE, 0},          {"-0.001", 2, SCAN_OK, 0},
-  };
-  for (const auto& row : rows) {
-    double result = 99;
-    FieldBuffer out;
-    EXPECT_EQ(FldScanNum(result, out, row.in, "", row.prec, 0, 0, ""), row.code) << row.in;
-    EXPECT_TRUE(result == row.result && !(result == 0 && std::signbit(result))) << row.in << " gave " << result;
-  }
-}
-
-TEST(ScanNum, TellsWhatItMet) {
-  const UseLocale in_force(THREE_TWO);
-  const struct { const char* in; int32_t mode; ScanCode code; double result; char badchar; } rows[] = {
-      {"~1'2", 0, SCAN_OK, -12, 0},         {"-12", 0, SCAN_OK, -12, 0},           {"1", 5, SCAN_BAD_CALL, 0, 0},
-      {"1 2", 0, SCAN_BLANK_INSIDE, 0, '1'}, {"1-2", 0, SCAN_SIGN_POSITION, 0, '1'}, {"x1", 0, SCAN_BAD_CHAR, 0, 'x'},
-  };
-  for (const auto& row : rows) {
-    double result = 99;
-    FieldBuffer out;
-    char badchar = '?';
-    EXPECT_EQ(ScanNum(result, out, row.in, 0, 0, 0, row.mode, badchar), row.code) << row.in;
-    EXPECT_TRUE(result == row.result && badchar == row.badchar) << row.in << " gave " << result << badchar;
-  }
-}
-// clang-format on
 
 }  // namespace
-}  // namespace vorlix
+}  // namespace vorlix::test

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <random>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "dll/server/functions.h"
@@ -16,42 +15,44 @@ namespace {
 
 using test::TestString;
 
+/// A free entry has no value.
+struct Entry {
+  std::string name, value;
+};
+
+std::string PickName(std::mt19937& random) {
+  if (random() % 2000 == 0) return "";  // matches everything from then on
+  std::string name = "x";
+  for (auto left = random() % 6; left > 0; --left) name += "abA\xe4"[random() % 4];
+  return name;
+}
+
 TEST(Variables, AgreeWithASearchFromTheFront) {
-  std::vector<std::pair<std::string, std::string>> model;  // a free entry has the value "free"
-  const auto matches = [](const std::string& name) {
-    return [&name](const auto& entry) { return entry.second != "free" && name.starts_with(entry.first); };
-  };
+  std::vector<Entry> model;
   std::mt19937 random(1805);
   for (int step = 0; step < 40'000; ++step) {
-    std::string name;
-    for (size_t length = random() % 6; length > 0; --length) name.push_back("abA\xe4"[random() % 4]);
-    if (random() % 2000 == 0)
-      name.clear();  // matches everything from then on
-    else
-      name.insert(0, "x");
-    auto entry = std::find_if(model.begin(), model.end(), matches(name));
+    const std::string name = PickName(random);
+    auto entry =
+        std::ranges::find_if(model, [&](const Entry& own) { return !own.value.empty() && name.starts_with(own.name); });
+    const bool known = entry != model.end();
     switch (random() % 4) {
       case 0:
-        if (entry == model.end()) {
-          entry = std::find_if(model.begin(), model.end(), [](const auto& e) { return e.second == "free"; });
-          if (entry == model.end()) entry = model.emplace(entry);
-          entry->first = name;
-        }
-        entry->second = std::to_string(step);
-        ASSERT_EQ(v_Set(TestString(9, name), TestString(9, entry->second)), 0);
+        if (!known) entry = std::ranges::find(model, "", &Entry::value);
+        if (entry == model.end()) entry = model.emplace(entry);
+        *entry = {known ? entry->name : name, std::to_string(step)};
+        ASSERT_EQ(v_Set(TestString(9, name), TestString(9, entry->value)), 0);
         break;
       case 1:
-        if (entry != model.end()) *entry = {"", "free"};
+        if (known) entry->value.clear();
         ASSERT_EQ(v_Unset(TestString(9, name)), 0);
         break;
-      default: {
+      default:
         TestString value(9);
         ASSERT_EQ(v_Get(TestString(9, name), value), 0);
-        ASSERT_EQ(value.View(), entry != model.end() ? entry->second : "") << name << " at step " << step;
-      }
+        ASSERT_EQ(value.View(), known ? entry->value : "") << name << " at step " << step;
     }
   }
-  for (const auto& entry : model) v_Unset(TestString(9, entry.first));
+  for (const Entry& entry : model) v_Unset(TestString(9, entry.name));
 }
 
 // A long value needs new memory after that of the last one was given back.

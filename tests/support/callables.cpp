@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <fstream>
 
@@ -19,12 +18,6 @@ namespace {
 constexpr size_t GUARD = 16;
 constexpr char GUARD_BYTE = '\x5a';
 
-std::string Hex(unsigned value, int digits) {
-  std::array<char, 16> text{};
-  std::snprintf(text.data(), text.size(), "%0*X", digits, value);
-  return text.data();
-}
-
 std::string Counted(std::string_view text) { return std::to_string(text.size()) + "~" + std::string(text); }
 
 // The description of "C" as the server makes it, without the buffer's header.
@@ -38,25 +31,16 @@ const std::string& PlainDescription() {
   return text;
 }
 
-void AddLetter(std::string& text, unsigned upper, unsigned lower) {
-  constexpr unsigned LETTER = CLASS_ALNUM | CLASS_ALPHA | CLASS_GRAPH | CLASS_PRINT;
-  text.replace(size_t{4} * upper, 4, Hex(LETTER | CLASS_UPPER, 4));
-  text.replace(size_t{4} * lower, 4, Hex(LETTER | CLASS_LOWER, 4));
-  text.replace(1024 + size_t{2} * lower, 2, Hex(upper, 2));
-  text.replace(1536 + size_t{2} * upper, 2, Hex(lower, 2));
-}
-
 void Apply(const TestLocale& locale) {
   const std::string& plain = PlainDescription();
   std::string text = plain.substr(0, plain.find(Counted(TestLocale().date_time_format)));  // tables and names
-  for (const char letter : locale.upper_letters)
-    AddLetter(text, static_cast<uint8_t>(letter), static_cast<uint8_t>(letter) + 32U);
   for (const std::string& piece :
-       {locale.date_time_format, locale.date_format, locale.time_format, locale.am, locale.pm,
+       {locale.date_time_format, locale.date_format, locale.time_format, std::string("AM"), std::string("PM"),
         std::string("%I:%M:%S %p"), locale.decimal_point, locale.thousands_separator})
     text += Counted(piece);
   text += std::to_string(2 * locale.grouping.size()) + "~";
-  for (const char size : locale.grouping) text += Hex(static_cast<uint8_t>(size), 2);
+  constexpr char DIGITS[] = "0123456789ABCDEF";
+  for (const char size : locale.grouping) text.append({DIGITS[size >> 4 & 15], DIGITS[size & 15]});
   text += Counted(locale.overflow) + Counted(locale.negative_sign) + plain.substr(plain.find(Counted("%d.%m.%y")));
   if (GetLocaleInfo(text.data(), text.size()) != 0) std::abort();
 }
@@ -96,11 +80,12 @@ TraceCapture::~TraceCapture() {
 }
 
 std::vector<std::string> TraceCapture::Lines() const {
+  constexpr int HEADER_LINES = 4;
   std::ifstream file(path_);
   std::vector<std::string> lines;
-  for (std::string line; std::getline(file, line);) lines.push_back(line);
-  const size_t header = std::min<size_t>(lines.size(), 4);
-  lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(header));
+  int number = 0;
+  for (std::string line; std::getline(file, line);)
+    if (++number > HEADER_LINES) lines.push_back(line);
   return lines;
 }
 

@@ -19,7 +19,6 @@ class TestString {
   operator DllString&() { return string_; }
   operator const DllString&() const { return string_; }
   std::string_view View() const { return string_.View(); }
-  const DllString& Get() const { return string_; }
   /// Whether no byte outside the room was written.
   bool GuardsIntact() const;
 
@@ -38,16 +37,12 @@ struct TestLocale {
   std::string date_time_format = "%a %b %e %H:%M:%S %Y";
   std::string date_format = "%m/%d/%y";
   std::string time_format = "%H:%M:%S";
-  std::string am = "AM";
-  std::string pm = "PM";
-  /// Bytes of 128 and above that are upper-case letters; each has its lower-case letter 32 above it, as in ISO-8859-1.
-  std::string upper_letters{};
 };
 
 /// Puts a locale in force until the end of the scope, then the "C" locale again.
 class UseLocale {
  public:
-  explicit UseLocale(const TestLocale& locale = {});
+  explicit UseLocale(const TestLocale& locale);
   ~UseLocale();
   UseLocale(const UseLocale&) = delete;
   UseLocale& operator=(const UseLocale&) = delete;

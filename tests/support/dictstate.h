@@ -1,24 +1,38 @@
 // Everything that dictionaries and dialog levels consist of, as one text: what a failure must leave as it was.
 #pragma once
 
-#include <algorithm>
+#include <gtest/gtest.h>
+
+#include <sstream>
 #include <string>
 #include <string_view>
 
 #include "dll/shared/dictkrnl.h"
 #include "dll/shared/dlglevel.h"
-#include "dll/shared/xpack.h"
 #include "tests/support/callables.h"
 
 namespace vorlix::test {
 
-/// "PATH=p FTYP=N": the attributes that are neither empty nor 0.
+/// " PATH=p FTYP=N": the attributes that are neither empty nor 0.
 inline std::string ShowObject(const Object& object) {
   std::string shown;
   AttrText attr;
   for (int32_t row = 0; ObGetIdx(object, row, attr) == row; ++row)
     if (!attr.value.empty() && attr.value != "0") shown.append(" ").append(attr.item).append("=").append(attr.value);
-  return shown.empty() ? shown : shown.substr(1);
+  return shown;
+}
+
+/// Sets an object as "PATH=p|FTYP=N" says. Returns whether all that succeeded.
+inline bool SetObject(Object& object, const std::string& lines) {
+  bool all = true;
+  std::istringstream in(lines);
+  for (std::string line; std::getline(in, line, '|');) {
+    OwnedText value = CopyText(std::string_view(line).substr(line.find('=') + 1));
+    const int32_t result = ObSet(object, line.substr(0, line.find('=')), value, "kd.name");
+    EXPECT_EQ(result == ATTR_KEPT, value == nullptr) << line;
+    all = all && result != ATTR_FAILED;
+  }
+  return all;
 }
 
 /// "id/kind x holders: HDL=pfx, list ITEM=value, [name PATH=p FTYP=N]".
@@ -27,7 +41,7 @@ inline std::string ShowDict(const Dict& dict) {
   for (const CatalogEntry& entry : dict.catalog) shown += std::string(" ") + entry.hdl.get() + "=" + entry.pfx.get();
   for (const ListItem& item : dict.items) shown += std::string(" list ") + item.item.get() + "=" + item.value;
   for (const SectionPtr& section : dict.sections)
-    shown += std::string(" [") + section->section.get() + " " + ShowObject(section->object) + "]";
+    shown += std::string(" [") + section->section.get() + ShowObject(section->object) + "]";
   return shown;
 }
 
@@ -50,21 +64,6 @@ inline std::string ShowDialogs() {
 }
 
 inline std::string ShowAll() { return ShowDicts() + ShowDialogs(); }
-
-/// An XBUF of items such as "fld=name|len=30".
-inline std::string Xbuf(const std::string& items) {
-  std::string text(1000, ' ');
-  XbufWriter writer{text.data(), static_cast<int64_t>(text.size())};
-  for (size_t at = 0; at < items.size();) {
-    const size_t end = std::min(items.find('|', at), items.size());
-    const size_t equals = items.find('=', at);
-    writer.Put("Dict_", items.substr(at, equals - at), 'X', items.substr(equals + 1, end - equals - 1));
-    at = end + 1;
-  }
-  writer.End();
-  text.resize(static_cast<size_t>(writer.length));
-  return text;
-}
 
 /// Traced lines without those of progress's file and line, one behind the other.
 inline std::string Messages(const TraceCapture& trace) {

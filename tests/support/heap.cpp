@@ -6,18 +6,10 @@
 
 namespace {
 
-int countdown = -1;  // allocations still to come before the one that fails; below 0: none fails
-bool all_after = false;
-bool hit = false;
-
 void* Allocate(std::size_t size) {
-  if (countdown >= 0 && countdown-- == 0) {
-    hit = true;
-    if (all_after) countdown = 0;
-    errno = ENOMEM;
-    return nullptr;
-  }
-  return std::malloc(size != 0 ? size : 1);
+  if (!vorlix::test::FailAllocation::Now()) return std::malloc(size != 0 ? size : 1);
+  errno = ENOMEM;
+  return nullptr;
 }
 
 void* AllocateOrThrow(std::size_t size) {
@@ -38,17 +30,3 @@ void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
 void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
 void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
-
-namespace vorlix::test {
-
-FailAllocation::FailAllocation(int nth, bool and_all_after) {
-  countdown = nth;
-  all_after = and_all_after;
-  hit = false;
-}
-
-FailAllocation::~FailAllocation() { countdown = -1; }
-
-bool FailAllocation::Hit() const { return hit; }
-
-}  // namespace vorlix::test

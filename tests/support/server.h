@@ -2,7 +2,6 @@
 #pragma once
 
 #include <optional>
-#include <utility>
 
 #include "host/server.h"
 
