@@ -166,8 +166,15 @@ TEST(Death, IsNoticedAtOnceAndStaysKnown) {
   EXPECT_LT(Clock::now() - start, milliseconds(2000));
   EXPECT_EQ(FailureOf([&] { server.Call("l_DeleteAll"); }).what(),
             "the server has ended: signal 9 (Killed); it wrote: ..." + std::string(982, 'x') + "\"\nreturn code is 0");
-  EXPECT_EQ(server.TakeStandardError(),
-            "\ncalling v_Set, argc = 2\n name = \"long\"\n value = \"" + value + "\"\nreturn code is 0\n");
+  const std::string written =
+      "\ncalling v_Set, argc = 2\n name = \"long\"\n value = \"" + value + "\"\nreturn code is 0\n";
+  EXPECT_EQ(FailureOf([&] { server.Call("l_DeleteAll"); }).StandardErrorText(), written);
+  EXPECT_EQ(server.TakeStandardError(), written);
+}
+
+TEST(Death, ComesToProgramsThatLeaveSigtermBlocked) {
+  Process process("/bin/sleep", {"100"});
+  EXPECT_EQ(process.End(milliseconds(50)), (Ending{-1, SIGKILL}));
 }
 
 TEST(Death, FollowsAnAnswerToNobody) {
