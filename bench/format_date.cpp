@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "bench/measure.h"
+#include "dll/field/calendar.h"
 #include "dll/server/srvlocal.h"
-#include "dll/shared/calendar.h"
 #include "dll/shared/datefmt.h"
 
 #ifdef HAVE_FMT

@@ -18,7 +18,7 @@
 
 #include "bench/inipeers.h"
 #include "bench/measure.h"
-#include "dll/shared/ini.h"
+#include "dll/ini/ini.h"
 
 #ifdef HAVE_SIMPLEINI
 #define SI_NO_CONVERSION

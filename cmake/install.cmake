@@ -2,8 +2,8 @@
 include(CMakePackageConfigHelpers)
 
 # The client library as one archive, which needs nothing but C++20.
-add_library(vorlix_client STATIC $<TARGET_OBJECTS:vorlix_host> $<TARGET_OBJECTS:vorlix_shared>
-  $<TARGET_OBJECTS:vorlix_hostif>)
+add_library(vorlix_client STATIC $<TARGET_OBJECTS:vorlix_host> $<TARGET_OBJECTS:vorlix_wire>
+  $<TARGET_OBJECTS:vorlix_base> $<TARGET_OBJECTS:vorlix_hostif>)
 set_target_properties(vorlix_client PROPERTIES OUTPUT_NAME vorlix EXPORT_NAME host LINKER_LANGUAGE CXX)
 target_compile_features(vorlix_client INTERFACE cxx_std_20)
 # Headers name each other from the root of the project.

@@ -14,10 +14,10 @@
 #include <filesystem>
 #include <vector>
 
+#include "dll/base/debug.h"
 #include "dll/server/functions.h"
 #include "dll/shared/csdx.h"
-#include "dll/shared/debug.h"
-#include "dll/shared/functable.h"
+#include "dll/wire/functable.h"
 #include "fuzz/input.h"
 #include "hostif/dllif.h"
 #include "hostif/math.h"

@@ -14,7 +14,7 @@ namespace {
 constexpr int MOST = 100;  // dialogs, fields, steps of a walk
 
 int32_t value = 0;
-const IntByReference out(&value);
+IntByReference out(&value);
 
 /// A text that comes back.
 struct Text {

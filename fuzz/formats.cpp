@@ -4,8 +4,8 @@
 #include <cmath>
 #include <memory>
 
+#include "dll/field/calendar.h"
 #include "dll/server/functions.h"
-#include "dll/shared/calendar.h"
 #include "fuzz/input.h"
 
 namespace vorlix::fuzz {
@@ -24,8 +24,8 @@ struct Results {
   double number = 0;
   int32_t read = 0;
   int32_t code = 0;
-  const IntByReference value{&read};
-  const IntByReference rc{&code};
+  IntByReference value{&read};
+  IntByReference rc{&code};
 };
 
 void RunAll(const char* format, const char* typed, const char* valid, int32_t value, int32_t length, double number,

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "dll/shared/ini.h"
+#include "dll/ini/ini.h"
 #include "fuzz/input.h"
 #include "tools/files.h"
 #include "tools/scope.h"

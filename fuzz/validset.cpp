@@ -1,5 +1,6 @@
 // Bytes as a VALID set: a list allows its characters, "[^...]*" allows what "[...]*" does not, and scanners go by it.
-#include "dll/shared/validset.h"
+#include "dll/field/validset.h"
+#include "dll/base/locale.h"
 #include "dll/shared/clilocal.h"
 #include "dll/shared/numfmt.h"
 #include "fuzz/input.h"

@@ -3,7 +3,7 @@
 #include <new>
 #include <stdexcept>
 
-#include "dll/shared/csdx.h"
+#include "dll/wire/csdx.h"
 
 namespace vorlix::host {
 

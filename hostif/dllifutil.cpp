@@ -49,10 +49,7 @@ size_t FixedSize(int32_t host_class) { return host_class == HOST_REAL ? sizeof(H
 
 }  // namespace
 
-const IntByReference& IntByReference::operator=(int32_t value) const {
-  WriteTo(static_cast<char*>(at_), value);
-  return *this;
-}
+void IntByReference::Set(int32_t value) { WriteTo(static_cast<char*>(at_), value); }
 
 int32_t IntByReference::Get() const { return ReadFrom<int32_t>(static_cast<const char*>(at_)); }
 

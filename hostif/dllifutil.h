@@ -27,15 +27,13 @@ using RealByReference = double&;
 /// A private copy that ends in NUL; the host's text up to its first NUL byte.
 using zString = const char*;
 
-/// A 32-bit integer that lies in the block, at any address. Writing goes straight through to the host.
+/// A 32-bit integer that lies in the block, at any address. What is set goes straight through to the host.
 class IntByReference {
  public:
   explicit IntByReference(void* at) : at_(at) {}
-  IntByReference(const IntByReference&) = default;
-  IntByReference& operator=(const IntByReference&) = delete;
 
-  const IntByReference& operator=(int32_t value) const;
   int32_t Get() const;
+  void Set(int32_t value);
 
  private:
   void* at_;

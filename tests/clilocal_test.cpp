@@ -1,4 +1,5 @@
 #include "dll/shared/clilocal.h"
+#include "dll/base/locale.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <string>
 
-#include "dll/shared/calendar.h"
+#include "dll/field/calendar.h"
 #include "tests/support/callables.h"
 
 namespace vorlix::test {

@@ -1,4 +1,4 @@
-#include "dll/shared/debug.h"
+#include "dll/base/debug.h"
 
 #include <gtest/gtest.h>
 
@@ -34,14 +34,14 @@ TEST(Debug, LinesGoToStandardErrorWhileNoFileIsOpen) {
   DebugPrint('D', 1, "one %d%%", 1);
   DebugPrint('D', 4, "never");
   DebugPrint('F', 0, "always");
-  DebugEntry('D', "OpenIt", "file.cpp", 7);
+  DebugEntry('D', "OpenDict", 7);
   SetDebugFlags("D2", "");
-  DebugEntry('D', "OpenIt", "file.cpp", 7);
+  DebugEntry('D', "OpenDict", 7);
   DebugPrint('D', 2, "%s", std::string(5000, 'x').c_str());
   SetDebugFlags("", "");
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "/nowhere/trace: No such file or directory\nD1: one 1%\nF0: always\n"
-            "D3: OpenIt(): file file.cpp, line 7\nD2: " +
+            "D3: OpenDict(): file dll/server/dict.cpp, line 7\nD2: " +
                 std::string(1023, 'x') + "\n");
 }
 

@@ -16,9 +16,9 @@
 #include <utility>
 #include <vector>
 
+#include "dll/base/debug.h"
 #include "dll/shared/csdx.h"
-#include "dll/shared/debug.h"
-#include "dll/shared/functable.h"
+#include "dll/wire/functable.h"
 #include "host/call.h"
 #include "hostif/dllif.h"
 #include "hostif/dllifutil.h"

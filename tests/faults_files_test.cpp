@@ -19,8 +19,8 @@
 #include <string>
 #include <vector>
 
+#include "dll/base/debug.h"
 #include "dll/server/functions.h"
-#include "dll/shared/debug.h"
 #include "tests/support/callables.h"
 #include "tests/support/dictstate.h"
 #include "tools/files.h"
@@ -112,7 +112,7 @@ std::string Contents(const char* name) { return fs::exists(name) ? tool::ReadFil
 
 /// What comes back beside results.
 int32_t back;
-const IntByReference out(&back);
+IntByReference out(&back);
 
 /// The same files in the working directory, and no state but the open handle 0.
 void Reset() {

@@ -1,4 +1,4 @@
-#include "dll/shared/ini.h"
+#include "dll/ini/ini.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -14,8 +14,8 @@
 #include <string>
 #include <utility>
 
-#include "dll/shared/inifile.h"
-#include "dll/shared/inireplace.h"
+#include "dll/ini/inifile.h"
+#include "dll/ini/inireplace.h"
 #include "tools/files.h"
 #include "tools/scope.h"
 

@@ -1,5 +1,5 @@
 // Lists with an index against a walk through the list, in languages whose case differs.
-#include "dll/shared/nameindex.h"
+#include "dll/base/nameindex.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "dll/shared/text.h"
+#include "dll/base/text.h"
 #include "tools/failure.h"
 #include "tools/quoting.h"
 

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "dll/shared/functable.h"
+#include "dll/wire/functable.h"
 
 namespace vorlix::tool {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dll/shared/functable.h"
+#include "dll/wire/functable.h"
 #include "tools/words.h"
 
 namespace vorlix::tool {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "dll/shared/text.h"
+#include "dll/base/text.h"
 #include "tools/failure.h"
 #include "tools/samples.h"
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dll/shared/functable.h"
+#include "dll/wire/functable.h"
 
 namespace vorlix::tool {
 

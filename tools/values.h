@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dll/shared/functable.h"
+#include "dll/wire/functable.h"
 #include "host/call.h"
 
 namespace vorlix::tool {

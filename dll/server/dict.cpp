@@ -1,7 +1,7 @@
 // The calls that open, close and change dictionaries.
+#include "dll/base/debug.h"
 #include "dll/server/dictopen.h"
 #include "dll/server/functions.h"
-#include "dll/shared/debug.h"
 #include "dll/shared/dictkrnl.h"
 
 namespace vorlix {

@@ -1,8 +1,8 @@
 // The calls on the dialogs of the open levels: their IDs, and aliases of those.
 #include <string_view>
 
+#include "dll/base/debug.h"
 #include "dll/server/functions.h"
-#include "dll/shared/debug.h"
 #include "dll/shared/dlglevel.h"
 #include "dll/shared/xpack.h"
 
@@ -18,14 +18,14 @@ int32_t dict_DlgID(zString dict_id, IntByValue lvl, IntByValue idx, Out<String> 
   std::string_view id;
   if (GetDlgID(dict_id, lvl, idx, name, id) != DLG_OK) {
     xbuf.len = 0;
-    eof_p = 1;
+    eof_p.Set(1);
     return RESULT_OK;
   }
   XbufWriter writer{xbuf.buf, xbuf.max};
   if (!writer.Put(PREFIX, "name", 'X', name) || !writer.Put(PREFIX, "id", 'X', id) || !writer.End())
     return RESULT_TOO_SHORT;
   xbuf.len = static_cast<int32_t>(writer.length);
-  eof_p = 0;
+  eof_p.Set(0);
   return RESULT_OK;
 }
 
@@ -44,12 +44,12 @@ int32_t dict_NewAlias(zString dlgID, Out<String> aliasID) {
 }
 
 int32_t dict_GetAlias(zString dlgID, IntByValue alias_idx, Out<String> aliasID, Out<IntByReference> eof_p) {
-  eof_p = 0;
+  eof_p.Set(0);
   std::string_view alias;
   const int32_t result = GetDlgAlias(dlgID, alias_idx, alias);
   if (result == DLG_OK) return DllStrFromC(alias, aliasID);
   if (result == DLG_NONE) {
-    eof_p = 1;
+    eof_p.Set(1);
     aliasID.len = 0;
     return RESULT_OK;
   }

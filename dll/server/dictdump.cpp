@@ -1,8 +1,8 @@
 // dict_Dump: dictionaries as a listing in the trace. All its lines are written whatever the trace level is.
 #include <string_view>
 
+#include "dll/base/debug.h"
 #include "dll/server/functions.h"
-#include "dll/shared/debug.h"
 #include "dll/shared/dictkrnl.h"
 #include "dll/shared/dlglevel.h"
 #include "dll/shared/sectionname.h"

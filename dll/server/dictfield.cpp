@@ -1,8 +1,8 @@
 // The calls that read the dictionary of a dialog: its list, and its fields, each packed as an XBUF.
 #include <string_view>
 
+#include "dll/base/debug.h"
 #include "dll/server/functions.h"
-#include "dll/shared/debug.h"
 #include "dll/shared/dictkrnl.h"
 #include "dll/shared/dlglevel.h"
 #include "dll/shared/sectionname.h"
@@ -52,14 +52,14 @@ int32_t dict_First(zString dlgID) {
 }
 
 int32_t dict_Next(zString dlgID, Out<String> xbuf, Out<IntByReference> rc_p) {
-  rc_p = 0;
+  rc_p.Set(0);
   xbuf.len = 0;
   const Dialog dialog = FindDialog("dict_Next", dlgID);
   if (dialog.dict == nullptr) return RESULT_REFUSED;
   const SectionName prefix = dialog.Prefix();
   while (const Section* section = NextSection(*dialog.dict))
     if (StartsWithNoCase(section->section.get(), prefix.View())) return xpack_dict(*section, xbuf);
-  rc_p = 1;
+  rc_p.Set(1);
   return RESULT_OK;
 }
 

@@ -1,7 +1,7 @@
 // The calls on filter sets: a chosen set of the fields of a dialog, each with a value, that the host walks through with
 // a filter.
+#include "dll/base/debug.h"
 #include "dll/server/functions.h"
-#include "dll/shared/debug.h"
 #include "dll/shared/varcontext.h"
 #include "dll/shared/xpack.h"
 
@@ -19,8 +19,8 @@ int32_t HostResult(int32_t result) {
 }
 
 /// The same for calls that tell the host in `eof_p` when there is no variable, or no further one.
-int32_t HostResult(int32_t result, const IntByReference& eof_p) {
-  eof_p = result == VAR_NONE ? 1 : 0;
+int32_t HostResult(int32_t result, IntByReference eof_p) {
+  eof_p.Set(result == VAR_NONE ? 1 : 0);
   return result == VAR_NONE ? RESULT_OK : HostResult(result);
 }
 
@@ -54,7 +54,7 @@ int32_t dict_FilterInit(zString filterName) {
 int32_t dict_FilterNext(Out<String> xdict, Out<String> val, Out<IntByReference> eof_p) {
   DebugEntry(TRACE_DICT);
   if (const int32_t result = VarGetNext(); result != VAR_OK) return HostResult(result, eof_p);
-  eof_p = 0;
+  eof_p.Set(0);
   if (DllStrFromC(*VarCurrValue(), val) != RESULT_OK) {
     DebugPrint(TRACE_DICT, 1, "dict_FilterNext() failed: string overflow (val)");
     return RESULT_TOO_SHORT;

@@ -9,11 +9,11 @@
 #include <new>
 #include <utility>
 
-#include "dll/shared/debug.h"
+#include "dll/base/debug.h"
+#include "dll/base/syscall.h"
+#include "dll/ini/ini.h"
 #include "dll/shared/dictkrnl.h"
 #include "dll/shared/dlglevel.h"
-#include "dll/shared/ini.h"
-#include "dll/shared/syscall.h"
 #include "hostif/layout.h"
 
 namespace vorlix {
@@ -132,33 +132,33 @@ int32_t ReadDict(std::list<DictPtr>& fresh, DictFile& file, const char* id, Dict
 // ---- Opening --------------------------------------------------------------------------------------------------------
 
 /// Opens a dictionary that is loaded at a further level.
-int32_t ShareDict(const DictPtr& dict, int32_t level, const IntByReference& rc_p) {
+int32_t ShareDict(const DictPtr& dict, int32_t level, IntByReference rc_p) {
   const int32_t added = AddDlgLevel(dict, level);
   if (added == DLG_NO_MEMORY) {
-    rc_p = MinusErrno();
+    rc_p.Set(MinusErrno());
     return RESULT_OK;
   }
   if (added != DLG_OK) return RESULT_REFUSED;
   ++dict->instance_cnt;
-  rc_p = 0;
+  rc_p.Set(0);
   DebugPrint(TRACE_DICT, 2, "OpenDict(): id = %s, instance_cnt = %d", dict->id.c_str(), dict->instance_cnt);
   return RESULT_OK;
 }
 
-int32_t LoadDict(const char* id, const char* fname, int32_t level, const IntByReference& rc_p) {
+int32_t LoadDict(const char* id, const char* fname, int32_t level, IntByReference rc_p) {
   DictFile file(fname);
   if (!file.IsOpen()) {
-    rc_p = MinusErrno();
+    rc_p.Set(MinusErrno());
     return RESULT_OK;
   }
   std::list<DictPtr> fresh;
   const int32_t read = ReadDict(fresh, file, id, level < 0 ? DICT_MODEL : DICT_ORIGINAL);
-  rc_p = read;
+  rc_p.Set(read);
   if (read != 0) return RESULT_OK;
   if (level >= 0) {
     const int32_t added = AddDlgLevel(fresh.front(), level);
-    if (added == DLG_REFUSED) rc_p = CONTENT_REFUSED;
-    if (added == DLG_NO_MEMORY) rc_p = MinusErrno();
+    if (added == DLG_REFUSED) rc_p.Set(CONTENT_REFUSED);
+    if (added == DLG_NO_MEMORY) rc_p.Set(MinusErrno());
     if (added != DLG_OK) return added == DLG_NO_MEMORY ? RESULT_OK : RESULT_REFUSED;
   }
   LinkDict(fresh);
@@ -176,7 +176,7 @@ SectionPtr FindModel(std::string_view name) {
 
 }  // namespace
 
-int32_t OpenDict(const char* id, const char* fname, int32_t level, const IntByReference& rc_p) {
+int32_t OpenDict(const char* id, const char* fname, int32_t level, IntByReference rc_p) {
   DebugEntry(TRACE_DICT);
   if (level < 0)
     DebugPrint(TRACE_DICT, 2, "OpenDict(): id='%s' (model dictionary)", id);

@@ -15,7 +15,7 @@ namespace vorlix {
 /// open; 1 when its content is refused, or its level after it was read; when its file cannot be opened or memory ran
 /// out, the negative error number, or -1; -1 when the file cannot be read to its end. It is left alone when the level
 /// of a loaded dictionary is refused. What fails leaves no dictionary behind, and no file open.
-int32_t OpenDict(const char* id, const char* fname, int32_t level, const IntByReference& rc_p);
+int32_t OpenDict(const char* id, const char* fname, int32_t level, IntByReference rc_p);
 
 /// Adds the attributes that an object lacks from the section of a model dictionary that its MODEL names, then from the
 /// one that this names, and so on; MODEL is released. Returns 0; 1 when a name is unknown, more than 16 sections are

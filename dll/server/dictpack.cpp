@@ -5,9 +5,9 @@
 // then "S" and the name for each section, with "I", item name and value for each of its attributes that says something.
 #include <string_view>
 
+#include "dll/base/debug.h"
 #include "dll/server/functions.h"
 #include "dll/shared/csdx.h"
-#include "dll/shared/debug.h"
 #include "dll/shared/dictkrnl.h"
 #include "dll/shared/dlglevel.h"
 

@@ -3,11 +3,11 @@
 #include <new>
 #include <utility>
 
+#include "dll/base/debug.h"
 #include "dll/server/functions.h"
 #include "dll/server/nls.h"
 #include "dll/shared/csdx.h"
-#include "dll/shared/debug.h"
-#include "dll/shared/functable.h"
+#include "dll/wire/functable.h"
 #include "hostif/dllif.h"
 
 namespace vorlix {
@@ -81,7 +81,7 @@ constexpr Row RowOf(int32_t (*)(Parameters...), CallWith call) {
 
 constexpr std::array ROWS = {
 #define FUNCTION(name, ...) RowOf(&name, &Callable<&name>::Call),
-#include "dll/shared/functions.def"
+#include "dll/wire/functions.def"
 #undef FUNCTION
 };
 

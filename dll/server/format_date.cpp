@@ -1,7 +1,7 @@
 // The callable functions for date, time, week and month fields.
+#include "dll/field/fieldbuf.h"
 #include "dll/server/functions.h"
 #include "dll/shared/datefmt.h"
-#include "dll/shared/fieldbuf.h"
 #include "dll/shared/numfmt.h"
 
 namespace vorlix {
@@ -9,12 +9,12 @@ namespace {
 
 using FieldScanner = decltype(&FldScanDate);
 
-int32_t Scan(FieldScanner scanner, zString in, zString fvt, zString fmt, zString valid, const IntByReference& result,
-             DllString& out, const IntByReference& rc) {
+int32_t Scan(FieldScanner scanner, zString in, zString fvt, zString fmt, zString valid, IntByReference result,
+             DllString& out, IntByReference rc) {
   int32_t value = 0;
   FieldBuffer text;
   const ScanCode code = scanner(value, text, in, fvt, fmt, valid);
-  result = value;
+  result.Set(value);
   return SetScanResult(code, text.View(), out, rc);
 }
 

@@ -56,20 +56,20 @@ int32_t chk_Num(zString v_type, InOut<String> str, Out<RealByReference> res, Out
   res = 0;
   str.len = 0;
   if (typed.length == 0) {
-    rc = TYPED_EMPTY;
+    rc.Set(TYPED_EMPTY);
     return RESULT_OK;
   }
   if (!typed.Convert(res)) {
-    rc = TYPED_NO_NUMBER;
+    rc.Set(TYPED_NO_NUMBER);
     return RESULT_OK;
   }
   const NumRange* range = FindNumRange(v_type[0]);
   if (range == nullptr) return RESULT_REFUSED;
   if (!range->Holds(res) || (range->whole && res != std::trunc(res))) {
-    rc = TYPED_OUT_OF_RANGE;
+    rc.Set(TYPED_OUT_OF_RANGE);
     return RESULT_OK;
   }
-  rc = TYPED_OK;
+  rc.Set(TYPED_OK);
   return WriteNormalForm(res, str);
 }
 

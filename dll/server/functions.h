@@ -20,7 +20,7 @@ template <class Type>
 using InOut = Type;
 
 #define FUNCTION(name, sentence, ...) int32_t name(__VA_ARGS__);
-#include "dll/shared/functions.def"
+#include "dll/wire/functions.def"
 #undef FUNCTION
 
 }  // namespace vorlix

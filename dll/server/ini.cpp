@@ -1,13 +1,13 @@
 // The calls on INI files. All return 0; what came of them travels in the reference arguments. Texts arrive in private
 // buffers first: the host may change a String's characters at any time.
-#include "dll/shared/ini.h"
+#include "dll/ini/ini.h"
 
 #include <algorithm>
 #include <array>
 
+#include "dll/base/debug.h"
+#include "dll/base/syscall.h"
 #include "dll/server/functions.h"
-#include "dll/shared/debug.h"
-#include "dll/shared/syscall.h"
 
 namespace vorlix {
 namespace {
@@ -19,12 +19,12 @@ int SizeFor(const DllString& s) { return std::min(s.max, INI_TEXT_SIZE); }
 
 /// A call that walks on to one text.
 int32_t ReadText(const char* function, int (*next)(int hdl, char* text, int size), int32_t hdl, DllString& buf,
-                 const IntByReference& eof) {
+                 IntByReference eof) {
   DebugPrint(TRACE_INI, 3, "%s(hdl=%d)", function, hdl);
   buf.len = 0;
   IniText text;
   const int state = next(hdl, text.data(), SizeFor(buf));
-  eof = state;
+  eof.Set(state);
   if (state == 0) {
     DllStrFromC(text.data(), buf);
     DebugPrint(TRACE_INI, 3, "%s: buf = \"%s\"", function, text.data());
@@ -38,7 +38,7 @@ int32_t ReadText(const char* function, int (*next)(int hdl, char* text, int size
 int32_t ini_GetInt(zString section, zString entry, IntByValue def, zString fname, Out<IntByReference> val_p) {
   DebugPrint(TRACE_INI, 3, "ini_GetInt(section=\"%s\",entry=\"%s\",def=%d,fname=\"%s\")", section, entry, def, fname);
   const int32_t value = IniGetInt(section, entry, def, fname);
-  val_p = value;
+  val_p.Set(value);
   DebugPrint(TRACE_INI, 3, "ini_GetInt: %d", value);
   return RESULT_OK;
 }
@@ -66,14 +66,14 @@ int32_t ini_Open(zString fname, zString section, Out<IntByReference> hdl) {
   DebugPrint(TRACE_INI, 3, "ini_Open(fname=\"%s\",section=\"%s\")", fname, section);
   int result = IniOpen(fname, section);
   if (result < 0) result = MinusErrno();
-  hdl = result;
+  hdl.Set(result);
   DebugPrint(TRACE_INI, 3, "ini_Open: hdl = %d", result);
   return RESULT_OK;
 }
 
 int32_t ini_Close(IntByValue hdl, Out<IntByReference> rc) {
   DebugPrint(TRACE_INI, 3, "ini_Close(hdl=%d)", hdl);
-  rc = IniClose(hdl);
+  rc.Set(IniClose(hdl));
   return RESULT_OK;
 }
 
@@ -86,7 +86,7 @@ int32_t ini_CloseAll() {
 int32_t ini_FindSection(IntByValue hdl, zString section, Out<IntByReference> eof) {
   DebugPrint(TRACE_INI, 3, "ini_FindSection(hdl=%d,section=\"%s\")", hdl, section);
   const int state = IniFindSection(hdl, section);
-  eof = state;
+  eof.Set(state);
   DebugPrint(TRACE_INI, 3, "ini_FindSection: eof = %d", state);
   return RESULT_OK;
 }
@@ -105,7 +105,7 @@ int32_t ini_NextEntry(IntByValue hdl, Out<String> item, Out<String> value, Out<I
   IniText name;
   IniText text;
   const int state = IniNextEntry(hdl, name.data(), SizeFor(item), text.data(), SizeFor(value));
-  eof = state;
+  eof.Set(state);
   if (state == 0) {
     DllStrFromC(name.data(), item);
     DllStrFromC(text.data(), value);

@@ -8,8 +8,8 @@
 #include <new>
 #include <string>
 
+#include "dll/base/text.h"
 #include "dll/server/functions.h"
-#include "dll/shared/text.h"
 
 namespace vorlix {
 namespace {
@@ -59,7 +59,7 @@ int32_t MoveToIndex(List& list, int32_t index) {
   return RESULT_OK;
 }
 
-void ReportEnd(const List& list, IntByReference eol) { eol = list.HasCurrent() ? 0 : 1; }
+void ReportEnd(const List& list, IntByReference eol) { eol.Set(list.HasCurrent() ? 0 : 1); }
 
 int32_t ReadCurrent(const List& list, DllString& data, IntByReference eol) {
   ReportEnd(list, eol);
@@ -81,7 +81,7 @@ int32_t WithList(int32_t handle, Work work) {
 }  // namespace
 
 int32_t l_CreateList(Out<IntByReference> hdl, In<String> name) {
-  hdl = 0;
+  hdl.Set(0);
   const auto slot = std::find(slots.begin(), slots.end(), nullptr);
   if (slot == slots.end()) return LIST_FULL;
   try {
@@ -91,7 +91,7 @@ int32_t l_CreateList(Out<IntByReference> hdl, In<String> name) {
   } catch (const std::bad_alloc&) {
     return LIST_NO_MEMORY;
   }
-  hdl = static_cast<int32_t>(slot - slots.begin()) + 1;
+  hdl.Set(static_cast<int32_t>(slot - slots.begin()) + 1);
   return RESULT_OK;
 }
 
@@ -103,7 +103,7 @@ int32_t l_HdlByName(zString name, Out<IntByReference> hdl) {
   const auto slot = std::find_if(slots.begin(), slots.end(), [name](const std::unique_ptr<List>& list) {
     return list != nullptr && EqualNoCase(list->name, name);
   });
-  hdl = slot == slots.end() ? 0 : static_cast<int32_t>(slot - slots.begin()) + 1;
+  hdl.Set(slot == slots.end() ? 0 : static_cast<int32_t>(slot - slots.begin()) + 1);
   return RESULT_OK;
 }
 
@@ -111,7 +111,7 @@ int32_t l_DeleteList(InOut<IntByReference> hdl) {
   const int32_t handle = hdl.Get();
   if (FindList(handle) == nullptr) return LIST_INVALID;
   slots[static_cast<size_t>(handle - 1)].reset();
-  hdl = 0;
+  hdl.Set(0);
   return RESULT_OK;
 }
 

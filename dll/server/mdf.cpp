@@ -16,10 +16,10 @@
 #include <string_view>
 #include <utility>
 
+#include "dll/base/syscall.h"
+#include "dll/base/text.h"
+#include "dll/ini/ini.h"
 #include "dll/server/functions.h"
-#include "dll/shared/ini.h"
-#include "dll/shared/syscall.h"
-#include "dll/shared/text.h"
 #include "dll/shared/xpack.h"
 #include "hostif/dllif.h"
 
@@ -176,12 +176,12 @@ bool WasReadLast(const char* section) {
 }  // namespace
 
 int32_t mdf_Get(zString fname, zString section, zString filter, Out<String> xbuf, Out<IntByReference> rc_p) {
-  rc_p = 0;
+  rc_p.Set(0);
   CallTrace(1, "mdf_Get: section = %s\n", section);
   const Selection selected = SelectRows(filter);
   if (!WasReadLast(section)) {
     const int32_t rc = ReadSection(fname, section);
-    rc_p = rc;
+    rc_p.Set(rc);
     if (rc != 0) return RESULT_OK;
   }
   if (Pack(module_read, selected, xbuf)) return RESULT_OK;

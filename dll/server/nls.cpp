@@ -9,9 +9,9 @@
 #include <string>
 #include <string_view>
 
+#include "dll/base/debug.h"
+#include "dll/base/text.h"
 #include "dll/server/srvlocal.h"
-#include "dll/shared/debug.h"
-#include "dll/shared/text.h"
 #include "hostif/layout.h"
 
 namespace vorlix {

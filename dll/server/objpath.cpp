@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "dll/base/text.h"
 #include "dll/server/functions.h"
-#include "dll/shared/text.h"
 
 namespace vorlix {
 namespace {
@@ -83,7 +83,7 @@ int32_t u_udata(InOut<String> Udata, Out<String> Feldtyp, Out<IntByReference> Fl
                 Out<IntByReference> Numtyp, Out<IntByReference> Mussfeld, Out<RealByReference> Numvon,
                 Out<RealByReference> Numbis, Out<IntByReference> rc) {
   Feldtyp.len = 0;
-  for (const IntByReference result : {Fld_length, Fld_nk, Numtyp, Mussfeld}) result = 0;
+  for (IntByReference result : {Fld_length, Fld_nk, Numtyp, Mussfeld}) result.Set(0);
   Numvon = 0.0;
   Numbis = 0.0;
   LowerInPlace(Udata);
@@ -91,7 +91,7 @@ int32_t u_udata(InOut<String> Udata, Out<String> Feldtyp, Out<IntByReference> Fl
   UdataParts parts;
   const UdataParts::Outcome outcome = parts.Split(std::string(Udata.View()));
   if (outcome != UdataParts::Outcome::Split) {
-    rc = outcome == UdataParts::Outcome::NoField ? 0 : -1;
+    rc.Set(outcome == UdataParts::Outcome::NoField ? 0 : -1);
     return RESULT_OK;
   }
   std::string type = parts.At(0);
@@ -99,19 +99,19 @@ int32_t u_udata(InOut<String> Udata, Out<String> Feldtyp, Out<IntByReference> Fl
   DllStrFromC(type, Feldtyp);  // a type that does not fit stays empty
   const char kind = type.empty() ? '\0' : type.front();
   if (kind == 'N') {
-    Fld_length = parts.IntAt(1);
-    Fld_nk = parts.IntAt(2);
-    Numtyp = parts.IntAt(3);
+    Fld_length.Set(parts.IntAt(1));
+    Fld_nk.Set(parts.IntAt(2));
+    Numtyp.Set(parts.IntAt(3));
     Numvon = parts.RealAt(4, 1);  // its first character is a relation sign
     Numbis = parts.RealAt(5, 0);
-    Mussfeld = parts.IsMandatory(6);
+    Mussfeld.Set(parts.IsMandatory(6));
   } else if (TYPES_WITH_LENGTH.find(kind) != std::string_view::npos) {
-    Fld_length = parts.IntAt(1);
-    Mussfeld = parts.IsMandatory(2);
-    if (kind == 'D') Numtyp = 4;
-    if (kind == 'K' || kind == 'M') Numtyp = 7;
+    Fld_length.Set(parts.IntAt(1));
+    Mussfeld.Set(parts.IsMandatory(2));
+    if (kind == 'D') Numtyp.Set(4);
+    if (kind == 'K' || kind == 'M') Numtyp.Set(7);
   }
-  rc = 1;
+  rc.Set(1);
   return RESULT_OK;
 }
 

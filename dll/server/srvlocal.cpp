@@ -9,9 +9,10 @@
 #include <clocale>
 #include <cstring>
 
+#include "dll/base/debug.h"
+#include "dll/base/locale.h"
 #include "dll/shared/clilocal.h"
 #include "dll/shared/csdx.h"
-#include "dll/shared/debug.h"
 #include "hostif/layout.h"
 
 namespace vorlix {

@@ -10,9 +10,9 @@
 #include <utility>
 #include <vector>
 
+#include "dll/base/nameindex.h"
+#include "dll/base/text.h"
 #include "dll/server/functions.h"
-#include "dll/shared/nameindex.h"
-#include "dll/shared/text.h"
 
 namespace vorlix {
 namespace {

@@ -8,9 +8,10 @@
 #include <new>
 #include <utility>
 
+#include "dll/base/debug.h"
+#include "dll/base/locale.h"
+#include "dll/base/text.h"
 #include "dll/shared/csdx.h"
-#include "dll/shared/debug.h"
-#include "dll/shared/text.h"
 #include "hostif/layout.h"
 
 namespace vorlix {
@@ -18,8 +19,6 @@ namespace {
 
 constexpr int32_t INFO_CORRUPT = 1;
 constexpr int32_t INFO_NO_MEMORY = 2;
-
-Locale locale_in_force;
 
 int HexDigit(char c) {
   if (IsDigit(c)) return c - '0';
@@ -137,13 +136,11 @@ int32_t ReadStrings(DescriptionReader& reader, LocaleStrings& strings) {
 int32_t FailInfo(int32_t code, const char* section) {
   const char* reason = code == INFO_CORRUPT ? "buffer is corrupt" : "heap overflow";
   DebugPrint(TRACE_DICT, 1, "GetLocaleInfo() failed: %s [%s]", reason, section);
-  locale_in_force.strings = LocaleStrings();
+  ForgetLocaleStrings();
   return code;
 }
 
 }  // namespace
-
-const Locale& LocaleInForce() { return locale_in_force; }
 
 int32_t GetLocaleInfo(const char* text, size_t length) {
   DebugEntry(TRACE_DICT);
@@ -154,7 +151,7 @@ int32_t GetLocaleInfo(const char* text, size_t length) {
   if (!reader.ReadTable(locale.lower)) return FailInfo(INFO_CORRUPT, "TOLOWER");
   const int32_t code = ReadStrings(reader, locale.strings);
   if (code != 0) return FailInfo(code, "LANGINFO");
-  locale_in_force = std::move(locale);
+  PutLocaleInForce(std::move(locale));
   return 0;
 }
 

@@ -1,4 +1,3 @@
-// The one buffer that is built and sent, and the reading side of the format.
 #include "dll/shared/csdx.h"
 
 #include <algorithm>
@@ -7,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-#include "dll/shared/debug.h"
+#include "dll/base/debug.h"
 
 namespace vorlix {
 namespace {
@@ -112,7 +111,7 @@ int32_t CSDX_SendNext(DllString& block, IntByReference last) {
   const auto prefix_length = static_cast<int32_t>(prefix.length);
   if (block.max < prefix_length + FIRST_BLOCK_MARGIN) {
     CSDX_Free();
-    last = 1;
+    last.Set(1);
     DebugPrint(TRACE_DICT, 1, "dll_SendNext() failed: string overflow");
     return RESULT_TOO_SHORT;
   }
@@ -124,7 +123,7 @@ int32_t CSDX_SendNext(DllString& block, IntByReference last) {
   offset += count;
   remaining -= count;
   if (remaining == 0) CSDX_Free();
-  last = remaining == 0 ? 1 : 0;
+  last.Set(remaining == 0 ? 1 : 0);
   return RESULT_OK;
 }
 

@@ -7,10 +7,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "dll/shared/calendar.h"
-#include "dll/shared/datedirective.h"
-#include "dll/shared/debug.h"
-#include "dll/shared/fmtflags.h"
+#include "dll/base/debug.h"
+#include "dll/field/calendar.h"
+#include "dll/field/datedirective.h"
+#include "dll/field/fmtflags.h"
 
 namespace vorlix {
 namespace {

@@ -23,9 +23,9 @@
 #include <ctime>
 #include <string_view>
 
-#include "dll/shared/clilocal.h"
-#include "dll/shared/fieldbuf.h"
-#include "dll/shared/scancode.h"
+#include "dll/base/locale.h"
+#include "dll/field/fieldbuf.h"
+#include "dll/field/scancode.h"
 
 namespace vorlix {
 

@@ -1,11 +1,11 @@
 // The values of date, time, week and month fields, shown and scanned.
 #include <initializer_list>
 
-#include "dll/shared/calendar.h"
+#include "dll/base/debug.h"
+#include "dll/base/text.h"
+#include "dll/field/calendar.h"
 #include "dll/shared/datefmt.h"
-#include "dll/shared/debug.h"
 #include "dll/shared/numfmt.h"
-#include "dll/shared/text.h"
 
 namespace vorlix {
 namespace {

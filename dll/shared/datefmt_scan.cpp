@@ -6,11 +6,11 @@
 #include <cctype>
 #include <cstddef>
 
-#include "dll/shared/calendar.h"
-#include "dll/shared/datedirective.h"
+#include "dll/base/debug.h"
+#include "dll/base/text.h"
+#include "dll/field/calendar.h"
+#include "dll/field/datedirective.h"
 #include "dll/shared/datefmt.h"
-#include "dll/shared/debug.h"
-#include "dll/shared/text.h"
 
 namespace vorlix {
 namespace {

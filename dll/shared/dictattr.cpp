@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <span>
 
+#include "dll/base/debug.h"
 #include "dll/shared/attrvalue.h"
-#include "dll/shared/debug.h"
 
 namespace vorlix {
 namespace {

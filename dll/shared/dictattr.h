@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "dll/shared/text.h"
+#include "dll/base/text.h"
 
 namespace vorlix {
 

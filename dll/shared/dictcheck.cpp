@@ -4,9 +4,9 @@
 #include <limits>
 #include <string_view>
 
+#include "dll/base/debug.h"
+#include "dll/base/locale.h"
 #include "dll/shared/attrvalue.h"
-#include "dll/shared/clilocal.h"
-#include "dll/shared/debug.h"
 #include "dll/shared/dictattr.h"
 #include "dll/shared/numfmt.h"
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <span>
 
-#include "dll/shared/debug.h"
+#include "dll/base/debug.h"
 #include "dll/shared/dictkrnl.h"
 #include "dll/shared/dlglevel.h"
 #include "dll/shared/xpack.h"

@@ -18,9 +18,9 @@
 #include <string_view>
 #include <vector>
 
-#include "dll/shared/nameindex.h"
+#include "dll/base/nameindex.h"
+#include "dll/base/text.h"
 #include "dll/shared/section.h"
-#include "dll/shared/text.h"
 
 namespace vorlix {
 

@@ -8,7 +8,7 @@
 #include <system_error>
 #include <utility>
 
-#include "dll/shared/debug.h"
+#include "dll/base/debug.h"
 #include "dll/shared/dlglevel.h"
 #include "dll/shared/sectionname.h"
 

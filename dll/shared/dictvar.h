@@ -12,8 +12,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "dll/base/text.h"
 #include "dll/shared/dictkrnl.h"
-#include "dll/shared/text.h"
 #include "dll/shared/xpack.h"
 
 namespace vorlix {

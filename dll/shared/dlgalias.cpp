@@ -4,7 +4,7 @@
 #include <new>
 #include <utility>
 
-#include "dll/shared/debug.h"
+#include "dll/base/debug.h"
 #include "dll/shared/dlglevel.h"
 #include "dll/shared/dlgtable.h"
 

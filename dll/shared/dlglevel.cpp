@@ -8,7 +8,7 @@
 #include <new>
 #include <utility>
 
-#include "dll/shared/debug.h"
+#include "dll/base/debug.h"
 #include "dll/shared/dlgtable.h"
 
 namespace vorlix {

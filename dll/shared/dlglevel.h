@@ -15,8 +15,8 @@
 #include <string_view>
 #include <vector>
 
+#include "dll/base/text.h"
 #include "dll/shared/dictkrnl.h"
-#include "dll/shared/text.h"
 
 namespace vorlix {
 

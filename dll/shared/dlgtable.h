@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "dll/base/nameindex.h"
 #include "dll/shared/dlglevel.h"
-#include "dll/shared/nameindex.h"
 
 namespace vorlix {
 

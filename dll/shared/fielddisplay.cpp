@@ -8,11 +8,11 @@
 #include <limits>
 #include <string_view>
 
-#include "dll/shared/clilocal.h"
+#include "dll/base/locale.h"
+#include "dll/base/text.h"
+#include "dll/field/fmtflags.h"
 #include "dll/shared/datefmt.h"
-#include "dll/shared/fmtflags.h"
 #include "dll/shared/numfmt.h"
-#include "dll/shared/text.h"
 #include "dll/shared/textfmt.h"
 
 namespace vorlix {

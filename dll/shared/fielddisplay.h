@@ -4,8 +4,8 @@
 
 #include <ctime>
 
+#include "dll/field/fieldbuf.h"
 #include "dll/shared/dictattr.h"
-#include "dll/shared/fieldbuf.h"
 
 namespace vorlix {
 

@@ -8,13 +8,13 @@
 #include <iterator>
 #include <limits>
 
-#include "dll/shared/clilocal.h"
-#include "dll/shared/debug.h"
-#include "dll/shared/numfield.h"
-#include "dll/shared/numinput.h"
-#include "dll/shared/numprint.h"
-#include "dll/shared/numsigns.h"
-#include "dll/shared/validset.h"
+#include "dll/base/debug.h"
+#include "dll/base/locale.h"
+#include "dll/field/numfield.h"
+#include "dll/field/numinput.h"
+#include "dll/field/numprint.h"
+#include "dll/field/numsigns.h"
+#include "dll/field/validset.h"
 
 namespace vorlix {
 namespace {
@@ -182,10 +182,10 @@ ScanCode CheckFieldChars(std::string_view text, std::string_view valid, FieldBuf
   return SCAN_BAD_CHAR;
 }
 
-int32_t SetScanResult(ScanCode code, std::string_view text, DllString& out, const IntByReference& rc) {
+int32_t SetScanResult(ScanCode code, std::string_view text, DllString& out, IntByReference rc) {
   DebugEntry(TRACE_FORMAT);
   const HostAnswer& answer = ANSWERS[code];
-  rc = answer.rc;
+  rc.Set(answer.rc);
   out.len = 0;
   return answer.gives_text ? DllStrFromC(text, out) : answer.result;
 }

@@ -10,9 +10,9 @@
 #include <cstdint>
 #include <string_view>
 
-#include "dll/shared/fieldbuf.h"
-#include "dll/shared/fmtflags.h"
-#include "dll/shared/scancode.h"
+#include "dll/field/fieldbuf.h"
+#include "dll/field/fmtflags.h"
+#include "dll/field/scancode.h"
 #include "hostif/dllifutil.h"
 
 namespace vorlix {
@@ -34,7 +34,7 @@ ScanCode CheckFieldChars(std::string_view text, std::string_view valid, FieldBuf
 /// Ends a callable scan function: sets `rc` to what the host is told for `code`, and `out` to `text` where the host is
 /// given one (SCAN_OK and SCAN_BAD_CHAR), else to nothing. Returns the function's result: RESULT_OK, RESULT_TOO_SHORT
 /// when `text` does not fit `out`, or RESULT_REFUSED for SCAN_BAD_CALL.
-int32_t SetScanResult(ScanCode code, std::string_view text, DllString& out, const IntByReference& rc);
+int32_t SetScanResult(ScanCode code, std::string_view text, DllString& out, IntByReference rc);
 
 // ---- Formatting -----------------------------------------------------------------------------------------------------
 

@@ -6,9 +6,9 @@
 #include <memory>
 #include <string_view>
 
+#include "dll/base/nameindex.h"
+#include "dll/base/text.h"
 #include "dll/shared/dictattr.h"
-#include "dll/shared/nameindex.h"
-#include "dll/shared/text.h"
 
 namespace vorlix {
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <array>
 
-#include "dll/shared/clilocal.h"
-#include "dll/shared/debug.h"
+#include "dll/base/debug.h"
+#include "dll/base/locale.h"
 #include "dll/shared/numfmt.h"
 
 namespace vorlix {

@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <string_view>
 
-#include "dll/shared/fieldbuf.h"
-#include "dll/shared/fmtflags.h"
-#include "dll/shared/scancode.h"
+#include "dll/field/fieldbuf.h"
+#include "dll/field/fmtflags.h"
+#include "dll/field/scancode.h"
 
 namespace vorlix {
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <utility>
 
-#include "dll/shared/debug.h"
+#include "dll/base/debug.h"
 #include "dll/shared/dlglevel.h"
 #include "dll/shared/filter.h"
 #include "dll/shared/sectionname.h"

@@ -1,112 +1,17 @@
-// XBUFs: sets of named values, packed into one String argument.
-//
-// An XBUF is a run of items and one "$". An item is a type letter ("X" text, "N" number), the name, "~", an element
-// index, "~", the length of the value, "~" and the value, which can hold any byte:
-//
-//   XDict_fld~0~4~nameNDict_len~0~2~30$
-//
-// Names are a letter and then letters, digits and "_", without regard to case; letters beyond ASCII are those of the
-// process's locale. The index is 0 for a plain value, and n for element n of an array.
+// The attributes of dictionary objects in XBUFs.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 #include <string_view>
 
+#include "dll/wire/xbuf.h"
 #include "hostif/dllifutil.h"
 
 namespace vorlix {
 
 struct Object;
 struct Section;
-
-// ---- Writing pieces -------------------------------------------------------------------------------------------------
-//
-// Each appends one piece at `dst`, where `room` bytes are left, and returns the bytes appended; -1 when it does not
-// fit, and nothing is appended. A byte is always left free behind a piece, for the "$"; headers put a NUL into it. A
-// room below 1, as a String of negative capacity has, fits nothing.
-
-/// Longest header, its NUL included.
-inline constexpr int64_t XBUF_HEADER_SIZE = 256;
-
-/// The header of a plain value. With a prefix the name is the prefix as it is and `name` in lower case; with a null
-/// prefix it is `name`, its first letter in upper case and the rest in lower case.
-int64_t xpack_item(char* dst, int64_t room, const char* prefix, std::string_view name, char type);
-
-/// The header of element `index`, which is not negative.
-int64_t xpack_elem(char* dst, int64_t room, const char* prefix, std::string_view name, char type, int32_t index);
-
-/// The value that belongs to the header before it.
-int64_t xpack_value(char* dst, int64_t room, std::string_view text);
-
-/// Writes a whole XBUF. `length` counts what is complete: the items put so far, and the "$".
-struct XbufWriter {
-  char* dst;
-  int64_t room;
-  int64_t length = 0;
-
-  /// Appends an item; false when it does not fit.
-  bool Put(const char* prefix, std::string_view name, char type, std::string_view value, int32_t index = 0);
-  /// Appends the "$"; false when it does not fit.
-  bool End();
-};
-
-// ---- Reading --------------------------------------------------------------------------------------------------------
-
-/// Longest name that can be read.
-inline constexpr int64_t XBUF_NAME_MAX = 79;
-
-enum XbufType : int32_t { XBUF_TEXT = 1, XBUF_NUMBER = 2 };
-
-struct XbufItem {
-  std::array<char, XBUF_NAME_MAX + 1> name;  // in lower case, ends in NUL
-  int32_t type = 0;                          // an XbufType
-  int32_t index = 0;
-  bool is_element = false;  // the index is not 0
-  std::string_view value;   // borrows from the XBUF; of any bytes
-};
-
-/// Each reads one piece at the start of `src`, the rest of an XBUF, and never beyond it. Returns the bytes that the
-/// piece has, which is more than `src` has for a piece that goes on beyond it (and is not to be used then), or -1 for a
-/// malformed one. Missing digits are a 0; an index above 2147483647 or a length above 4294967295 is malformed.
-int64_t xunpack_item(std::string_view src, XbufItem& item);
-int64_t xunpack_value(std::string_view src, XbufItem& item);
-
-/// What makes an XBUF corrupt. One that ends where an item or the "$" is due lacks a header.
-enum XbufFault : int32_t {
-  XBUF_SOUND = 0,
-  XBUF_BAD_HEADER = 1,
-  XBUF_HEADER_PAST_END = 2,
-  XBUF_BAD_LENGTH = 3,
-  XBUF_VALUE_PAST_END = 4,
-};
-
-/// Walks through the items of a whole XBUF.
-class XbufReader {
- public:
-  enum class Step { Item, End, Corrupt };
-
-  explicit XbufReader(std::string_view xbuf) : xbuf_(xbuf) {}
-
-  /// Reads the next item, or meets the "$", or meets a fault and stays there.
-  Step Next(XbufItem& item);
-
-  XbufFault Fault() const { return fault_; }
-  /// Bytes read so far. With a fault: where a malformed piece starts, or where a piece ends that goes on past the end,
-  /// as far as that is known, which is at least a byte past it.
-  int64_t Offset() const { return offset_; }
-
- private:
-  std::string_view Rest() const { return xbuf_.substr(static_cast<size_t>(offset_)); }
-  bool Advance(int64_t consumed, XbufFault malformed, XbufFault past_end);
-
-  std::string_view xbuf_;
-  int64_t offset_ = 0;
-  XbufFault fault_ = XBUF_SOUND;
-};
-
-// ---- Attributes -----------------------------------------------------------------------------------------------------
 
 /// Packs a section of a dictionary into `xbuf`: its field name as "fld", and all attributes that can be read. Returns
 /// 0; or RESULT_TOO_SHORT, with the length of `xbuf` as it was.

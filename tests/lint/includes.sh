@@ -9,10 +9,14 @@ cd "$1"
 # anything that is there.
 readonly RULES='
   hostif      hostif/
-  dll/shared  hostif/(dllifutil|layout)[.]h|dll/shared/
-  dll/server  hostif/|dll/shared/|dll/server/
-  host        hostif/(layout|math)[.]h|dll/shared/|host/
-  tools       dll/shared/|host/|tools/
+  dll/base    dll/base/
+  dll/wire    hostif/layout[.]h|dll/(base|wire)/
+  dll/field   dll/(base|field)/
+  dll/ini     dll/(base|ini)/
+  dll/shared  hostif/(dllifutil|layout)[.]h|dll/(base|wire|field|ini|shared)/
+  dll/server  hostif/|dll/
+  host        hostif/(layout|math)[.]h|dll/(base|wire)/|host/
+  tools       dll/(base|wire)/|host/|tools/
   tests       [a-z]+/
   fuzz        [a-z]+/
   bench       [a-z]+/
@@ -42,6 +46,14 @@ readonly EXAMPLES='
   hostif/math.cpp         hostif/math.h           yes
   hostif/dllmain.cpp      dll/server/nls.h        no
   hostif/dllmain.cpp      math.h                  no
+  dll/base/text.cpp       dll/base/text.h         yes
+  dll/base/text.cpp       dll/wire/xbuf.h         no
+  dll/base/text.cpp       hostif/layout.h         no
+  dll/wire/functable.h    hostif/layout.h         yes
+  dll/wire/csdx.cpp       hostif/dllifutil.h      no
+  dll/field/numfield.cpp  dll/base/locale.h       yes
+  dll/field/numfield.cpp  dll/shared/numfmt.h     no
+  dll/ini/iniread.cpp     dll/wire/xbuf.h         no
   dll/shared/numfmt.cpp   hostif/dllifutil.h      yes
   dll/shared/numfmt.cpp   hostif/dllif.h          no
   dll/shared/numfmt.cpp   dll/server/functions.h  no
@@ -51,6 +63,8 @@ readonly EXAMPLES='
   host/block.cpp          hostif/layout.h         yes
   host/block.cpp          hostif/dllif.h          no
   host/block.cpp          tools/call.h            no
+  host/xbuf.cpp           dll/wire/xbuf.h         yes
+  host/xbuf.cpp           dll/shared/xpack.h      no
   tools/call.cpp          host/server.h           yes
   tools/call.cpp          hostif/math.h           no
   tests/support/heap.cpp  dll/server/functions.h  yes

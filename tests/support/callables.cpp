@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <fstream>
 
+#include "dll/base/debug.h"
 #include "dll/server/srvlocal.h"
 #include "dll/shared/clilocal.h"
 #include "dll/shared/csdx.h"
-#include "dll/shared/debug.h"
 
 namespace vorlix::test {
 namespace {

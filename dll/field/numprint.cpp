@@ -1,6 +1,6 @@
 // Numbers of everyday size are printed with integers. magnitude = mantissa / 2^shift, so magnitude * 10^prec is an
 // exact quotient, which is rounded once. All others, which do not fit the integers, take the library's way.
-#include "dll/shared/numprint.h"
+#include "dll/field/numprint.h"
 
 #include <bit>
 #include <charconv>

@@ -1,6 +1,6 @@
 // Lines are found by memchr in blocks that pread brings, and a search for headers leaps from '[' to '['. Between calls
 // everything before pos_ is done with; what a refill carries over to the front of the block is less than one line.
-#include "dll/shared/inifile.h"
+#include "dll/ini/inifile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,9 +10,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "dll/shared/inisyntax.h"
-#include "dll/shared/syscall.h"
-#include "dll/shared/text.h"
+#include "dll/base/syscall.h"
+#include "dll/base/text.h"
+#include "dll/ini/inisyntax.h"
 
 namespace vorlix {
 namespace {

@@ -1,14 +1,14 @@
 // The digits are converted in one step, so that what was typed is the very double that the same text has in a program.
 // Digits beyond those that can decide the rounding are only remembered as being there.
-#include "dll/shared/numinput.h"
+#include "dll/field/numinput.h"
 
 #include <algorithm>
 #include <charconv>
 #include <limits>
 #include <system_error>
 
-#include "dll/shared/debug.h"
-#include "dll/shared/text.h"
+#include "dll/base/debug.h"
+#include "dll/base/text.h"
 
 namespace vorlix {
 namespace {

@@ -8,7 +8,7 @@
 #include <span>
 #include <string_view>
 
-#include "dll/shared/fieldbuf.h"
+#include "dll/field/fieldbuf.h"
 
 namespace vorlix {
 

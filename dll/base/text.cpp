@@ -1,4 +1,4 @@
-#include "dll/shared/text.h"
+#include "dll/base/text.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
-#include "dll/shared/fmtflags.h"
+#include "dll/field/fmtflags.h"
 
 #include <algorithm>
 
-#include "dll/shared/clilocal.h"
-#include "dll/shared/debug.h"
+#include "dll/base/debug.h"
+#include "dll/base/locale.h"
 
 namespace vorlix {
 

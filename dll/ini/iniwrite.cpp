@@ -3,11 +3,11 @@
 #include <new>
 #include <string>
 
-#include "dll/shared/ini.h"
-#include "dll/shared/inifile.h"
-#include "dll/shared/inireplace.h"
-#include "dll/shared/inisyntax.h"
-#include "dll/shared/text.h"
+#include "dll/base/text.h"
+#include "dll/ini/ini.h"
+#include "dll/ini/inifile.h"
+#include "dll/ini/inireplace.h"
+#include "dll/ini/inisyntax.h"
 
 namespace vorlix {
 namespace {

@@ -61,7 +61,7 @@ consteval FunctionInfo ParseFunction(std::string_view name, std::string_view sen
 
 #define FUNCTION(name, sentence, ...) ParseFunction(#name, sentence, #__VA_ARGS__),
 inline constexpr std::array FUNCTIONS = {
-#include "dll/shared/functions.def"
+#include "dll/wire/functions.def"
 };
 #undef FUNCTION
 

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "dll/shared/fieldbuf.h"
-#include "dll/shared/numsigns.h"
+#include "dll/field/fieldbuf.h"
+#include "dll/field/numsigns.h"
 
 namespace vorlix {
 

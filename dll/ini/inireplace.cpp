@@ -1,7 +1,7 @@
 // The temporary file has an unguessable name and is created exclusively, so nobody can have put a file or a link there.
 // Only permission bits are taken over: whoever may change the directory could else have a file marked to run as its
 // owner rewritten into one that runs as the server's user.
-#include "dll/shared/inireplace.h"
+#include "dll/ini/inireplace.h"
 
 #include <fcntl.h>
 #include <sys/random.h>
@@ -16,7 +16,7 @@
 #include <cstring>
 #include <utility>
 
-#include "dll/shared/syscall.h"
+#include "dll/base/syscall.h"
 
 namespace vorlix {
 namespace {

@@ -1,13 +1,13 @@
 // Printing is exact: ties are decided by the binary value. A print longer than FIELD_MAX counts as one that does not
 // fit, even when the decimals that make it so long would be trimmed.
-#include "dll/shared/numfield.h"
+#include "dll/field/numfield.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
-#include "dll/shared/fmtflags.h"
-#include "dll/shared/numprint.h"
+#include "dll/field/fmtflags.h"
+#include "dll/field/numprint.h"
 
 namespace vorlix {
 

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "dll/shared/numsigns.h"
-#include "dll/shared/scancode.h"
+#include "dll/field/numsigns.h"
+#include "dll/field/scancode.h"
 
 namespace vorlix {
 

@@ -1,7 +1,7 @@
-#include "dll/shared/numsigns.h"
+#include "dll/field/numsigns.h"
 
-#include "dll/shared/clilocal.h"
-#include "dll/shared/fieldbuf.h"
+#include "dll/base/locale.h"
+#include "dll/field/fieldbuf.h"
 
 namespace vorlix {
 namespace {

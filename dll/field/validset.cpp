@@ -1,8 +1,8 @@
 // A character class is "[" members "]*": "^" in front of the members inverts it, and "]" is a member where it comes
 // first. A range needs a letter or digit at both ends, so that "-" can stand for itself anywhere else.
-#include "dll/shared/validset.h"
+#include "dll/field/validset.h"
 
-#include "dll/shared/clilocal.h"
+#include "dll/base/locale.h"
 
 namespace vorlix {
 namespace {

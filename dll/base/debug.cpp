@@ -1,6 +1,6 @@
 // Category levels and the trace file. The file is written with write(2), one call a line: nothing is buffered that the
 // end of the process could lose or cut.
-#include "dll/shared/debug.h"
+#include "dll/base/debug.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,12 +10,13 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <iterator>
 #include <new>
 #include <string>
 #include <string_view>
 
-#include "dll/shared/syscall.h"
-#include "dll/shared/text.h"
+#include "dll/base/syscall.h"
+#include "dll/base/text.h"
 
 namespace vorlix {
 
@@ -66,6 +67,22 @@ void WriteHeader(const char* flags) {
   }
 }
 
+struct TracedOperation {
+  std::string_view name;
+  const char* file;
+};
+
+constexpr TracedOperation TRACED_OPERATIONS[] = {
+#define TRACED(operation, file) {#operation, file},
+#include "dll/base/traced.def"
+#undef TRACED
+};
+
+const char* TracedFile(std::string_view operation) {
+  const auto* const row = std::ranges::find(TRACED_OPERATIONS, operation, &TracedOperation::name);
+  return row != std::end(TRACED_OPERATIONS) ? row->file : "";
+}
+
 }  // namespace
 
 void SetDebugFlags(const char* flags, const char* fname) {
@@ -103,9 +120,9 @@ void DebugPrint(char category, int level, const char* format, ...) {
   errno = caller_errno;
 }
 
-void DebugEntry(char category, const char* operation, const char* file, int line) {
+void DebugEntry(char category, const char* operation, int line) {
   if (!DebugCheck(category, 3)) return;
-  DebugPrint(category, 3, "%s(): file %s, line %d", operation, file, line);
+  DebugPrint(category, 3, "%s(): file %s, line %d", operation, TracedFile(operation), line);
 }
 
 }  // namespace vorlix

@@ -1,5 +1,5 @@
 // A hash table of positions: chains of links by the low bits of the hash (FNV-1a, mixed once), each chain in order.
-#include "dll/shared/nameindex.h"
+#include "dll/base/nameindex.h"
 
 #include <algorithm>
 

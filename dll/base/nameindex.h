@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "dll/shared/text.h"
+#include "dll/base/text.h"
 
 namespace vorlix {
 

@@ -1,4 +1,4 @@
-#include "dll/shared/calendar.h"
+#include "dll/field/calendar.h"
 
 #include <array>
 #include <cstddef>

@@ -1,11 +1,12 @@
-// The reading side of CSDX buffers: fields, and the blocks that a host receives.
+// Fields, and the blocks that a host receives.
+#include "dll/wire/csdx.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <new>
 
-#include "dll/shared/csdx.h"
-#include "dll/shared/debug.h"
+#include "dll/base/debug.h"
 
 namespace vorlix {
 namespace {

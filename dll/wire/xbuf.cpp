@@ -1,0 +1,160 @@
+// The pieces of XBUFs: headers and values, written and read one at a time. An XBUF that is read can lie in memory that
+// the host shares: nothing here depends on a byte's being the same when it is read again.
+#include "dll/wire/xbuf.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <limits>
+
+#include "dll/base/text.h"
+
+namespace vorlix {
+namespace {
+
+constexpr char SEPARATOR = '~';
+constexpr char END_MARK = '$';
+
+// A number in decimal and the separator behind it.
+class NumberField {
+ public:
+  explicit NumberField(uint64_t number) {
+    char* const end = std::to_chars(text_.data(), text_.data() + text_.size() - 1, number).ptr;
+    *end = SEPARATOR;
+    length_ = static_cast<size_t>(end + 1 - text_.data());
+  }
+  std::string_view View() const { return {text_.data(), length_}; }
+
+ private:
+  std::array<char, std::numeric_limits<uint64_t>::digits10 + 2> text_;
+  size_t length_;
+};
+
+// These write at `at` and return where that ends.
+char* Append(char* at, std::string_view bytes) { return std::ranges::copy(bytes, at).out; }
+
+char* AppendName(char* at, const char* prefix, std::string_view name) {
+  char* const start = prefix != nullptr ? Append(at, prefix) : at;
+  char* const end = std::ranges::transform(name, start, LowerCase).out;
+  if (prefix == nullptr && start != end) *start = UpperCase(*start);
+  return end;
+}
+
+bool IsNameByte(char c, bool is_first) {
+  const bool is_letter = std::isalpha(static_cast<unsigned char>(c)) != 0;
+  return is_letter || (!is_first && (IsDigit(c) || c == '_'));
+}
+
+// Reads as much as makes a name, in lower case, and returns its length.
+size_t ReadName(std::string_view src, XbufItem& item) {
+  size_t length = 0;
+  for (const char c : src.substr(0, XBUF_NAME_MAX)) {
+    if (!IsNameByte(c, length == 0)) break;
+    item.name[length++] = LowerCase(c);
+  }
+  item.name[length] = '\0';
+  return length;
+}
+
+// Reads digits and the separator behind them; returns as xunpack_item does.
+int64_t ReadNumberField(std::string_view src, uint32_t limit, uint32_t& number) {
+  number = 0;
+  const auto [end, error] = std::from_chars(src.data(), src.data() + src.size(), number);
+  if (error == std::errc::result_out_of_range || number > limit) return -1;
+  const int64_t consumed = end - src.data() + 1;
+  return end == src.data() + src.size() || *end == SEPARATOR ? consumed : -1;
+}
+
+}  // namespace
+
+// ---- Writing --------------------------------------------------------------------------------------------------------
+
+int64_t xpack_item(char* dst, int64_t room, const char* prefix, std::string_view name, char type) {
+  return xpack_elem(dst, room, prefix, name, type, 0);
+}
+
+int64_t xpack_elem(char* dst, int64_t room, const char* prefix, std::string_view name, char type, int32_t index) {
+  const NumberField number(static_cast<uint64_t>(index));
+  const size_t prefix_length = prefix != nullptr ? std::string_view(prefix).size() : 0;
+  const auto length = static_cast<int64_t>(1 + prefix_length + name.size() + 1 + number.View().size());
+  if (length >= std::min(room, XBUF_HEADER_SIZE)) return -1;
+  *dst = type;
+  char* end = AppendName(dst + 1, prefix, name);
+  *end++ = SEPARATOR;
+  end = Append(end, number.View());
+  *end = '\0';
+  return length;
+}
+
+int64_t xpack_value(char* dst, int64_t room, std::string_view text) {
+  const NumberField number(text.size());
+  const auto length = static_cast<int64_t>(number.View().size() + text.size());
+  if (length >= room) return -1;
+  Append(Append(dst, number.View()), text);
+  return length;
+}
+
+bool XbufWriter::Put(const char* prefix, std::string_view name, char type, std::string_view value, int32_t index) {
+  const int64_t header = xpack_elem(dst, room, prefix, name, type, index);
+  if (header < 0) return false;
+  const int64_t rest = xpack_value(dst + header, room - header, value);
+  if (rest < 0) return false;
+  dst += header + rest;
+  room -= header + rest;
+  length += header + rest;
+  return true;
+}
+
+bool XbufWriter::End() {
+  if (room < 1) return false;
+  *dst++ = END_MARK;
+  --room;
+  ++length;
+  return true;
+}
+
+// ---- Reading --------------------------------------------------------------------------------------------------------
+
+int64_t xunpack_item(std::string_view src, XbufItem& item) {
+  if (src.empty()) return 1;
+  const char letter = LowerCase(src.front());
+  if (letter != 'x' && letter != 'n') return -1;
+  item.type = letter == 'x' ? XBUF_TEXT : XBUF_NUMBER;
+  const size_t name_end = 1 + ReadName(src.substr(1), item);
+  if (name_end == src.size()) return static_cast<int64_t>(name_end) + 1;
+  if (name_end == 1 || src[name_end] != SEPARATOR) return -1;
+  uint32_t index;
+  const int64_t consumed =
+      ReadNumberField(src.substr(name_end + 1), static_cast<uint32_t>(std::numeric_limits<int32_t>::max()), index);
+  item.index = static_cast<int32_t>(index);
+  item.is_element = index != 0;
+  return consumed < 0 ? -1 : static_cast<int64_t>(name_end) + 1 + consumed;
+}
+
+int64_t xunpack_value(std::string_view src, XbufItem& item) {
+  uint32_t length;
+  const int64_t consumed = ReadNumberField(src, std::numeric_limits<uint32_t>::max(), length);
+  if (consumed < 0) return -1;
+  const int64_t end = consumed + length;
+  const auto start = static_cast<size_t>(consumed);
+  item.value = static_cast<size_t>(end) <= src.size() ? src.substr(start, length) : std::string_view();
+  return end;
+}
+
+XbufReader::Step XbufReader::Next(XbufItem& item) {
+  if (fault_ != XBUF_SOUND) return Step::Corrupt;
+  if (!Rest().empty() && Rest().front() == END_MARK) return Step::End;
+  const bool read = Advance(xunpack_item(Rest(), item), XBUF_BAD_HEADER, XBUF_HEADER_PAST_END) &&
+                    Advance(xunpack_value(Rest(), item), XBUF_BAD_LENGTH, XBUF_VALUE_PAST_END);
+  return read ? Step::Item : Step::Corrupt;
+}
+
+bool XbufReader::Advance(int64_t consumed, XbufFault malformed, XbufFault past_end) {
+  if (consumed < 0)
+    fault_ = malformed;
+  else if ((offset_ += consumed) > static_cast<int64_t>(xbuf_.size()))
+    fault_ = past_end;
+  return fault_ == XBUF_SOUND;
+}
+
+}  // namespace vorlix
