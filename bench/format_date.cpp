@@ -29,8 +29,8 @@ using bench::Expect;
 constexpr int DATES = 64;   // a round works through all of them
 constexpr int ROUNDS = 50;  // short enough that most runs are not interrupted
 constexpr int RUNS = 301;
-constexpr double FORMAT_GOAL = 0.5;
-constexpr double SCAN_GOAL = 1.0;
+constexpr double FORMAT_GOAL = 1.0;
+constexpr double SCAN_GOAL = 2.0;
 
 volatile size_t kept;  // what is computed is used
 

@@ -2,7 +2,7 @@
 #include "dll/field/validset.h"
 #include "dll/base/locale.h"
 #include "dll/shared/clilocal.h"
-#include "dll/shared/numfmt.h"
+#include "dll/shared/fieldscan.h"
 #include "fuzz/input.h"
 
 namespace vorlix::fuzz {

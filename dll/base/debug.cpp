@@ -120,8 +120,7 @@ void DebugPrint(char category, int level, const char* format, ...) {
   errno = caller_errno;
 }
 
-void DebugEntry(char category, const char* operation, int line) {
-  if (!DebugCheck(category, 3)) return;
+void DebugEntryOut(char category, const char* operation, int line) {
   DebugPrint(category, 3, "%s(): file %s, line %d", operation, TracedFile(operation), line);
 }
 

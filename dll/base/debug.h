@@ -31,9 +31,14 @@ inline bool DebugCheck(char category, int level) {
 /// Writes "%c%d: %s\n" without a check.
 void DebugOut(char category, int level, const char* text);
 
-/// The progress line of the operation that calls it, at level 3: its name, the source file that traced.def says for it,
-/// and the line. An operation without a row is traced with a file of no name.
-void DebugEntry(char category, const char* operation = __builtin_FUNCTION(), int line = __builtin_LINE());
+/// Writes the entry line of an operation without a check: its name, the source file that traced.def says for it, and
+/// the line. An operation without a row is traced with a file of no name.
+void DebugEntryOut(char category, const char* operation, int line);
+
+/// The entry line of the operation that calls it, at level 3.
+inline void DebugEntry(char category, const char* operation = __builtin_FUNCTION(), int line = __builtin_LINE()) {
+  if (DebugCheck(category, 3)) DebugEntryOut(category, operation, line);
+}
 
 /// Replaces all levels from a flag text such as D3F1 or *2N0, then closes the trace file and opens `fname`: appending
 /// when a trace file was open before, else truncating; an empty name leaves standard error. A file that cannot be

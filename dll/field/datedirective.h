@@ -1,6 +1,8 @@
 // The "%" directives of date formats, which formatter and scanner read alike:
 //
 //   % [-] [0 or blank] [width] [.precision] letter
+//
+// What stands between directives is plain text, and so is "%%".
 #pragma once
 
 #include <algorithm>
@@ -12,99 +14,92 @@
 
 namespace vorlix {
 
-/// The letters that stand for something.
-inline constexpr std::string_view DATE_LETTERS = "aAbBcdHIjmMpSwWxXyY";
-/// Those that stand for a format of the locale.
-inline constexpr std::string_view DATE_FORMAT_LETTERS = "cxX";
-
 struct DateDirective {
   std::string_view text;  // as written, from "%" to the letter
   char letter = '\0';     // '\0' when the format ends before it
   bool left = false;
-  char fill = '0';     // what leading blanks become
-  uint16_t width = 0;  // cut at DIRECTIVE_NUMBER_MAX, like the precision
-  uint16_t precision = NO_PRECISION;
+  char fill = '0';  // what leading blanks become
+  int width = 0;    // cut at DIRECTIVE_NUMBER_MAX, like the precision
+  int precision = NO_PRECISION;
 
-  static constexpr uint16_t NO_PRECISION = UINT16_MAX;
-
-  bool IsKnown() const { return DATE_LETTERS.find(letter) != std::string_view::npos; }
-  bool IsFormat() const { return DATE_FORMAT_LETTERS.find(letter) != std::string_view::npos; }
+  static constexpr int NO_PRECISION = -1;
 };
 
 /// More than any field can hold.
-inline constexpr uint16_t DIRECTIVE_NUMBER_MAX = 9999;
+inline constexpr int DIRECTIVE_NUMBER_MAX = 9999;
 
 /// Takes the pieces of a date format off its front.
 class DateFormatReader {
  public:
-  explicit DateFormatReader(std::string_view format) : at_(format.data()), end_(at_ + format.size()) {}
+  explicit DateFormatReader(std::string_view format) : rest_(format) {}
 
-  bool AtEnd() const { return at_ == end_; }
-  bool AtDirective() const { return *at_ == '%'; }
-  /// At a directive of two characters, such as %d, or at "%%". These are the most, and quick to take.
-  bool AtBareDirective() const { return end_ - at_ >= 2 && (at_[1] >= 'A' || at_[1] == '%'); }
-  char TakeChar() { return *at_++; }
+  bool AtEnd() const { return rest_.empty(); }
+  bool AtDirective() const { return rest_.front() == '%'; }
+
+  char TakeChar() {
+    const char c = rest_.front();
+    rest_.remove_prefix(1);
+    return c;
+  }
+
+  /// At a directive without details, such as %d, or at "%%". These are the most, and quick to take.
+  bool AtBareDirective() const { return rest_.size() >= 2 && (rest_[1] >= 'A' || rest_[1] == '%'); }
+  /// Its letter, or '%'.
+  char TakeBareDirective() {
+    const char letter = rest_[1];
+    rest_.remove_prefix(2);
+    return letter;
+  }
 
   DateDirective TakeDirective() {
     DateDirective directive;
-    const char* const start = at_++;
-    if (!AtLetter()) TakeDetails(directive);
+    const std::string_view start = rest_;
+    TakeChar();
+    TakeDetails(directive);
     if (!AtEnd()) directive.letter = TakeChar();
-    directive.text = {start, static_cast<size_t>(at_ - start)};
+    directive.text = start.substr(0, start.size() - rest_.size());
     return directive;
   }
 
-  char TakeBareDirective() {
-    at_ += 2;
-    return at_[-1];
-  }
-
-  /// Skips to the next directive, takes it and gives its letter. False when there is none; "%%" is a character.
+  /// Skips to the next directive and gives its letter. False when there is none.
   bool NextLetter(char& letter) {
-    while (at_ != end_) {
+    while (!AtEnd()) {
       if (!AtDirective()) {
-        ++at_;
+        TakeChar();
         continue;
       }
-      if (!AtBareDirective()) {
-        letter = TakeDirective().letter;
-        return true;
-      }
-      letter = TakeBareDirective();
-      if (letter != '%') return true;
+      const bool is_bare = AtBareDirective();
+      letter = is_bare ? TakeBareDirective() : TakeDirective().letter;
+      if (!is_bare || letter != '%') return true;
     }
     return false;
   }
 
  private:
-  // Letters of either case, and a few characters between and behind them.
-  bool AtLetter() const { return !AtEnd() && *at_ >= 'A'; }
-
   void TakeDetails(DateDirective& directive) {
-    const char* const start = at_;
+    const size_t before = rest_.size();
     directive.left = TakeIf('-');
     const bool zeros = TakeIf('0');
     if (!zeros) TakeIf(' ');
     directive.width = TakeNumber();
     if (TakeIf('.')) directive.precision = TakeNumber();
-    if (!zeros && at_ != start) directive.fill = ' ';
+    if (!zeros && rest_.size() != before) directive.fill = ' ';
   }
 
   bool TakeIf(char c) {
-    const bool there = !AtEnd() && *at_ == c;
-    if (there) ++at_;
+    const bool there = rest_.starts_with(c);
+    if (there) rest_.remove_prefix(1);
     return there;
   }
 
-  uint16_t TakeNumber() {
-    unsigned number = 0;
-    while (!AtEnd() && IsDigit(*at_))
-      number = std::min<unsigned>(number * 10 + static_cast<unsigned>(TakeChar() - '0'), DIRECTIVE_NUMBER_MAX);
-    return static_cast<uint16_t>(number);
+  int TakeNumber() {
+    int number = 0;
+    while (!AtEnd() && IsDigit(rest_.front()))
+      number = std::min(number * 10 + (TakeChar() - '0'), DIRECTIVE_NUMBER_MAX);
+    return number;
   }
 
-  const char* at_;
-  const char* const end_;
+  std::string_view rest_;
 };
 
 }  // namespace vorlix

@@ -1,4 +1,5 @@
-// One number laid out in one field: printed, freed of the zeros that are not shown, filled, grouped and signed.
+// One number laid out in one field: printed, freed of the zeros that are not shown, filled, grouped and signed, with
+// the characters of the locale in force.
 //
 // A layout either fits the width or fails; what to give up then is FmtNum's business.
 #pragma once
@@ -8,9 +9,37 @@
 #include <string_view>
 
 #include "dll/field/fieldbuf.h"
-#include "dll/field/numsigns.h"
 
 namespace vorlix {
+
+/// The characters that numbers are written with.
+struct NumSigns {
+  char minus;
+  char point;
+  char separator;             // of thousands; 0 when there is none
+  std::string_view grouping;  // digits a group, one size a byte, from the decimal point to the left
+
+  /// Those in force now; `grouping` borrows from the locale.
+  static NumSigns InForce();
+
+  bool HasGroups() const { return separator != '\0' && !grouping.empty() && grouping.front() != '\0'; }
+};
+
+/// Walks the sizes of the groups: the last one repeats, and a size of 127 or more takes all digits that are left.
+class GroupSizes {
+ public:
+  explicit GroupSizes(std::string_view grouping) : grouping_(grouping) {}
+  int Next();
+
+ private:
+  std::string_view grouping_;
+  int size_ = 0;
+};
+
+/// Prints `magnitude`, which is finite and not negative, with `prec` decimals, and without a "." when there are none.
+/// The digits are those of printf's "%.*f": exact, ties of the binary value to the even digit. Returns the end of the
+/// text, which has no NUL; null when there is no room for it before `limit`.
+char* PrintFixed(char* text, char* limit, double magnitude, int32_t prec);
 
 class NumField {
  public:

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "dll/field/numsigns.h"
+#include "dll/field/numfield.h"
 #include "dll/field/scancode.h"
 
 namespace vorlix {

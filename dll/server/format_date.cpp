@@ -2,7 +2,7 @@
 #include "dll/field/fieldbuf.h"
 #include "dll/server/functions.h"
 #include "dll/shared/datefmt.h"
-#include "dll/shared/numfmt.h"
+#include "dll/shared/fieldscan.h"
 
 namespace vorlix {
 namespace {

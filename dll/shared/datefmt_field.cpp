@@ -5,6 +5,7 @@
 #include "dll/base/text.h"
 #include "dll/field/calendar.h"
 #include "dll/shared/datefmt.h"
+#include "dll/shared/fieldscan.h"
 #include "dll/shared/numfmt.h"
 
 namespace vorlix {

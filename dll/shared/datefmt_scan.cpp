@@ -43,7 +43,6 @@ const Directive* FindDirective(char letter) {
 }
 
 constexpr int NO_WEEK = -1;
-constexpr int SHORTEST_MONTH = 28;
 
 // Years of two digits from here on are of the 20th century, those below of the 21st.
 constexpr int PIVOT_YEAR = 60;
@@ -99,19 +98,10 @@ bool ToYearField(int& number, std::ptrdiff_t digits) {
 
 bool DateScanner::ReadNumber(const Directive& directive) {
   const char* at = at_;
-  while (at != end_ && !IsDigit(*at) && IsSkipped(*at)) ++at;
+  while (at != end_ && IsSkipped(*at)) ++at;
   const char* const start = at;
   int number = 0;
-  // One by one, without a loop: most numbers have two digits, and there is nothing to predict then.
-  const auto take_digit = [&] {
-    if (at != end_ && IsDigit(*at)) number = number * 10 + (*at++ - '0');
-  };
-  take_digit();
-  take_digit();
-  if (directive.most_digits == 4) {
-    take_digit();
-    take_digit();
-  }
+  while (at != end_ && IsDigit(*at) && at - start < directive.most_digits) number = number * 10 + (*at++ - '0');
   if (at == start || number < directive.lowest || number > directive.highest) return false;
   at_ = at;
 
@@ -119,7 +109,7 @@ bool DateScanner::ReadNumber(const Directive& directive) {
   if (directive.field == &std::tm::tm_year && !ToYearField(number, at - start)) return false;
   (directive.field != nullptr ? tm_.*directive.field : week_) = number;
   has_date_ |= directive.is_date;
-  if (DebugCheck(TRACE_FORMAT, 3)) DebugPrint(TRACE_FORMAT, 3, "  %s=%d", directive.name, number);
+  DebugPrint(TRACE_FORMAT, 3, "  %s=%d", directive.name, number);
   return true;
 }
 
@@ -131,7 +121,7 @@ ScanCode DateScanner::Complete() {
     return SCAN_OK;
   }
   const int month = tm_.tm_mon + 1;
-  if (tm_.tm_mday > SHORTEST_MONTH && tm_.tm_mday > DaysOfMonth(year, month)) return Invalid();
+  if (tm_.tm_mday > DaysOfMonth(year, month)) return Invalid();
   tm_.tm_yday = DayOfYear(year, month, tm_.tm_mday);
   tm_.tm_wday = Weekday(DayNumber(year, 1, 1) + tm_.tm_yday);
   return SCAN_OK;
@@ -140,11 +130,9 @@ ScanCode DateScanner::Complete() {
 }  // namespace
 
 ScanCode ScanDate(std::tm& tm, std::string_view in, std::string_view fmt) {
-  if (DebugCheck(TRACE_FORMAT, 2)) {
-    DebugEntry(TRACE_FORMAT);
-    DebugPrint(TRACE_FORMAT, 2, "ScanDate(fld=%.*s, fmt=%.*s)", static_cast<int>(in.size()), in.data(),
-               static_cast<int>(fmt.size()), fmt.data());
-  }
+  DebugEntry(TRACE_FORMAT);
+  DebugPrint(TRACE_FORMAT, 2, "ScanDate(fld=%.*s, fmt=%.*s)", static_cast<int>(in.size()), in.data(),
+             static_cast<int>(fmt.size()), fmt.data());
   if (!in.empty()) return DateScanner(tm, in).Scan(fmt);
   DebugPrint(TRACE_FORMAT, 2, "  fld is empty");
   return SCAN_EMPTY;

@@ -8,7 +8,7 @@
 #include "dll/base/locale.h"
 #include "dll/shared/attrvalue.h"
 #include "dll/shared/dictattr.h"
-#include "dll/shared/numfmt.h"
+#include "dll/shared/fieldscan.h"
 
 namespace vorlix {
 namespace {

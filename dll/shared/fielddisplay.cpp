@@ -29,14 +29,14 @@ constexpr double HUNDREDTHS_OF_HOUR = 100.0;
 
 // ---- Formatted types ------------------------------------------------------------------------------------------------
 
-void ShowNumber(FieldBuffer& out, const Object& field, const char* value, Clock) {
+void ShowNumber(FieldBuffer& out, const Object& field, const char* value, LocalTime) {
   FldFmtNum(out, std::strtod(value, nullptr), field.flen, field.fprec, TextOf(field.ffmt));
 }
 
-void ShowDate(FieldBuffer& out, const Object& field, const char* value, Clock clock) {
+void ShowDate(FieldBuffer& out, const Object& field, const char* value, LocalTime now) {
   const std::string_view format = TextOf(field.ffmt);
   if (EqualNoCase(value, TODAY))
-    FmtDate(out, clock(), field.flen, format);
+    FmtDate(out, now(), field.flen, format);
   else
     FldFmtDate(out, ReadNumber(value), EqualNoCase(TextOf(field.fvtyp), "GREG"), field.flen, format);
 }
@@ -44,9 +44,9 @@ void ShowDate(FieldBuffer& out, const Object& field, const char* value, Clock cl
 /// The minutes are rounded to hundredths.
 int32_t HundredthsOf(const std::tm& time) { return time.tm_hour * 100 + (time.tm_min * 100 + 50) / 60; }
 
-void ShowTime(FieldBuffer& out, const Object& field, const char* value, Clock clock) {
+void ShowTime(FieldBuffer& out, const Object& field, const char* value, LocalTime now) {
   const std::string_view format = TextOf(field.ffmt);
-  const int32_t hundredths = EqualNoCase(value, NOW) ? HundredthsOf(clock()) : ReadNumber(value);
+  const int32_t hundredths = EqualNoCase(value, NOW) ? HundredthsOf(now()) : ReadNumber(value);
   if (!EqualNoCase(TextOf(field.fvtyp), "HM60")) {
     FldFmtNum(out, hundredths / HUNDREDTHS_OF_HOUR, field.flen, field.fprec, format);
     return;
@@ -58,11 +58,11 @@ void ShowTime(FieldBuffer& out, const Object& field, const char* value, Clock cl
     FldFmtTime(out, static_cast<int32_t>(seconds), field.flen, format);
 }
 
-void ShowMonth(FieldBuffer& out, const Object& field, const char* value, Clock) {
+void ShowMonth(FieldBuffer& out, const Object& field, const char* value, LocalTime) {
   FldFmtMonth(out, ReadNumber(value), field.flen, TextOf(field.ffmt));
 }
 
-void ShowWeek(FieldBuffer& out, const Object& field, const char* value, Clock clock) {
+void ShowWeek(FieldBuffer& out, const Object& field, const char* value, LocalTime now) {
   const std::string_view type = TextOf(field.fvtyp);
   FieldFormat shown{TextOf(field.ffmt), field.flen};
   if (!EqualNoCase(value, TODAY)) {
@@ -73,10 +73,10 @@ void ShowWeek(FieldBuffer& out, const Object& field, const char* value, Clock cl
     shown = WeekFieldFormat(type);
     if (field.flen != 0) shown.length = field.flen;
   }
-  FmtDate(out, clock(), shown.length, shown.format);
+  FmtDate(out, now(), shown.length, shown.format);
 }
 
-void ShowText(FieldBuffer& out, const Object& field, const char* value, Clock) {
+void ShowText(FieldBuffer& out, const Object& field, const char* value, LocalTime) {
   FldFmtText(out, value, field.flen, TextOf(field.ffmt));
 }
 
@@ -90,26 +90,28 @@ int64_t AtMostFmax(int64_t number, const Object& field) {
   return field.fmax != 0 ? std::min(number, WholeBound(field.fmax)) : number;
 }
 
-void ShowCheckBox(FieldBuffer& out, const Object&, const char* value, Clock) { out.AssignNumber(ReadNumber(value)); }
+void ShowCheckBox(FieldBuffer& out, const Object&, const char* value, LocalTime) {
+  out.AssignNumber(ReadNumber(value));
+}
 
-void ShowRadioButton(FieldBuffer& out, const Object& field, const char* value, Clock) {
+void ShowRadioButton(FieldBuffer& out, const Object& field, const char* value, LocalTime) {
   out.AssignNumber(AtMostFmax(std::max<int64_t>(ReadNumber(value), WholeBound(field.fmin)), field));
 }
 
 /// Entries count from 1, the one of the value FMIN; FMAX bounds that count.
-void ShowListBox(FieldBuffer& out, const Object& field, const char* value, Clock) {
+void ShowListBox(FieldBuffer& out, const Object& field, const char* value, LocalTime) {
   const int64_t first = WholeBound(field.fmin);
   const int64_t number = std::max<int64_t>(ReadNumber(value), first);
   out.AssignNumber(AtMostFmax(number - first + 1, field));
 }
 
-void ShowAsIs(FieldBuffer& out, const Object&, const char* value, Clock) {
+void ShowAsIs(FieldBuffer& out, const Object&, const char* value, LocalTime) {
   out.Assign(std::string_view(value).substr(0, FIELD_MAX));
 }
 
 // ---- The table ------------------------------------------------------------------------------------------------------
 
-using Display = void (*)(FieldBuffer& out, const Object& field, const char* value, Clock clock);
+using Display = void (*)(FieldBuffer& out, const Object& field, const char* value, LocalTime now);
 
 // By FieldType; null where the value stays as it is.
 constexpr Display DISPLAYS[] = {
@@ -138,11 +140,11 @@ std::tm LocalTimeNow() {
   return local;
 }
 
-bool FmtDisplay(FieldBuffer& out, const Object& field, const char* value, Clock clock) {
+bool FmtDisplay(FieldBuffer& out, const Object& field, const char* value, LocalTime now) {
   out.Clear();
   const bool known = field.ftyp >= FT_NONE && static_cast<size_t>(field.ftyp) < std::size(DISPLAYS);
   const Display display = known ? DISPLAYS[field.ftyp] : nullptr;
-  if (display != nullptr) display(out, field, value, clock);
+  if (display != nullptr) display(out, field, value, now);
   return display != nullptr;
 }
 

@@ -10,7 +10,7 @@
 namespace vorlix {
 
 /// Tells the local time. Tests have one of their own.
-using Clock = std::tm (*)();
+using LocalTime = std::tm (*)();
 std::tm LocalTimeNow();
 
 /// Puts the text that a field shows for `value` into `out`. False, with `out` empty, when its type has none: field
@@ -20,6 +20,6 @@ std::tm LocalTimeNow();
 /// none, and the nearest end of the range for a whole number beyond 32 bits. "$DATE" in date and week fields and
 /// "$TIME" in time fields stand for the moment. A field shows 255 characters at the most: what is formatted and does
 /// not fit into these or into FLEN is filled with the overflow character; an XB value is cut at 255.
-bool FmtDisplay(FieldBuffer& out, const Object& field, const char* value, Clock clock = LocalTimeNow);
+bool FmtDisplay(FieldBuffer& out, const Object& field, const char* value, LocalTime now = LocalTimeNow);
 
 }  // namespace vorlix

@@ -1,5 +1,5 @@
 // The operations on numbers of fields, with their trace. How a number is laid out is in numfield, how a typed one is
-// read in numinput, how a set of characters is written in validset.
+// read in numinput.
 #include "dll/shared/numfmt.h"
 
 #include <algorithm>
@@ -9,12 +9,9 @@
 #include <limits>
 
 #include "dll/base/debug.h"
-#include "dll/base/locale.h"
 #include "dll/field/numfield.h"
 #include "dll/field/numinput.h"
-#include "dll/field/numprint.h"
-#include "dll/field/numsigns.h"
-#include "dll/field/validset.h"
+#include "dll/shared/fieldscan.h"
 
 namespace vorlix {
 namespace {
@@ -28,20 +25,16 @@ constexpr FormatLetter LETTERS[] = {
 constexpr double UNBOUNDED = std::numeric_limits<double>::infinity();
 constexpr int32_t MAX_DECIMALS = FIELD_MAX - 2;  // behind "0."
 
-// Whether each row stands where its key says.
-template <class Row, size_t N, class Key>
-consteval bool IndexedBy(const Row (&rows)[N], Key Row::*key) {
-  for (size_t i = 0; i < N; ++i)
-    if (rows[i].*key != static_cast<Key>(i)) return false;
-  return true;
-}
-
 constexpr NumRange RANGES[] = {
     {'\0', FMCHK_NONE, "FMCHK_NONE", UNBOUNDED, false},  {'I', FMCHK_INT, "FMCHK_INT", 32767, true},
     {'D', FMCHK_LINT, "FMCHK_LINT", 2147483647, true},   {'S', FMCHK_REAL, "FMCHK_REAL", 999999, false},
     {'L', FMCHK_LREAL, "FMCHK_LREAL", UNBOUNDED, false},
 };
-static_assert(IndexedBy(RANGES, &NumRange::mode) && std::size(RANGES) == FMCHK_LREAL + 1);
+static_assert(std::size(RANGES) == FMCHK_LREAL + 1 && [] {
+  for (const NumRange& range : RANGES)
+    if (&range != &RANGES[range.mode]) return false;
+  return true;
+}());
 
 ScanMode ModeOf(std::string_view value_type) {
   if (value_type.size() != 1) return FMCHK_NONE;
@@ -50,42 +43,12 @@ ScanMode ModeOf(std::string_view value_type) {
   return range != nullptr ? range->mode : FMCHK_NONE;
 }
 
-// What the host is told of a scan.
-struct HostAnswer {
-  ScanCode code;
-  int32_t rc;
-  bool gives_text;
-  int32_t result;
-};
-
-constexpr HostAnswer ANSWERS[] = {
-    {SCAN_OK, 0, true, RESULT_OK},
-    {SCAN_EMPTY, -1, false, RESULT_OK},
-    {SCAN_BAD_CALL, 0, false, RESULT_REFUSED},
-    {SCAN_BAD_CHAR, 3, true, RESULT_OK},
-    {SCAN_BLANK_INSIDE, 1, false, RESULT_OK},
-    {SCAN_SIGN_POSITION, 1, false, RESULT_OK},
-    {SCAN_SECOND_POINT, 1, false, RESULT_OK},
-    {SCAN_DECIMALS, 1, false, RESULT_OK},
-    {SCAN_BELOW_MODE, 1, false, RESULT_OK},
-    {SCAN_ABOVE_MODE, 1, false, RESULT_OK},
-    {SCAN_BELOW_MIN, 2, false, RESULT_OK},
-    {SCAN_ABOVE_MAX, 2, false, RESULT_OK},
-    {SCAN_BAD_DATE, 1, false, RESULT_OK},
-    {SCAN_LEFT_OVER, 1, false, RESULT_OK},
-};
-static_assert(IndexedBy(ANSWERS, &HostAnswer::code) && std::size(ANSWERS) == SCAN_LEFT_OVER + 1);
-
-// The lines that a call of every value writes are guarded here: asking costs less than calling.
 void TraceNum(double value, int32_t len, int32_t prec, uint32_t flags) {
-  if (!DebugCheck(TRACE_FORMAT, 2)) return;
   DebugPrint(TRACE_FORMAT, 2, "FmtNum(val=%.12f, len=%d, prec=%d)", value, len, prec);
   TraceFormat(LETTERS, flags);
 }
 
-void TraceOutput(const FieldBuffer& out) {
-  if (DebugCheck(TRACE_FORMAT, 2)) DebugPrint(TRACE_FORMAT, 2, "  output=[%s]", out.CStr());
-}
+void TraceOutput(const FieldBuffer& out) { DebugPrint(TRACE_FORMAT, 2, "  output=[%s]", out.CStr()); }
 
 // The flag to give up after an overflow, 0 when there is none left.
 uint32_t FlagToDrop(uint32_t flags, double value) {
@@ -147,48 +110,6 @@ bool Normalise(double& value, int32_t prec, FieldBuffer& out) {
 }
 
 }  // namespace
-
-// ---- What all scanners share ----------------------------------------------------------------------------------------
-
-ValidOutcome FmtCheckValid(std::string_view text, std::string_view valid, char& badchar) {
-  DebugEntry(TRACE_FORMAT);
-  badchar = '\0';
-  const Locale& locale = LocaleInForce();
-  ValidSet set;
-  if (!set.Parse(valid, locale)) {
-    DebugPrint(TRACE_FORMAT, 1, "FmtCheckValid() failed: syntax error in character class '%.*s'",
-               static_cast<int>(valid.size()), valid.data());
-    return VALID_MALFORMED;
-  }
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    const bool printable = locale.Is(byte, CLASS_PRINT);
-    if (printable && set.Allows(byte)) continue;
-    if (printable)
-      DebugPrint(TRACE_FORMAT, 3, "FmtCheckValid(): invalid character %c", c);
-    else
-      DebugPrint(TRACE_FORMAT, 3, "FmtCheckValid(): non-printable character %02x", byte);
-    badchar = c;
-    return VALID_REFUSED;
-  }
-  return VALID_ALLOWED;
-}
-
-ScanCode CheckFieldChars(std::string_view text, std::string_view valid, FieldBuffer& out) {
-  char badchar = '\0';
-  const ValidOutcome outcome = FmtCheckValid(text, valid, badchar);
-  if (outcome == VALID_ALLOWED) return SCAN_OK;
-  out.Fill(badchar, outcome == VALID_REFUSED ? 1 : 0);
-  return SCAN_BAD_CHAR;
-}
-
-int32_t SetScanResult(ScanCode code, std::string_view text, DllString& out, IntByReference rc) {
-  DebugEntry(TRACE_FORMAT);
-  const HostAnswer& answer = ANSWERS[code];
-  rc.Set(answer.rc);
-  out.len = 0;
-  return answer.gives_text ? DllStrFromC(text, out) : answer.result;
-}
 
 // ---- Formatting -----------------------------------------------------------------------------------------------------
 

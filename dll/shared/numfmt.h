@@ -1,5 +1,4 @@
-// Numbers as fields show them and as users type them, and what the scanners of all field types share: the check against
-// a set of allowed characters, and the way in which an outcome reaches the host.
+// Numbers as fields show them and as users type them.
 //
 // Separators, signs, the overflow character and the character classes are those of the locale in force at each call.
 // Between text and number stands the "C" notation: "." as decimal point, no separators. Nothing here allocates memory,
@@ -13,28 +12,8 @@
 #include "dll/field/fieldbuf.h"
 #include "dll/field/fmtflags.h"
 #include "dll/field/scancode.h"
-#include "hostif/dllifutil.h"
 
 namespace vorlix {
-
-// ---- What all scanners share ----------------------------------------------------------------------------------------
-
-enum ValidOutcome : int32_t { VALID_MALFORMED = -1, VALID_REFUSED = 0, VALID_ALLOWED = 1 };
-
-/// Checks every character of `text`: it must be printable in the locale in force and allowed by `valid`. An empty
-/// `valid` allows everything; one that begins with "[" is a single character class ("[0-9A-Z]*", "[^x]*", with A-Z and
-/// a-z standing for the locale's upper-case and lower-case characters); any other lists the allowed characters.
-/// `badchar` becomes the first character refused, 0 otherwise.
-ValidOutcome FmtCheckValid(std::string_view text, std::string_view valid, char& badchar);
-
-/// FmtCheckValid as a step of a scanner: SCAN_OK and `out` untouched, or SCAN_BAD_CHAR and the refused character as
-/// `out`, which is empty when `valid` is malformed.
-ScanCode CheckFieldChars(std::string_view text, std::string_view valid, FieldBuffer& out);
-
-/// Ends a callable scan function: sets `rc` to what the host is told for `code`, and `out` to `text` where the host is
-/// given one (SCAN_OK and SCAN_BAD_CHAR), else to nothing. Returns the function's result: RESULT_OK, RESULT_TOO_SHORT
-/// when `text` does not fit `out`, or RESULT_REFUSED for SCAN_BAD_CALL.
-int32_t SetScanResult(ScanCode code, std::string_view text, DllString& out, IntByReference rc);
 
 // ---- Formatting -----------------------------------------------------------------------------------------------------
 

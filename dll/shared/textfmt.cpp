@@ -6,7 +6,7 @@
 
 #include "dll/base/debug.h"
 #include "dll/base/locale.h"
-#include "dll/shared/numfmt.h"
+#include "dll/shared/fieldscan.h"
 
 namespace vorlix {
 namespace {
