@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include "tests/support/callables.h"
@@ -14,9 +15,9 @@ namespace {
 std::string Show(const Object& object) {
   std::string lines;
   AttrText attr;
-  for (int32_t row = 0; ObGetIdx(object, row, attr) == row; ++row) {
-    EXPECT_EQ(attr.value.data()[attr.value.size()], '\0') << attr.item;
-    if ((object.mask >> row & 1) != 0) lines.append("|").append(attr.item).append("=").append(attr.value);
+  for (int32_t row = 0; ObGetIdx(object, row, attr); ++row) {
+    EXPECT_EQ(std::strlen(attr.value.CStr()), attr.value.View().size()) << attr.item.CStr();
+    if ((object.mask >> row & 1) != 0) lines.append("|").append(attr.item.View()).append("=").append(attr.value.View());
   }
   return lines;
 }
@@ -57,11 +58,11 @@ TEST(DictAttr, AreSetAndRead) {
 // clang-format on
 
 TEST(DictAttr, AreReadByNumbersAndNamesThatExist) {
-  for (const char* const name : {"FTYP", "ERLAUBT", "MODEL", ""}) EXPECT_EQ(ObFindAlias(name), -1) << name;
+  for (const char* const name : {"FTYP", "ERLAUBT", "MODEL", ""}) EXPECT_EQ(ObFindAlias(name), NO_ROW) << name;
   for (const int32_t row : {-1, ATTRIBUTE_COUNT}) {
     const TraceCapture trace("D1");
     AttrText attr;
-    EXPECT_EQ(ObGetIdx(Object(), row, attr), -1) << row;
+    EXPECT_FALSE(ObGetIdx(Object(), row, attr)) << row;
     EXPECT_EQ(ObGetAlias(row), nullptr) << row;
     EXPECT_EQ(Messages(trace), "D1: ObGetAlias() failed: invalid index");
   }
@@ -76,7 +77,7 @@ TEST(DictAttr, FreeClearsInitStartsAfreshAndACopyOfAllClears) {
   ObInit(object);
   EXPECT_EQ(Show(object) + ShowObject(object), " OBJTYPE=ET");
   SetObject(object, "VALID=x|FTYP=X1|FMAX=1");
-  EXPECT_EQ(ObCopy(object, Object(), CopyMode::All, "kd.name"), ATTR_OK);
+  EXPECT_EQ(ObCopy(object, Object(), CopyMode::All, "kd.name"), AttrResult::Ok);
   EXPECT_EQ(object.mask, (1U << ATTRIBUTE_COUNT) - 1);
   EXPECT_EQ(ShowObject(object), " OBJTYPE=ET");
 }

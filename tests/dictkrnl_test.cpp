@@ -16,15 +16,12 @@
 namespace vorlix::test {
 namespace {
 
-/// Where the sections are that a search finds: a walk over all of them.
-std::vector<size_t> Walk(const Dict& dict, std::string_view name, size_t len) {
+/// Where the sections are whose names meet `is_it`: a walk over all of them.
+template <class IsIt>
+std::vector<size_t> Walk(const Dict& dict, IsIt is_it) {
   std::vector<size_t> found;
-  for (size_t at = 0; at < dict.sections.size(); ++at) {
-    const std::string_view own = dict.sections[at]->section.get();
-    const bool whole = len == 0 || len > name.size();
-    const bool same = whole ? EqualNoCase(own, name) : StartsWithNoCase(own, name.substr(0, len));
-    if (same || name.data() == ANY_SECTION.data()) found.push_back(at);
-  }
+  for (size_t at = 0; at < dict.sections.size(); ++at)
+    if (is_it(std::string_view(dict.sections[at]->section.get()))) found.push_back(at);
   return found;
 }
 
@@ -39,14 +36,15 @@ TEST(Dicts, FindSectionsAsTheyComeAndGo) {
       dict.sections.RemoveLast();
     else
       AddSection(dict, pick_name());
-    const std::string picked = pick_name();
-    const std::string_view name = random() % 16 == 0 ? ANY_SECTION : picked;
-    const size_t len = random() % 6;
-    std::vector<size_t> found;
-    for (SectionPtr section = FindSection(dict, name, len); section != nullptr;
-         section = FindNextSection(dict, *section, name, len))
-      found.push_back(section->position);
-    ASSERT_EQ(found, Walk(dict, name, len)) << name << " " << len;
+    const std::string name = pick_name();
+    const auto named = Walk(dict, [&](std::string_view own) { return EqualNoCase(own, name); });
+    const SectionPtr section = FindSection(dict, name);
+    ASSERT_TRUE(named.empty() ? section == nullptr : section->position == named[0]) << name;
+    const std::string handle = step % 2 == 0 ? pick_part() : name;
+    std::vector<size_t> fields;
+    for (SectionPtr at = FirstField(dict, handle); at != nullptr; at = NextField(dict, *at, handle))
+      fields.push_back(at->position);
+    ASSERT_EQ(fields, Walk(dict, [&](auto own) { return StartsWithNoCase(own, handle + "."); })) << handle;
     ASSERT_EQ(dict.sections.AllGrouped(), std::ranges::all_of(dict.sections, has_dot)) << step;
   }
 }
@@ -67,7 +65,7 @@ TEST(Dicts, GetNewSectionsFromUpdates) {
   for (const auto& [xbuf, kind, added, message] : ROWS) {
     OpenText("D", 1, "[catalog]\nA=X\n[a.f]\nPATH=p\nFTYP=K\n");
     const TraceCapture trace("D1");
-    EXPECT_EQ(UpdateDict("D01X", xbuf, false), message.empty() ? 0 : -2) << xbuf;
+    EXPECT_EQ(UpdateDict("D01X", xbuf, false), message.empty() ? UpdateResult::Ok : UpdateResult::Failed) << xbuf;
     EXPECT_EQ(Messages(trace), message) << xbuf;
     EXPECT_EQ(ShowDicts(), std::string("D/") + kind + " x1: A=X [a.f PATH=p OBJTYPE=ET FTYP=K]" + added + "\n") << xbuf;
     CloseAllDicts();

@@ -1,4 +1,4 @@
-// Dialog levels: their lookups against plain walks over lists.
+// OpenDialog levels: their lookups against plain walks over lists.
 #include "dll/shared/dlglevel.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ using Names = std::vector<std::string>;
 
 class Levels : public testing::Test {
  protected:
-  struct Dialog {
+  struct OpenDialog {
     int32_t level;
     DictPtr dict;
     std::string hdl;
@@ -38,8 +38,8 @@ class Levels : public testing::Test {
     return Pick("Dd") + "0" + Pick("123") + Pick("XYxi\xdd") + (random_() % 2 == 0 ? "" : "_" + Pick("1234567890"));
   }
   /// The newest dialog that has this id from slot `first` to `end`, and where.
-  std::pair<Dialog*, size_t> Find(const std::string& id, size_t first, size_t end) {
-    for (Dialog& dialog : dialogs_)
+  std::pair<OpenDialog*, size_t> Find(const std::string& id, size_t first, size_t end) {
+    for (OpenDialog& dialog : dialogs_)
       for (size_t slot = first; slot < std::min(end, dialog.ids.size()); ++slot)
         if (EqualNoCase(dialog.ids[slot], id)) return {&dialog, slot};
     return {nullptr, 0};
@@ -59,44 +59,45 @@ class Levels : public testing::Test {
   void Close(int32_t level) {
     FreeDlgLevel(level);
     std::erase_if(levels_, [=](int32_t own) { return own >= level; });
-    std::erase_if(dialogs_, [=](const Dialog& dialog) { return dialog.level >= level; });
+    std::erase_if(dialogs_, [=](const OpenDialog& dialog) { return dialog.level >= level; });
   }
   void NewAlias(const std::string& id) {
-    Dialog* const dialog = Find(id, 0, 1).first;
-    const int32_t expected = dialog == nullptr ? DLG_REFUSED : dialog->ids.size() == 10 ? DLG_NONE : DLG_OK;
+    OpenDialog* const dialog = Find(id, 0, 1).first;
+    const DlgResult expected = dialog == nullptr ? DLG_REFUSED : dialog->ids.size() == 10 ? DLG_NONE : DLG_OK;
     if (expected == DLG_OK) dialog->ids.push_back(id + "_" + std::to_string(dialog->ids.size()));
-    std::string_view alias;
-    ASSERT_EQ(NewDlgAlias(id.c_str(), alias), expected) << id;
-    ASSERT_EQ(alias, expected == DLG_OK ? dialog->ids.back() : "");
+    CText alias;
+    ASSERT_EQ(NewDlgAlias(id, alias), expected) << id;
+    ASSERT_EQ(alias.View(), expected == DLG_OK ? dialog->ids.back() : "");
   }
   void DelAlias(const std::string& id) {
     const auto [dialog, slot] = Find(id, 1, 10);
-    ASSERT_EQ(DelDlgAlias(id.c_str()), dialog != nullptr ? DLG_OK : DLG_REFUSED) << id;
+    ASSERT_EQ(DelDlgAlias(id), dialog != nullptr ? DLG_OK : DLG_REFUSED) << id;
     if (dialog != nullptr) dialog->ids.erase(dialog->ids.begin() + static_cast<std::ptrdiff_t>(slot));
   }
 
   /// All dialogs with their aliases, and what one id and one handle lead to.
   void ExpectSame(const std::string& id, const std::string& hdl) {
     std::string shown;
-    for (const Dialog& dialog : dialogs_) {
+    for (const OpenDialog& dialog : dialogs_) {
       shown += (shown.empty() ? "" : ", ") + dialog.ids[0];
       const Names& ids = Find(dialog.ids[0], 0, 1).first->ids;
       for (size_t slot = 1; slot < ids.size(); ++slot) shown += "=" + ids[slot];
     }
     ASSERT_EQ(ShowDialogs(), shown);
-    const Dialog* const any = Find(id, 0, 10).first;
-    std::string_view found;
-    ASSERT_EQ(ResolveDlgID(id, found), any != nullptr ? any->dict : nullptr) << id;
-    ASSERT_EQ(found, any != nullptr ? any->hdl : "") << id;
+    const OpenDialog* const any = Find(id, 0, 10).first;
+    const ResolvedDlg resolved = ResolveDlgID(id);
+    ASSERT_EQ(resolved.dict, any != nullptr ? any->dict : nullptr) << id;
+    ASSERT_EQ(resolved.hdl.View(), any != nullptr ? any->hdl : "") << id;
+    CText found;
     const auto mapped = std::ranges::find_if(
-        dialogs_, [&](const Dialog& own) { return own.level == levels_.back() && EqualNoCase(own.hdl, hdl); });
+        dialogs_, [&](const OpenDialog& own) { return own.level == levels_.back() && EqualNoCase(own.hdl, hdl); });
     ASSERT_EQ(MapDlgHandle(hdl, found), mapped != dialogs_.end() ? DLG_OK : DLG_NONE) << hdl;
-    ASSERT_EQ(found, mapped != dialogs_.end() ? mapped->ids[0] : "") << hdl;
+    ASSERT_EQ(found.View(), mapped != dialogs_.end() ? mapped->ids[0] : "") << hdl;
   }
 
   std::mt19937 random_{3};
-  std::vector<int32_t> levels_;  // the newest last
-  std::deque<Dialog> dialogs_;   // the newest first
+  std::vector<int32_t> levels_;     // the newest last
+  std::deque<OpenDialog> dialogs_;  // the newest first
 };
 
 TEST_F(Levels, AnswerAsTheWalksDo) {

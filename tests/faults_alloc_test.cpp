@@ -110,9 +110,8 @@ bool EndsMore(const FunctionInfo& function, const std::vector<host::Arg>& args) 
 /// Whether a failure may change dictionaries: one that only its level uses is changed in place, and a model is given up
 /// before it is read again.
 bool ChangesDictionaries(const FunctionInfo& function, const std::vector<host::Arg>& args) {
-  std::string_view hdl;
   DictPtr dict;
-  if (function.name == "dict_Update") dict = ResolveDlgID(args.at(0).TextAt(), hdl);
+  if (function.name == "dict_Update") dict = ResolveDlgID(args.at(0).TextAt()).dict;
   if (function.name.starts_with("dict_Open")) dict = FindDict(args.at(0).TextAt(), DICT_MODEL);
   return dict != nullptr && dict->instance_cnt == 1;
 }

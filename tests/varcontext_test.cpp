@@ -30,7 +30,7 @@ TEST_F(FilterSets, OpenWithAllFieldsOnlyWhereTheirNamesFit) {
   const DictPtr dict = FindDict("O", DICT_ORIGINAL);
   AddSection(*dict, "ko." + std::string(79, 'f'));
   EXPECT_EQ(VarInitLIST("D01KOPF", "*"), VAR_OK);
-  VarFree();
+  EXPECT_EQ(VarFree(), VAR_OK);
   AddSection(*dict, "ko." + std::string(80, 'f'));
   EXPECT_EQ(VarInitLIST("D01KOPF", "*"), VAR_REFUSED);
   EXPECT_EQ(VarFree(), VAR_REFUSED);
@@ -43,11 +43,11 @@ TEST_F(FilterSets, KeepWhatThereWasMemoryFor) {
                                   "D1: AddVar(x) failed: heap overflow (2)XName~0~1~bXX~0~0~$", "XName~0~1~bXX~0~1~1$"};
   for (int nth = 0, expected = 0; expected < 3; ++nth) {
     CurrVarContext() = {};
-    VarXBUF("D01KOPF", "Xname~0~1~a$", VarMode::Append);
+    ASSERT_EQ(VarXBUF("D01KOPF", "Xname~0~1~a$", VarMode::Append), VAR_OK);
     const TraceCapture trace("D1");
     {
       const FailAllocation fail(nth);
-      VarXBUF("D01KOPF", "Xname~0~1~bXx~0~1~1$", VarMode::Replace);
+      static_cast<void>(VarXBUF("D01KOPF", "Xname~0~1~bXx~0~1~1$", VarMode::Replace));
     }
     TestString shown(99);
     dict_FilterToXbuf(shown);
@@ -60,9 +60,9 @@ TEST_F(FilterSets, KeepWhatThereWasMemoryFor) {
 // The filters that set values give the set up when they cannot.
 TEST_F(FilterSets, EndWhenAFilterHasNoMemory) {
   for (const char* filter : {"format", "def_hook"}) {
-    VarInitONE("D01KOPF", "x", "below");
-    VarInitONE("D01KOPF", "name", "abcd");
-    VarInitAccess(filter);
+    ASSERT_EQ(VarInitONE("D01KOPF", "x", "below"), VAR_OK);
+    ASSERT_EQ(VarInitONE("D01KOPF", "name", "abcd"), VAR_OK);
+    ASSERT_EQ(VarInitAccess(filter), VAR_OK);
     const TraceCapture trace("D1");
     {
       const FailAllocation fail(0);  // of the value

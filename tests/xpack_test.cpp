@@ -52,7 +52,7 @@ TEST(Xpack, PacksSectionsWhereTheyFit) {
   Section section;
   section.section = CopyText("kd.n.b");
   std::array<char, 8> field;
-  ASSERT_EQ(XbufObSet(section.object, field, "Xfld~0~7~ignoredNDict_len~0~2~30Xpath~0~4~a~$b$"), ATTR_OK);
+  ASSERT_EQ(XbufObSet(section.object, field, "Xfld~0~7~ignoredNDict_len~0~2~30Xpath~0~4~a~$b$"), AttrResult::Ok);
   TestString whole(1000);
   ASSERT_EQ(xpack_dict(section, whole), 0);
   EXPECT_TRUE(whole.View().starts_with("XDict_fld~0~3~n.bXDict_path~0~4~a~$bX")) << whole.View();

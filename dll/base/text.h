@@ -1,14 +1,39 @@
 // Texts: the private copies that records hold, the case of bytes, and what a text says as a number.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace vorlix {
 
 /// A text that ends in NUL, owned by the record that holds it; null when absent.
 using OwnedText = std::unique_ptr<char[]>;
+
+/// A text that ends in NUL, borrowed: what C functions and "%s" can take.
+class CText {
+ public:
+  constexpr CText() = default;
+  constexpr CText(const char* text) : text_(text), size_(std::char_traits<char>::length(text)) {}
+  CText(const OwnedText& text) : CText(text != nullptr ? text.get() : "") {}
+  CText(const std::string& text) : text_(text.c_str()), size_(text.size()) {}
+  /// `text[size]` is the NUL.
+  constexpr CText(const char* text, size_t size) : text_(text), size_(size) {}
+
+  constexpr const char* CStr() const { return text_; }
+  constexpr std::string_view View() const { return {text_, size_}; }
+  constexpr operator std::string_view() const { return View(); }
+  constexpr bool empty() const { return size_ == 0; }
+  constexpr bool operator==(const CText& other) const { return View() == other.View(); }
+  /// What stands behind the first `count` characters.
+  constexpr CText From(size_t count) const { return {text_ + count, size_ - count}; }
+
+ private:
+  const char* text_ = "";
+  size_t size_ = 0;
+};
 
 /// A copy of `text`, null when there is no memory for it.
 OwnedText CopyText(std::string_view text) noexcept;

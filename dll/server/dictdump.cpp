@@ -5,7 +5,6 @@
 #include "dll/server/functions.h"
 #include "dll/shared/dictkrnl.h"
 #include "dll/shared/dlglevel.h"
-#include "dll/shared/sectionname.h"
 
 namespace vorlix {
 namespace {
@@ -26,8 +25,8 @@ void DumpCount(const Dict& dict) {
 
 void DumpAttributes(const Object& object) {
   AttrText attr;
-  for (int32_t row = 0; ObGetIdx(object, row, attr) == row; ++row)
-    DebugPrint(TRACE_DICT, ALWAYS, "  %-16.16s [%s]", attr.item.data(), attr.value.data());
+  for (int32_t row = 0; ObGetIdx(object, row, attr); ++row)
+    DebugPrint(TRACE_DICT, ALWAYS, "  %-16.16s [%s]", attr.item.CStr(), attr.value.CStr());
 }
 
 void DumpAllSections(const Dict& dict) {
@@ -41,38 +40,39 @@ void DumpAllSections(const Dict& dict) {
   if (dict.sections.empty()) DebugPrint(TRACE_DICT, ALWAYS, " this dictionary does not contain any sections");
 }
 
-void DumpField(const Dict& dict, std::string_view hdl, const char* field) {
+// Sections can have the same name.
+void DumpField(const Dict& dict, CText hdl, const char* field) {
   DebugPrint(TRACE_DICT, ALWAYS, "%s", "");
-  DebugPrint(TRACE_DICT, ALWAYS, "Dump of dict=%s, section [%s.%s]:", dict.id.c_str(), hdl.data(), field);
+  DebugPrint(TRACE_DICT, ALWAYS, "Dump of dict=%s, section [%s.%s]:", dict.id.c_str(), hdl.CStr(), field);
   DumpCount(dict);
   const SectionName name{hdl, ".", field};
-  SectionPtr section = FindSection(dict, name.View());
-  if (section == nullptr) DebugPrint(TRACE_DICT, ALWAYS, " section [%s.%s] not found", hdl.data(), field);
-  for (; section != nullptr; section = FindNextSection(dict, *section, name.View())) DumpAttributes(section->object);
+  if (FindSection(dict, name.View()) == nullptr)
+    DebugPrint(TRACE_DICT, ALWAYS, " section [%s.%s] not found", hdl.CStr(), field);
+  for (const SectionPtr& section : dict.sections)
+    if (EqualNoCase(section->section.get(), name.View())) DumpAttributes(section->object);
 }
 
-void DumpOne(const Dict& dict, std::string_view hdl, const char* field) {
+void DumpOne(const Dict& dict, CText hdl, const char* field) {
   if (*field == '\0')
     DumpAllSections(dict);
   else
     DumpField(dict, hdl, field);
 }
 
-/// Dumps a field, or all of them when `field` is empty, of one dialog, or of all dictionaries when `dlgID` is empty.
+// Dumps a field, or all of them when `field` is empty, of one dialog, or of all dictionaries when `dlgID` is empty.
 void DumpDict(const char* dlgID, const char* field) {
   DebugEntry(TRACE_DICT);
   const bool is_all = *dlgID == '\0';
-  std::string_view hdl;
-  const DictPtr chosen = is_all ? nullptr : ResolveDlgID(dlgID, hdl);
+  const ResolvedDlg chosen = is_all ? ResolvedDlg() : ResolveDlgID(dlgID);
   if (is_all && DictList().empty()) return DebugPrint(TRACE_DICT, ALWAYS, "DumpDict(): no dictionaries available");
-  if (!is_all && chosen == nullptr)
+  if (!is_all && chosen.dict == nullptr)
     return DebugPrint(TRACE_DICT, ALWAYS, "DumpDict() failed: unknown dlgID '%s'", dlgID);
-  if (*field != '\0' && hdl.empty())
+  if (*field != '\0' && chosen.hdl.empty())
     return DebugPrint(TRACE_DICT, ALWAYS, "DumpDict() failed: missing dlgID, cannot resolve field name");
   if (is_all)
-    for (const DictPtr& dict : DictList()) DumpOne(*dict, hdl, field);
+    for (const DictPtr& dict : DictList()) DumpOne(*dict, chosen.hdl, field);
   else
-    DumpOne(*chosen, hdl, field);
+    DumpOne(*chosen.dict, chosen.hdl, field);
   DebugPrint(TRACE_DICT, ALWAYS, "%s", "");
 }
 

@@ -8,7 +8,7 @@
 namespace vorlix {
 namespace {
 
-int32_t HostResult(int32_t result) {
+ResultCode HostResult(VarResult result) {
   switch (result) {
     case VAR_OK: return RESULT_OK;
     case VAR_NO_ROOM: return RESULT_TOO_SHORT;
@@ -18,8 +18,8 @@ int32_t HostResult(int32_t result) {
   }
 }
 
-/// The same for calls that tell the host in `eof_p` when there is no variable, or no further one.
-int32_t HostResult(int32_t result, IntByReference eof_p) {
+// The same for calls that tell the host in `eof_p` when there is no variable, or no further one.
+ResultCode HostResult(VarResult result, IntByReference eof_p) {
   eof_p.Set(result == VAR_NONE ? 1 : 0);
   return result == VAR_NONE ? RESULT_OK : HostResult(result);
 }
@@ -53,7 +53,7 @@ int32_t dict_FilterInit(zString filterName) {
 
 int32_t dict_FilterNext(Out<String> xdict, Out<String> val, Out<IntByReference> eof_p) {
   DebugEntry(TRACE_DICT);
-  if (const int32_t result = VarGetNext(); result != VAR_OK) return HostResult(result, eof_p);
+  if (const VarResult result = VarGetNext(); result != VAR_OK) return HostResult(result, eof_p);
   eof_p.Set(0);
   if (DllStrFromC(*VarCurrValue(), val) != RESULT_OK) {
     DebugPrint(TRACE_DICT, 1, "dict_FilterNext() failed: string overflow (val)");
@@ -70,7 +70,7 @@ int32_t dict_FilterSetValue(zString newValue) {
 int32_t dict_FilterToXbuf(Out<String> xbuf) {
   DebugEntry(TRACE_DICT);
   int64_t length = 0;
-  const int32_t result = VarWriteXBUF(xbuf.buf, xbuf.max, length);
+  const VarResult result = VarWriteXBUF(xbuf.buf, xbuf.max, length);
   xbuf.len = static_cast<int32_t>(length);
   return HostResult(result);
 }

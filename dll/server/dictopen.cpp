@@ -1,20 +1,21 @@
+// The calls that open, close and change dictionaries.
+//
 // A dictionary is built in a list of its own and goes to the head of the dictionary list once everything has succeeded,
 // so that a failure at any point has nothing to undo but the level.
-#include "dll/server/dictopen.h"
-
 #include <array>
 #include <cerrno>
 #include <list>
 #include <memory>
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "dll/base/debug.h"
 #include "dll/base/syscall.h"
 #include "dll/ini/ini.h"
+#include "dll/server/functions.h"
 #include "dll/shared/dictkrnl.h"
 #include "dll/shared/dlglevel.h"
-#include "hostif/layout.h"
 
 namespace vorlix {
 namespace {
@@ -31,9 +32,42 @@ OwnedText CopyOrThrow(std::string_view text) {
   return copy;
 }
 
+// ---- Inheritance ----------------------------------------------------------------------------------------------------
+
+SectionPtr FindModel(std::string_view name) {
+  for (const DictPtr& dict : DictList())
+    if (dict->kind == DICT_MODEL)
+      if (SectionPtr section = FindSection(*dict, name)) return section;
+  return nullptr;
+}
+
+// Adds the attributes that an object lacks from the section of a model dictionary that its MODEL names, then from the
+// one that this names, and so on; MODEL is released. False when a name is unknown, more than 16 sections are named, or
+// memory ran out, which has been traced.
+bool InheritObject(Object& object, CText section) {
+  if (object.model == nullptr) return true;
+  DebugEntry(TRACE_DICT);
+  const OwnedText own = std::move(object.model);
+  const char* name = own.get();
+  for (int32_t depth = 0; depth < MAX_MODELS; ++depth) {
+    const SectionPtr model = FindModel(name);
+    if (model == nullptr) {
+      DebugPrint(TRACE_DICT, 1, "InheritObject() failed: unknown model '%s', section '%s'", name, section.CStr());
+      return false;
+    }
+    if (ObCopy(object, model->object, CopyMode::Missing, name) != AttrResult::Ok) return false;
+    DebugPrint(TRACE_DICT, 3, "InheritObject(): attributes inherited from '%s', section '%s'", name, section.CStr());
+    name = model->object.model.get();
+    if (name == nullptr) return true;
+  }
+  DebugPrint(TRACE_DICT, 1, "InheritObject() failed: inheritance nesting too deep or recursive, section '%s'",
+             section.CStr());
+  return false;
+}
+
 // ---- The file -------------------------------------------------------------------------------------------------------
 
-/// A dictionary file, open until the end of the scope.
+// A dictionary file, open until the end of the scope.
 class DictFile {
  public:
   explicit DictFile(const char* fname) : hdl_(IniOpen(fname, "")) {}
@@ -50,7 +84,7 @@ class DictFile {
         IniNextEntry(hdl_, item.data(), static_cast<int>(item.size()), value.data(), static_cast<int>(value.size()));
     return state_ == INI_INSIDE;
   }
-  /// Whether the last section has no further entry because it could not be read on.
+  // Whether the last section has no further entry because it could not be read on.
   bool Failed() const { return state_ < 0; }
 
   // The entry that was read last.
@@ -76,19 +110,19 @@ void ReadList(Dict& dict, DictFile& file) {
   }
 }
 
-/// False when the section is refused, which has been traced.
+// False when the section is refused, which has been traced.
 bool ReadSection(Dict& dict, DictFile& file, const char* name) {
   const SectionPtr section = AddSection(dict, name);
   Object& object = section->object;
   name = section->section.get();
   while (file.NextEntry()) {
     OwnedText value = CopyOrThrow(file.value.data());
-    if (ObSet(object, file.item.data(), value, name) == ATTR_FAILED) return false;
+    if (ObSet(object, file.item.data(), std::move(value), name) != AttrResult::Ok) return false;
   }
   // Half a section is not judged: the search for the next one says that the file cannot be read on. A model's sections
   // are completed where they are inherited.
   if (file.Failed() || dict.kind == DICT_MODEL) return true;
-  return InheritObject(object, name) == 0 && ObCheck(object, name) == 0;
+  return InheritObject(object, name) && ObCheck(object, name) == AttrResult::Ok;
 }
 
 void StartDict(std::list<DictPtr>& fresh, const char* id, DictKind kind) {
@@ -97,7 +131,7 @@ void StartDict(std::list<DictPtr>& fresh, const char* id, DictKind kind) {
   fresh.front()->kind = kind;
 }
 
-/// Reads a whole file into a list of one dictionary. Returns what `rc_p` gets.
+// Reads a whole file into a list of one dictionary. Returns what `rc_p` gets.
 int32_t ReadSections(std::list<DictPtr>& fresh, DictFile& file, const char* id, DictKind kind) {
   NameText name;
   int status;
@@ -120,7 +154,7 @@ int32_t ReadSections(std::list<DictPtr>& fresh, DictFile& file, const char* id, 
   return fresh.empty() ? CONTENT_REFUSED : 0;
 }
 
-/// The same, with missing memory as an outcome.
+// The same, with missing memory as an outcome.
 int32_t ReadDict(std::list<DictPtr>& fresh, DictFile& file, const char* id, DictKind kind) {
   try {
     return ReadSections(fresh, file, id, kind);
@@ -131,52 +165,44 @@ int32_t ReadDict(std::list<DictPtr>& fresh, DictFile& file, const char* id, Dict
 
 // ---- Opening --------------------------------------------------------------------------------------------------------
 
-/// Opens a dictionary that is loaded at a further level.
-int32_t ShareDict(const DictPtr& dict, int32_t level, IntByReference rc_p) {
-  const int32_t added = AddDlgLevel(dict, level);
-  if (added == DLG_NO_MEMORY) {
-    rc_p.Set(MinusErrno());
-    return RESULT_OK;
-  }
-  if (added != DLG_OK) return RESULT_REFUSED;
+// What the host is told: the result of the call, and what came of it in `rc_p`, which nothing leaves as it is.
+struct OpenOutcome {
+  ResultCode result = RESULT_OK;
+  std::optional<int32_t> rc;
+};
+
+// Opens a dictionary that is loaded at a further level.
+OpenOutcome ShareDict(const DictPtr& dict, int32_t level) {
+  const DlgResult added = AddDlgLevel(dict, level);
+  if (added == DLG_NO_MEMORY) return {RESULT_OK, MinusErrno()};
+  if (added != DLG_OK) return {RESULT_REFUSED, {}};
   ++dict->instance_cnt;
-  rc_p.Set(0);
   DebugPrint(TRACE_DICT, 2, "OpenDict(): id = %s, instance_cnt = %d", dict->id.c_str(), dict->instance_cnt);
-  return RESULT_OK;
+  return {RESULT_OK, 0};
 }
 
-int32_t LoadDict(const char* id, const char* fname, int32_t level, IntByReference rc_p) {
+OpenOutcome LoadDict(const char* id, const char* fname, int32_t level) {
   DictFile file(fname);
-  if (!file.IsOpen()) {
-    rc_p.Set(MinusErrno());
-    return RESULT_OK;
-  }
+  if (!file.IsOpen()) return {RESULT_OK, MinusErrno()};
   std::list<DictPtr> fresh;
   const int32_t read = ReadDict(fresh, file, id, level < 0 ? DICT_MODEL : DICT_ORIGINAL);
-  rc_p.Set(read);
-  if (read != 0) return RESULT_OK;
+  if (read != 0) return {RESULT_OK, read};
   if (level >= 0) {
-    const int32_t added = AddDlgLevel(fresh.front(), level);
-    if (added == DLG_REFUSED) rc_p.Set(CONTENT_REFUSED);
-    if (added == DLG_NO_MEMORY) rc_p.Set(MinusErrno());
-    if (added != DLG_OK) return added == DLG_NO_MEMORY ? RESULT_OK : RESULT_REFUSED;
+    const DlgResult added = AddDlgLevel(fresh.front(), level);
+    if (added == DLG_NO_MEMORY) return {RESULT_OK, MinusErrno()};
+    if (added != DLG_OK) return {RESULT_REFUSED, CONTENT_REFUSED};
   }
   LinkDict(fresh);
-  return RESULT_OK;
+  return {RESULT_OK, 0};
 }
 
-// ---- Inheritance ----------------------------------------------------------------------------------------------------
-
-SectionPtr FindModel(std::string_view name) {
-  for (const DictPtr& dict : DictList())
-    if (dict->kind == DICT_MODEL)
-      if (SectionPtr section = FindSection(*dict, name)) return section;
-  return nullptr;
-}
-
-}  // namespace
-
-int32_t OpenDict(const char* id, const char* fname, int32_t level, IntByReference rc_p) {
+// Opens a dictionary for a dialog level, or a model dictionary when the level is negative. An ordinary one that is
+// loaded is shared, and its file is not read; a model that is loaded is given up and read afresh.
+//
+// `rc` is 0 when it is open; CONTENT_REFUSED when its content is refused, or its level after it was read; when its file
+// cannot be opened or memory ran out, the negative error number, or -1; -1 when the file cannot be read to its end.
+// What fails leaves no dictionary behind, and no file open.
+OpenOutcome OpenDict(const char* id, const char* fname, int32_t level) {
   DebugEntry(TRACE_DICT);
   if (level < 0)
     DebugPrint(TRACE_DICT, 2, "OpenDict(): id='%s' (model dictionary)", id);
@@ -184,32 +210,59 @@ int32_t OpenDict(const char* id, const char* fname, int32_t level, IntByReferenc
     DebugPrint(TRACE_DICT, 2, "OpenDict(): id='%s', level=%d", id, level);
   errno = 0;  // what an earlier call left is not the reason of a failure in this one
   const DictPtr loaded = FindDict(id, level < 0 ? DICT_MODEL : DICT_ORIGINAL);
-  if (loaded != nullptr && level >= 0) return ShareDict(loaded, level, rc_p);
+  if (loaded != nullptr && level >= 0) return ShareDict(loaded, level);
   if (loaded != nullptr) {
     RemoveDict(loaded);
     DebugPrint(TRACE_DICT, 2, "OpenDict() warning: model dictionary '%s' reopened", id);
   }
-  return LoadDict(id, fname, level, rc_p);
+  return LoadDict(id, fname, level);
 }
 
-int32_t InheritObject(Object& object, const char* section) {
-  if (object.model == nullptr) return 0;
+ResultCode TellHost(const OpenOutcome& outcome, IntByReference rc_p) {
+  if (outcome.rc) rc_p.Set(*outcome.rc);
+  return outcome.result;
+}
+
+}  // namespace
+
+int32_t dict_Open(zString id, zString fname, IntByValue lvl, Out<IntByReference> rc_p) {
   DebugEntry(TRACE_DICT);
-  const OwnedText own = std::move(object.model);
-  const char* name = own.get();
-  for (int32_t depth = 0; depth < MAX_MODELS; ++depth) {
-    const SectionPtr model = FindModel(name);
-    if (model == nullptr) {
-      DebugPrint(TRACE_DICT, 1, "InheritObject() failed: unknown model '%s', section '%s'", name, section);
-      return 1;
-    }
-    if (ObCopy(object, model->object, CopyMode::Missing, name) != ATTR_OK) return 1;
-    DebugPrint(TRACE_DICT, 3, "InheritObject(): attributes inherited from '%s', section '%s'", name, section);
-    name = model->object.model.get();
-    if (name == nullptr) return 0;
+  return TellHost(OpenDict(id, fname, lvl), rc_p);
+}
+
+int32_t dict_OpenModel(zString id, zString fname, Out<IntByReference> rc_p) {
+  DebugEntry(TRACE_DICT);
+  return TellHost(OpenDict(id, fname, -1), rc_p);
+}
+
+// ---- Closing and changing -------------------------------------------------------------------------------------------
+
+int32_t dict_Close(IntByValue lvl) {
+  DebugEntry(TRACE_DICT);
+  CloseDict(lvl);
+  return RESULT_OK;
+}
+
+int32_t dict_CloseAll() {
+  DebugEntry(TRACE_DICT);
+  CloseAllDicts();
+  return RESULT_OK;
+}
+
+int32_t dict_CloseModel(zString id) {
+  DebugEntry(TRACE_DICT);
+  const DictPtr model = FindDict(id, DICT_MODEL);
+  if (model == nullptr) {
+    DebugPrint(TRACE_DICT, 1, "dict_CloseModel() failed: unknown dictID '%s'", id);
+    return RESULT_REFUSED;
   }
-  DebugPrint(TRACE_DICT, 1, "InheritObject() failed: inheritance nesting too deep or recursive, section '%s'", section);
-  return 1;
+  RemoveDict(model);
+  return RESULT_OK;
+}
+
+int32_t dict_Update(zString dlgID, In<String> Xdict) {
+  DebugEntry(TRACE_DICT);
+  return UpdateDict(dlgID, Xdict.View(), true) == UpdateResult::Ok ? RESULT_OK : RESULT_REFUSED;
 }
 
 }  // namespace vorlix

@@ -18,8 +18,8 @@ void PutSection(const Section& section) {
   CSDX_PutText("S");
   CSDX_PutField(section.section.get());
   AttrText attr;
-  for (int32_t row = 0; ObGetIdx(section.object, row, attr) == row; ++row) {
-    if (attr.value.empty() || (attr.type == 'N' && attr.value == "0")) continue;
+  for (int32_t row = 0; ObGetIdx(section.object, row, attr); ++row) {
+    if (attr.value.empty() || (attr.type == 'N' && attr.value.View() == "0")) continue;
     CSDX_PutText("I");
     CSDX_PutField(attr.item);
     CSDX_PutField(attr.value);
@@ -34,8 +34,8 @@ void PutDict(const Dict& dict, int32_t level) {
   if (dict.instance_cnt != 1) return;
   for (const CatalogEntry& entry : dict.catalog) {
     CSDX_PutText("C");
-    CSDX_PutField(TextOf(entry.hdl));
-    CSDX_PutField(TextOf(entry.pfx));
+    CSDX_PutField(CText(entry.hdl));
+    CSDX_PutField(CText(entry.pfx));
   }
   for (const SectionPtr& section : dict.sections) PutSection(*section);
 }
@@ -45,8 +45,7 @@ void PutDict(const Dict& dict, int32_t level) {
 int32_t dict_PackDX(zString dlgID, IntByValue lvl) {
   DebugEntry(TRACE_DICT);
   CSDX_Reset();
-  std::string_view hdl;
-  const DictPtr dict = ResolveDlgID(dlgID, hdl);
+  const DictPtr dict = ResolveDlgID(dlgID).dict;
   if (dict == nullptr) {
     DebugPrint(TRACE_DICT, 1, "dict_PackDX() failed: unknown dlgID '%s'", dlgID);
     return RESULT_REFUSED;

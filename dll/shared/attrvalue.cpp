@@ -7,27 +7,31 @@
 #include <cstdlib>
 #include <iterator>
 #include <span>
+#include <string_view>
+#include <utility>
 
 namespace vorlix {
 namespace {
 
 // Names by code. The empty text is code 0.
-constexpr std::string_view OBJECT_TYPES[] = {"", "ET", "ST", "OF", "CB", "RB", "LB", "MT", "XB"};
+constexpr CText OBJECT_TYPES[] = {"", "ET", "ST", "OF", "CB", "RB", "LB", "MT", "XB"};
 static_assert(std::size(OBJECT_TYPES) == OT_XB + 1);
 
-constexpr std::string_view FIELD_TYPES[] = {"", "N", "D", "Z", "M", "K", "T", "U", "CB", "RB", "LB", "MT", "XB"};
+constexpr CText FIELD_TYPES[] = {"", "N", "D", "Z", "M", "K", "T", "U", "CB", "RB", "LB", "MT", "XB"};
 static_assert(std::size(FIELD_TYPES) == FT_XB + 1);
 
-constexpr std::string_view UNKNOWN_TYPE = "??";
+constexpr CText UNKNOWN_TYPE = "??";
 
-// The code of a name, -1 when there is no such name.
-int32_t CodeOf(std::span<const std::string_view> names, std::string_view name) {
+constexpr int32_t NO_CODE = -1;
+
+// The code of a name, NO_CODE when there is no such name.
+int32_t CodeOf(std::span<const CText> names, std::string_view name) {
   for (size_t code = 0; code < names.size(); ++code)
     if (EqualNoCase(names[code], name)) return static_cast<int32_t>(code);
-  return -1;
+  return NO_CODE;
 }
 
-std::string_view NameOf(std::span<const std::string_view> names, int32_t code) {
+CText NameOf(std::span<const CText> names, int32_t code) {
   return code > 0 && static_cast<size_t>(code) < names.size() ? names[static_cast<size_t>(code)] : UNKNOWN_TYPE;
 }
 
@@ -76,57 +80,52 @@ double ReadReal(const char* text) {
   return is_decimal && !is_hexadecimal ? std::clamp(std::strtod(text, nullptr), -DBL_MAX, DBL_MAX) : 0;
 }
 
-int32_t SetObjectType(Object& object, OwnedText& value) {
-  object.objtype = OT_NONE;
-  if (value == nullptr) return ATTR_FAILED;
-  const int32_t code = CodeOf(OBJECT_TYPES, value.get());
-  if (code < 0) return ATTR_FAILED;
-  object.objtype = code;
-  return ATTR_OK;
+Refused SetObjectType(Object& object, OwnedText value) {
+  const int32_t code = value != nullptr ? CodeOf(OBJECT_TYPES, value.get()) : NO_CODE;
+  object.objtype = code != NO_CODE ? code : int32_t{OT_NONE};
+  return code != NO_CODE ? Refused::Nothing() : Refused::Value(std::move(value));
 }
 
-std::string_view GetObjectType(const Object& object, ComputedText&) { return NameOf(OBJECT_TYPES, object.objtype); }
+CText GetObjectType(const Object& object, ComputedText&) { return NameOf(OBJECT_TYPES, object.objtype); }
 
-int32_t SetFieldType(Object& object, OwnedText& value) {
+Refused SetFieldType(Object& object, OwnedText value) {
   object.ftyp = FT_NONE;
   object.ftyp_text.reset();
-  if (value == nullptr) return ATTR_FAILED;
+  if (value == nullptr) return Refused::Value(nullptr);
   const int32_t code = CodeOf(FIELD_TYPES, value.get());
-  if (code < 0) return SetText<&Object::ftyp_text>(object, value);
+  if (code == NO_CODE) return SetText<&Object::ftyp_text>(object, std::move(value));
   object.ftyp = code;
-  return ATTR_OK;
+  return Refused::Nothing();
 }
 
-std::string_view GetFieldType(const Object& object, ComputedText&) {
-  return object.ftyp == FT_NONE ? TextOf(object.ftyp_text) : NameOf(FIELD_TYPES, object.ftyp);
+CText GetFieldType(const Object& object, ComputedText&) {
+  return object.ftyp == FT_NONE ? CText(object.ftyp_text) : NameOf(FIELD_TYPES, object.ftyp);
 }
 
-int32_t SetRequired(Object& object, OwnedText& value) {
+Refused SetRequired(Object& object, OwnedText value) {
   object.flags &= ~uint32_t{OBJ_REQUIRED};
-  if (value == nullptr) return ATTR_FAILED;
-  const std::string_view text = value.get();
+  const std::string_view text = CText(value);
   if (text == "1") object.flags |= OBJ_REQUIRED;
-  return text == "1" || text == "0" || text.empty() ? ATTR_OK : ATTR_FAILED;
+  const bool is_flag = value != nullptr && (text == "1" || text == "0" || text.empty());
+  return is_flag ? Refused::Nothing() : Refused::Value(std::move(value));
 }
 
-std::string_view GetRequired(const Object& object, ComputedText&) {
-  return (object.flags & OBJ_REQUIRED) != 0 ? "1" : "0";
-}
+CText GetRequired(const Object& object, ComputedText&) { return (object.flags & OBJ_REQUIRED) != 0 ? "1" : "0"; }
 
-int32_t SetNotify(Object& object, OwnedText& value) {
+Refused SetNotify(Object& object, OwnedText value) {
   object.flags &= ~NotifyFlags();
-  if (value == nullptr) return ATTR_FAILED;
+  if (value == nullptr) return Refused::Value(nullptr);
   uint32_t flags = 0;
   for (char* text = value.get(); *text != '\0';) {
     const uint32_t flag = NextNotifyFlag(text);
-    if (flag == 0) return ATTR_FAILED;
+    if (flag == 0) return Refused::Value(std::move(value));
     flags |= flag;
   }
   object.flags |= flags;
-  return ATTR_OK;
+  return Refused::Nothing();
 }
 
-std::string_view GetNotify(const Object& object, ComputedText& computed) {
+CText GetNotify(const Object& object, ComputedText& computed) {
   char* end = computed.data();
   for (const NotifyWord& row : NOTIFY_WORDS) {
     if ((object.flags & row.flag) == 0) continue;
@@ -134,7 +133,7 @@ std::string_view GetNotify(const Object& object, ComputedText& computed) {
     end = std::ranges::copy(row.word, end).out;
   }
   *end = '\0';
-  return {computed.data(), end};
+  return {computed.data(), static_cast<size_t>(end - computed.data())};
 }
 
 }  // namespace vorlix

@@ -1,23 +1,30 @@
 // The single attributes of an object as texts: how each is set from one and read as one.
 //
-// A setter clears its attribute before it looks at the value. It returns ATTR_FAILED for a null or invalid value, which
-// leaves the attribute absent or zero, ATTR_KEPT when it has moved from the value, else ATTR_OK. A getter's text ends
-// in NUL and borrows from the object, or from `computed`.
+// A setter clears its attribute before it looks at the value, so a value that it refuses leaves the attribute absent or
+// zero; a null value is always refused. A getter's text borrows from the object, or from `computed`.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <string_view>
 #include <utility>
 
 #include "dll/shared/dictattr.h"
 
 namespace vorlix {
 
-using Setter = int32_t (*)(Object& object, OwnedText& value);
-using Getter = std::string_view (*)(const Object& object, ComputedText& computed);
+/// What a setter did not take: the value, as far as it looked at it, or null where there was none.
+struct [[nodiscard]] Refused {
+  bool is_refused = false;
+  OwnedText value;
+
+  static Refused Nothing() { return {}; }
+  static Refused Value(OwnedText value) { return {true, std::move(value)}; }
+};
+
+using Setter = Refused (*)(Object& object, OwnedText value);
+using Getter = CText (*)(const Object& object, ComputedText& computed);
 
 /// Bits of Object::mask that checks set. The table has these and all others.
 enum AttributeBit : uint32_t { BIT_FTYP = 0x4, BIT_FFMT = 0x10, BIT_FLEN = 0x40, BIT_FPREC = 0x80 };
@@ -25,17 +32,16 @@ enum AttributeBit : uint32_t { BIT_FTYP = 0x4, BIT_FFMT = 0x10, BIT_FLEN = 0x40,
 // ---- Texts: what is empty is absent ---------------------------------------------------------------------------------
 
 template <OwnedText Object::*Member>
-int32_t SetText(Object& object, OwnedText& value) {
+Refused SetText(Object& object, OwnedText value) {
   (object.*Member).reset();
-  if (value == nullptr) return ATTR_FAILED;
-  if (value[0] == '\0') return ATTR_OK;
-  object.*Member = std::move(value);
-  return ATTR_KEPT;
+  if (value == nullptr) return Refused::Value(nullptr);
+  if (value[0] != '\0') object.*Member = std::move(value);
+  return Refused::Nothing();
 }
 
 template <OwnedText Object::*Member>
-std::string_view GetText(const Object& object, ComputedText&) {
-  return TextOf(object.*Member);
+CText GetText(const Object& object, ComputedText&) {
+  return object.*Member;
 }
 
 // ---- Numbers: what the text begins with, 0 when that is none --------------------------------------------------------
@@ -44,25 +50,25 @@ std::string_view GetText(const Object& object, ComputedText&) {
 double ReadReal(const char* text);
 
 template <int32_t Object::*Member>
-int32_t SetNumber(Object& object, OwnedText& value) {
+Refused SetNumber(Object& object, OwnedText value) {
   object.*Member = value != nullptr ? ReadNumber(value.get()) : 0;
-  return value != nullptr ? ATTR_OK : ATTR_FAILED;
+  return {value == nullptr, nullptr};
 }
 
 template <double Object::*Member>
-int32_t SetReal(Object& object, OwnedText& value) {
+Refused SetReal(Object& object, OwnedText value) {
   object.*Member = value != nullptr ? ReadReal(value.get()) : 0;
-  return value != nullptr ? ATTR_OK : ATTR_FAILED;
+  return {value == nullptr, nullptr};
 }
 
 template <int32_t Object::*Member>
-std::string_view GetNumber(const Object& object, ComputedText& computed) {
+CText GetNumber(const Object& object, ComputedText& computed) {
   const int length = std::snprintf(computed.data(), computed.size(), "%d", object.*Member);
   return {computed.data(), static_cast<size_t>(length)};
 }
 
 template <double Object::*Member>
-std::string_view GetReal(const Object& object, ComputedText& computed) {
+CText GetReal(const Object& object, ComputedText& computed) {
   const int length = std::snprintf(computed.data(), computed.size(), "%.12g", object.*Member);
   return {computed.data(), static_cast<size_t>(length)};
 }
@@ -70,22 +76,22 @@ std::string_view GetReal(const Object& object, ComputedText& computed) {
 // ---- Types, without regard to case ----------------------------------------------------------------------------------
 
 /// The name of an ObjectType; no type reads as "??", which cannot be set.
-int32_t SetObjectType(Object& object, OwnedText& value);
-std::string_view GetObjectType(const Object& object, ComputedText& computed);
+Refused SetObjectType(Object& object, OwnedText value);
+CText GetObjectType(const Object& object, ComputedText& computed);
 
 /// The name of a FieldType, or any other text, which is kept as it is.
-int32_t SetFieldType(Object& object, OwnedText& value);
-std::string_view GetFieldType(const Object& object, ComputedText& computed);
+Refused SetFieldType(Object& object, OwnedText value);
+CText GetFieldType(const Object& object, ComputedText& computed);
 
 // ---- Flags ----------------------------------------------------------------------------------------------------------
 
 /// FREQ: "1" or "0".
-int32_t SetRequired(Object& object, OwnedText& value);
-std::string_view GetRequired(const Object& object, ComputedText& computed);
+Refused SetRequired(Object& object, OwnedText value);
+CText GetRequired(const Object& object, ComputedText& computed);
 
 /// NOTIFY: words without regard to case, in any order, parted by whatever is no letter; they read back joined by ",".
-/// A text may end in one such character, not in more. Setting cuts the value at the end of each word.
-int32_t SetNotify(Object& object, OwnedText& value);
-std::string_view GetNotify(const Object& object, ComputedText& computed);
+/// A text may end in one such character, not in more. A value that is refused comes back cut behind the word at fault.
+Refused SetNotify(Object& object, OwnedText value);
+CText GetNotify(const Object& object, ComputedText& computed);
 
 }  // namespace vorlix

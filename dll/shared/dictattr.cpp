@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <span>
+#include <utility>
 
 #include "dll/base/debug.h"
 #include "dll/shared/attrvalue.h"
@@ -12,8 +13,8 @@ namespace {
 
 // The exchange name of a row that cannot be read is the item name that replaces it, where there is one.
 struct Attribute {
-  std::string_view item;
-  std::string_view alias;
+  CText item;
+  CText alias;
   uint32_t bit;
   char type;
   size_t max_length;  // 0: any
@@ -63,30 +64,30 @@ const Attribute* RowAt(std::span<const Attribute> rows, int32_t number) {
   return number >= 0 && static_cast<size_t>(number) < rows.size() ? &rows[static_cast<size_t>(number)] : nullptr;
 }
 
-// The first row that has this name in the given column, -1 when none has.
-int32_t RowOf(std::span<const Attribute> rows, std::string_view Attribute::*column, std::string_view name) {
+// The first row that has this name in the given column.
+int32_t RowOf(std::span<const Attribute> rows, CText Attribute::*column, std::string_view name) {
   const auto found = std::ranges::find_if(rows, [=](const Attribute& row) { return EqualNoCase(row.*column, name); });
-  return found != rows.end() ? static_cast<int32_t>(found - rows.begin()) : -1;
+  return found != rows.end() ? static_cast<int32_t>(found - rows.begin()) : NO_ROW;
 }
 
-int32_t SetRow(Object& object, const Attribute& row, OwnedText& value, const char* section) {
-  const std::string_view text = TextOf(value);
+AttrResult SetRow(Object& object, const Attribute& row, OwnedText value, CText section) {
   if (row.get == nullptr && !row.alias.empty())
-    DebugPrint(TRACE_DICT, 2, "ObSetIdx(%s) warning: old item name, replace with '%s', section '%s'", row.item.data(),
-               row.alias.data(), section);
-  if (row.max_length > 0 && text.size() > row.max_length) {
-    DebugPrint(TRACE_DICT, 1, "ObSetIdx(%s=%s) failed: maximum length exceeded, section '%s'", row.item.data(),
-               text.data(), section);
-    return ATTR_FAILED;
+    DebugPrint(TRACE_DICT, 2, "ObSetIdx(%s) warning: old item name, replace with '%s', section '%s'", row.item.CStr(),
+               row.alias.CStr(), section.CStr());
+  const CText text = value;
+  if (row.max_length > 0 && text.View().size() > row.max_length) {
+    DebugPrint(TRACE_DICT, 1, "ObSetIdx(%s=%s) failed: maximum length exceeded, section '%s'", row.item.CStr(),
+               text.CStr(), section.CStr());
+    return AttrResult::Failed;
   }
-  const int32_t result = row.set(object, value);
-  if (result == ATTR_FAILED) {
-    DebugPrint(TRACE_DICT, 1, "ObSetIdx(%s=%s) failed: invalid value, section '%s'", row.item.data(), text.data(),
-               section);
-    return ATTR_FAILED;
+  const Refused refused = row.set(object, std::move(value));
+  if (refused.is_refused) {
+    DebugPrint(TRACE_DICT, 1, "ObSetIdx(%s=%s) failed: invalid value, section '%s'", row.item.CStr(),
+               CText(refused.value).CStr(), section.CStr());
+    return AttrResult::Failed;
   }
   object.mask |= row.bit;
-  return result;
+  return AttrResult::Ok;
 }
 
 bool IsCopied(CopyMode mode, uint32_t bit, uint32_t src_mask, uint32_t dst_mask) {
@@ -94,18 +95,18 @@ bool IsCopied(CopyMode mode, uint32_t bit, uint32_t src_mask, uint32_t dst_mask)
   return (src_mask & bit) != 0 && (mode == CopyMode::Set || (dst_mask & bit) == 0);
 }
 
-int32_t CopyRow(Object& dst, const Object& src, const Attribute& row, const char* section) {
+AttrResult CopyRow(Object& dst, const Object& src, const Attribute& row, CText section) {
   ComputedText computed;
-  const std::string_view value = row.get(src, computed);
+  const CText value = row.get(src, computed);
   OwnedText copy = CopyText(value);
   if (copy == nullptr) {
-    DebugPrint(TRACE_DICT, 1, "ObCopy() failed: heap overflow (section=%s, item=%s, value=%s)", section,
-               row.item.data(), value.data());
-    return ATTR_FAILED;
+    DebugPrint(TRACE_DICT, 1, "ObCopy() failed: heap overflow (section=%s, item=%s, value=%s)", section.CStr(),
+               row.item.CStr(), value.CStr());
+    return AttrResult::Failed;
   }
-  if (SetRow(dst, row, copy, section) == ATTR_FAILED) return ATTR_FAILED;
-  DebugPrint(TRACE_DICT, 3, "ObCopy(): item '%s' with value '%s' copied", row.item.data(), value.data());
-  return ATTR_OK;
+  if (SetRow(dst, row, std::move(copy), section) != AttrResult::Ok) return AttrResult::Failed;
+  DebugPrint(TRACE_DICT, 3, "ObCopy(): item '%s' with value '%s' copied", row.item.CStr(), value.CStr());
+  return AttrResult::Ok;
 }
 
 }  // namespace
@@ -113,59 +114,54 @@ int32_t CopyRow(Object& dst, const Object& src, const Attribute& row, const char
 void ObInit(Object& object) { object = Object(); }
 
 void ObFree(Object& object) {
-  OwnedText none;
-  for (const Attribute& row : READABLE) row.set(object, none);
+  for (const Attribute& row : READABLE) static_cast<void>(row.set(object, nullptr));
   object.model.reset();
   object.mask = 0;
 }
 
-int32_t ObSetIdx(Object& object, int32_t row, OwnedText& value, const char* section) {
+AttrResult ObSetIdx(Object& object, int32_t row, OwnedText value, CText section) {
   const Attribute* const attribute = RowAt(ALL, row);
-  return attribute != nullptr ? SetRow(object, *attribute, value, section) : int32_t{ATTR_FAILED};
+  return attribute != nullptr ? SetRow(object, *attribute, std::move(value), section) : AttrResult::Failed;
 }
 
-int32_t ObSet(Object& object, std::string_view item, OwnedText& value, const char* section) {
+AttrResult ObSet(Object& object, CText item, OwnedText value, CText section) {
   const int32_t row = RowOf(ALL, &Attribute::item, item);
-  if (row < 0) {
-    DebugPrint(TRACE_DICT, 1, "ObSet(%.*s) failed: unknown item, section '%s'", static_cast<int>(item.size()),
-               item.data(), section);
-    return ATTR_FAILED;
+  if (row == NO_ROW) {
+    DebugPrint(TRACE_DICT, 1, "ObSet(%s) failed: unknown item, section '%s'", item.CStr(), section.CStr());
+    return AttrResult::Failed;
   }
   if (value != nullptr && value[0] == '\0')
-    DebugPrint(TRACE_DICT, 2, "ObSet(%s) warning: empty value, section '%s'", ObGetItem(row), section);
-  return ObSetIdx(object, row, value, section);
+    DebugPrint(TRACE_DICT, 2, "ObSet(%s) warning: empty value, section '%s'", ObGetItem(row).CStr(), section.CStr());
+  return ObSetIdx(object, row, std::move(value), section);
 }
 
-int32_t ObGetIdx(const Object& object, int32_t n, AttrText& attr) {
+bool ObGetIdx(const Object& object, int32_t n, AttrText& attr) {
   const Attribute* const row = RowAt(READABLE, n);
-  if (row == nullptr) return -1;
+  if (row == nullptr) return false;
   attr.item = row->item;
   attr.value = row->get(object, attr.computed);
   attr.type = row->type;
-  return n;
+  return true;
 }
 
 const char* ObGetAlias(int32_t n) {
   const Attribute* const row = RowAt(READABLE, n);
   if (row == nullptr) DebugPrint(TRACE_DICT, 1, "ObGetAlias() failed: invalid index");
-  return row != nullptr ? row->alias.data() : nullptr;
+  return row != nullptr ? row->alias.CStr() : nullptr;
 }
 
 int32_t ObFindAlias(std::string_view alias) { return RowOf(READABLE, &Attribute::alias, alias); }
 
 int32_t ObFindItem(std::string_view item) { return RowOf(READABLE, &Attribute::item, item); }
 
-const char* ObGetItem(int32_t row) {
-  const Attribute* const attribute = RowAt(ALL, row);
-  return attribute != nullptr ? attribute->item.data() : "";
-}
+CText ObGetItem(int32_t row) { return ALL[static_cast<size_t>(row)].item; }
 
-int32_t ObCopy(Object& dst, const Object& src, CopyMode mode, const char* section) {
+AttrResult ObCopy(Object& dst, const Object& src, CopyMode mode, CText section) {
   DebugEntry(TRACE_DICT);
   for (const Attribute& row : READABLE)
-    if (IsCopied(mode, row.bit, src.mask, dst.mask) && CopyRow(dst, src, row, section) == ATTR_FAILED)
-      return ATTR_FAILED;
-  return ATTR_OK;
+    if (IsCopied(mode, row.bit, src.mask, dst.mask) && CopyRow(dst, src, row, section) != AttrResult::Ok)
+      return AttrResult::Failed;
+  return AttrResult::Ok;
 }
 
 }  // namespace vorlix

@@ -6,8 +6,7 @@
 // of copies. The rows behind them can be set only: MODEL, and an old name of VALID.
 //
 // Every attribute has two names, both without regard to case: the item name, in dictionary files, and the exchange
-// name, in XBUFs. Values are texts on the way in and out, and end in NUL. What fails has been traced when it returns
-// ATTR_FAILED; `section` is the name that the messages give.
+// name, in XBUFs. Values are texts on the way in and out. `section` is the name that the messages of failures give.
 #pragma once
 
 #include <array>
@@ -58,64 +57,58 @@ struct Object {
   uint32_t flags = 0;  // ObjectFlags
 };
 
-/// A text attribute as a view, which ends in NUL; "" when absent.
-inline std::string_view TextOf(const OwnedText& text) { return text != nullptr ? text.get() : ""; }
-
 /// The rows that can be read are 0 to ATTRIBUTE_COUNT - 1.
 inline constexpr int32_t ATTRIBUTE_COUNT = 19;
 
-/// Results of setting and copying.
-enum AttrResult : int32_t {
-  ATTR_FAILED = -2,
-  ATTR_OK = 0,
-  ATTR_KEPT = 1,  // the object has taken the text over
-};
+/// Results of setting, copying and checking. What fails has been traced.
+enum class [[nodiscard]] AttrResult : int32_t{Ok = 0, Failed = -2};
 
 /// Makes the object one whose section has no lines: nothing set, of type ET.
 void ObInit(Object& object);
 
-/// Releases all texts and clears everything, OBJTYPE too.
+/// Releases all texts and clears everything, OBJTYPE too. Here for programs that keep objects of their own, like
+/// ObInit: in the server a new object is as ObInit makes it, and it is released with its section.
 void ObFree(Object& object);
 
-/// Sets the attribute of a row, its bit in `mask` included. `value` is taken over where the result is ATTR_KEPT and
-/// stays the caller's otherwise; a null one is invalid. A value longer than the row allows is refused and changes
-/// nothing; any other failure leaves the attribute absent or zero.
-int32_t ObSetIdx(Object& object, int32_t row, OwnedText& value, const char* section);
+/// Sets the attribute of a row, its bit in `mask` included. A null value is invalid. A value longer than the row allows
+/// is refused and changes nothing; any other failure leaves the attribute absent or zero.
+AttrResult ObSetIdx(Object& object, int32_t row, OwnedText value, CText section);
 
 /// Sets the attribute with this item name; also an empty value is set, after a warning.
-int32_t ObSet(Object& object, std::string_view item, OwnedText& value, const char* section);
+AttrResult ObSet(Object& object, CText item, OwnedText value, CText section);
 
 /// Room for the text of any attribute that is not stored as text.
 using ComputedText = std::array<char, 32>;
 
 /// One attribute as text. The value borrows from the object, or from here where it is computed: it holds until either
-/// changes. Item name and value end in NUL.
+/// changes.
 struct AttrText {
   AttrText() = default;
   AttrText(const AttrText&) = delete;
   AttrText& operator=(const AttrText&) = delete;
 
-  std::string_view item;
-  std::string_view value;
+  CText item;
+  CText value;
   char type = 0;  // 'X' text, 'N' numeric
 
   ComputedText computed;
 };
 
-/// Reads the attribute of row `n`; its index is the result, or -1 when no row of this number can be read. All of them:
+/// Reads the attribute of row `n`; false when no row of this number can be read. All of them:
 ///
-///   for (int32_t row = 0; ObGetIdx(object, row, attr) == row; ++row)
-int32_t ObGetIdx(const Object& object, int32_t n, AttrText& attr);
+///   for (int32_t row = 0; ObGetIdx(object, row, attr); ++row)
+[[nodiscard]] bool ObGetIdx(const Object& object, int32_t n, AttrText& attr);
 
 /// The exchange name of row `n`; null, which is traced, when no row of this number can be read.
 const char* ObGetAlias(int32_t n);
 
-/// The row that has this exchange name, or this item name, and can be read; or -1.
+/// The row that has this exchange name, or this item name, and can be read; NO_ROW when none has.
+inline constexpr int32_t NO_ROW = -1;
 int32_t ObFindAlias(std::string_view alias);
 int32_t ObFindItem(std::string_view item);
 
-/// The item name of a row, "" for a number that has none.
-const char* ObGetItem(int32_t row);
+/// The item name of a row that there is.
+CText ObGetItem(int32_t row);
 
 enum class CopyMode : int32_t {
   All = 0,
@@ -124,11 +117,11 @@ enum class CopyMode : int32_t {
 };
 
 /// Copies attributes, as far as they can be read. A failure ends the copy; what has been copied stays.
-int32_t ObCopy(Object& dst, const Object& src, CopyMode mode, const char* section);
+AttrResult ObCopy(Object& dst, const Object& src, CopyMode mode, CText section);
 
 /// Checks an object that has been loaded or updated, and completes it: the field type that its OBJTYPE forces, formats
 /// and value types in today's notation, and the default format, length and precision of its field type in the locale in
 /// force. The first failure ends it; what has been completed stays.
-int32_t ObCheck(Object& object, const char* section);
+AttrResult ObCheck(Object& object, CText section);
 
 }  // namespace vorlix

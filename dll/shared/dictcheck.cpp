@@ -3,6 +3,7 @@
 #include <iterator>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 #include "dll/base/debug.h"
 #include "dll/base/locale.h"
@@ -31,7 +32,7 @@ FieldDefaults Month(const LocaleStrings& locale) { return {locale.month.format, 
 FieldDefaults Text(const LocaleStrings&) { return {"LrcZtuvo"}; }
 FieldDefaults UpperText(const LocaleStrings&) { return {"LrcZtUvo"}; }
 
-constexpr std::string_view ABSENT = "";
+constexpr CText ABSENT = "";
 constexpr std::string_view ANY = "*";
 
 // The value types that a field type goes with. The defaults of numbers depend on their format.
@@ -53,19 +54,20 @@ constexpr ValueType VALUE_TYPES[] = {
 
 // Value types of dates by the names that they had, each as long as its name today.
 struct OldValueType {
-  std::string_view old;
-  std::string_view today;
+  CText old;
+  CText today;
 };
 
 constexpr OldValueType OLD_VALUE_TYPES[] = {{"JMT", "YMD"}, {"JJMT", "CYMD"}};
-static_assert(std::ranges::all_of(OLD_VALUE_TYPES, [](auto& row) { return row.old.size() == row.today.size(); }));
+static_assert(std::ranges::all_of(OLD_VALUE_TYPES,
+                                  [](auto& row) { return row.old.View().size() == row.today.View().size(); }));
 
 // Formats of numbers as they used to be written, also none at all. A negative precision said that zeros at the end of
 // the decimals go, which is the "t" of today's formats.
 struct OldNumberFormat {
-  std::string_view old;
-  std::string_view format;
-  std::string_view format_negative;
+  CText old;
+  CText format;
+  CText format_negative;
 };
 
 constexpr OldNumberFormat OLD_NUMBER_FORMATS[] = {
@@ -74,8 +76,8 @@ constexpr OldNumberFormat OLD_NUMBER_FORMATS[] = {
     {"L", "LrbzTPg", "LrbztPg"},    {"LB", "LrBzTPg", "LrBztPg"},
 };
 
-bool Fail(const char* reason, const char* section) {
-  DebugPrint(TRACE_DICT, 1, "ObCheck() failed: %s, section '%s'", reason, section);
+bool Fail(const char* reason, CText section) {
+  DebugPrint(TRACE_DICT, 1, "ObCheck() failed: %s, section '%s'", reason, section.CStr());
   return false;
 }
 
@@ -88,7 +90,7 @@ void ForceFieldType(Object& object) {
   object.mask |= BIT_FTYP;
 }
 
-bool CheckTypes(Object& object, const char* section) {
+bool CheckTypes(Object& object, CText section) {
   if (object.path == nullptr) return Fail("missing PATH", section);
   if (object.objtype == OT_NONE) return Fail("missing OBJTYPE", section);
   ForceFieldType(object);
@@ -96,30 +98,30 @@ bool CheckTypes(Object& object, const char* section) {
   return true;
 }
 
-void RenameValueType(Object& object, const char* section) {
+void RenameValueType(Object& object, CText section) {
   for (const OldValueType& row : OLD_VALUE_TYPES) {
-    if (object.ftyp != FT_D || !EqualNoCase(TextOf(object.fvtyp), row.old)) continue;
+    if (object.ftyp != FT_D || !EqualNoCase(CText(object.fvtyp), row.old)) continue;
     DebugPrint(TRACE_DICT, 2, "ObCheck() warning: old-style FVTYP[%s], replace with '%s', section '%s'",
-               object.fvtyp.get(), row.today.data(), section);
-    std::ranges::copy(row.today, object.fvtyp.get());
+               object.fvtyp.get(), row.today.CStr(), section.CStr());
+    std::ranges::copy(row.today.View(), object.fvtyp.get());
     return;
   }
 }
 
 // The row of the object's field type and value type; null when they do not go together.
-const ValueType* FindValueType(const Object& object, const char* section) {
-  const std::string_view fvtyp = TextOf(object.fvtyp);
+const ValueType* FindValueType(const Object& object, CText section) {
+  const CText fvtyp = object.fvtyp;
   for (const ValueType& row : VALUE_TYPES)
     if (row.ftyp == object.ftyp && (row.fvtyp == ANY || EqualNoCase(row.fvtyp, fvtyp))) return &row;
   ComputedText computed;
   DebugPrint(TRACE_DICT, 1, "ObCheck() failed: FT_%s has invalid FVTYP[%s], section '%s'",
-             GetFieldType(object, computed).data(), fvtyp.data(), section);
+             GetFieldType(object, computed).CStr(), fvtyp.CStr(), section.CStr());
   return nullptr;
 }
 
 // Brings format and precision of a number into today's notation.
-FieldDefaults RenewNumberFormat(Object& object, const char* section) {
-  const std::string_view old = TextOf(object.ffmt);
+FieldDefaults RenewNumberFormat(Object& object, CText section) {
+  const CText old = object.ffmt;
   const auto* const row = std::ranges::find_if(
       OLD_NUMBER_FORMATS, [old](const OldNumberFormat& entry) { return EqualNoCase(entry.old, old); });
   if (row == std::end(OLD_NUMBER_FORMATS)) return {};
@@ -127,12 +129,12 @@ FieldDefaults RenewNumberFormat(Object& object, const char* section) {
     object.fprec = -std::max(object.fprec, -std::numeric_limits<int32_t>::max());
     DebugPrint(TRACE_DICT, 2,
                "ObCheck() warning: negative precision, set to '%d' and change FFMT to '%s', section '%s'", object.fprec,
-               row->format_negative.data(), section);
+               row->format_negative.CStr(), section.CStr());
     return {row->format_negative};
   }
   if (!old.empty())
-    DebugPrint(TRACE_DICT, 2, "ObCheck() warning: old-style FFMT[%s], replace with '%s', section '%s'", old.data(),
-               row->format.data(), section);
+    DebugPrint(TRACE_DICT, 2, "ObCheck() warning: old-style FFMT[%s], replace with '%s', section '%s'", old.CStr(),
+               row->format.CStr(), section.CStr());
   return {row->format};
 }
 
@@ -142,18 +144,18 @@ void SetIfZero(Object& object, int32_t Object::*number, uint32_t bit, int32_t va
   object.mask |= bit;
 }
 
-bool SetDefaults(Object& object, const FieldDefaults& defaults, const char* section) {
+bool SetDefaults(Object& object, const FieldDefaults& defaults, CText section) {
   if (defaults.format.empty()) return true;
   OwnedText format = CopyText(defaults.format);
   if (format == nullptr) return Fail("heap overflow", section);
-  if (SetText<&Object::ffmt>(object, format) == ATTR_FAILED) return Fail("cannot set new format", section);
+  if (SetText<&Object::ffmt>(object, std::move(format)).is_refused) return Fail("cannot set new format", section);
   object.mask |= BIT_FFMT;
   SetIfZero(object, &Object::flen, BIT_FLEN, defaults.length);
   SetIfZero(object, &Object::fprec, BIT_FPREC, defaults.precision);
   return true;
 }
 
-bool CompleteFormat(Object& object, const char* section) {
+bool CompleteFormat(Object& object, CText section) {
   RenameValueType(object, section);
   const ValueType* const type = FindValueType(object, section);
   if (type == nullptr) return false;
@@ -165,27 +167,28 @@ bool CompleteFormat(Object& object, const char* section) {
   return SetDefaults(object, defaults, section);
 }
 
-bool CheckValid(const Object& object, const char* section) {
+bool CheckValid(const Object& object, CText section) {
   char badchar;
   if (object.valid == nullptr || FmtCheckValid("", object.valid.get(), badchar) >= 0) return true;
-  DebugPrint(TRACE_DICT, 1, "ObCheck() failed: syntax error in VALID '%s', section '%s'", object.valid.get(), section);
+  DebugPrint(TRACE_DICT, 1, "ObCheck() failed: syntax error in VALID '%s', section '%s'", object.valid.get(),
+             section.CStr());
   return false;
 }
 
-bool CheckNumbers(const Object& object, const char* section) {
+bool CheckNumbers(const Object& object, CText section) {
   if (object.flen < 0) return Fail("negative LEN", section);
   // A calendar week has a length by its format.
   if (object.objtype <= OT_OF && object.ftyp != FT_K && object.flen == 0)
-    DebugPrint(TRACE_DICT, 2, "ObCheck() warning: LEN is zero or undefined, section '%s'", section);
+    DebugPrint(TRACE_DICT, 2, "ObCheck() warning: LEN is zero or undefined, section '%s'", section.CStr());
   return object.fprec >= 0 || Fail("negative PREC", section);
 }
 
 }  // namespace
 
-int32_t ObCheck(Object& object, const char* section) {
+AttrResult ObCheck(Object& object, CText section) {
   const bool passed = CheckTypes(object, section) && CompleteFormat(object, section) && CheckValid(object, section) &&
                       CheckNumbers(object, section);
-  return passed ? ATTR_OK : ATTR_FAILED;
+  return passed ? AttrResult::Ok : AttrResult::Failed;
 }
 
 }  // namespace vorlix

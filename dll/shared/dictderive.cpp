@@ -1,7 +1,7 @@
 // Changing the dictionary of one level: the copy that it gets of a dictionary which others use too, and the update of a
 // field from an XBUF.
+#include <algorithm>
 #include <array>
-#include <cstring>
 #include <span>
 
 #include "dll/base/debug.h"
@@ -12,7 +12,7 @@
 namespace vorlix {
 namespace {
 
-/// Runs a step that allocates for a piece of a dictionary.
+// Runs a step that allocates for a piece of a dictionary.
 template <class Step>
 auto MakePiece(const char* piece, Step step) {
   try {
@@ -23,7 +23,7 @@ auto MakePiece(const char* piece, Step step) {
 }
 
 OwnedText CopyPiece(const char* piece, const OwnedText& text) {
-  OwnedText copy = CopyText(TextOf(text));
+  OwnedText copy = CopyText(CText(text));
   if (copy == nullptr) throw HeapOverflow(piece);
   return copy;
 }
@@ -43,16 +43,16 @@ void CopyItems(Dict& copy, const Dict& dict) {
   }
 }
 
-/// False when attributes could not be copied, which has been traced.
+// False when attributes could not be copied, which has been traced.
 bool CopySections(Dict& copy, const Dict& dict) {
   for (const SectionPtr& section : dict.sections) {
-    const char* name = section->section.get();
-    if (ObCopy(AddSection(copy, name)->object, section->object, CopyMode::Set, name) != ATTR_OK) return false;
+    const CText name = section->section;
+    if (ObCopy(AddSection(copy, name)->object, section->object, CopyMode::Set, name) != AttrResult::Ok) return false;
   }
   return true;
 }
 
-/// A copy of all contents in a list of its own; empty when attributes could not be copied. Throws HeapOverflow.
+// A copy of all contents in a list of its own; empty when attributes could not be copied. Throws HeapOverflow.
 std::list<DictPtr> CopyDict(const Dict& dict) {
   std::list<DictPtr> fresh;
   MakePiece("dict", [&] { fresh.push_back(std::make_shared<Dict>()); });
@@ -92,25 +92,25 @@ DictPtr DeriveDict(const DictPtr& dict) {
 
 namespace {
 
-/// A field as an XBUF describes it: its section's name, and the attributes that the XBUF carries.
+// A field as an XBUF describes it: its section's name, and the attributes that the XBUF carries.
 struct FieldUpdate {
   std::array<char, SECTION_NAME_SIZE> name;
   Object object;
 };
 
-/// False when the XBUF or the name is not acceptable, which has been traced.
-bool ReadUpdate(FieldUpdate& update, const char* hdl, std::string_view xbuf) {
-  const size_t length = std::strlen(hdl);
+// False when the XBUF or the name is not acceptable, which has been traced.
+bool ReadUpdate(FieldUpdate& update, CText hdl, std::string_view xbuf) {
+  const size_t length = hdl.View().size();
   if (length + 2 > update.name.size()) {
-    DebugPrint(TRACE_DICT, 1, "UpdateDict() failed: handle too long '%s'", hdl);
+    DebugPrint(TRACE_DICT, 1, "UpdateDict() failed: handle too long '%s'", hdl.CStr());
     return false;
   }
-  std::memcpy(update.name.data(), hdl, length);
+  std::ranges::copy(hdl.View(), update.name.begin());
   update.name[length] = '.';
-  return XbufObSet(update.object, std::span(update.name).subspan(length + 1), xbuf) == 0;
+  return XbufObSet(update.object, std::span(update.name).subspan(length + 1), xbuf) == AttrResult::Ok;
 }
 
-/// The section that is to be updated; null when there is none and none may be added, which has been traced.
+// The section that is to be updated; null when there is none and none may be added, which has been traced.
 SectionPtr GetSection(Dict& dict, const char* name, bool strict) {
   if (SectionPtr section = FindSection(dict, name)) {
     DebugPrint(TRACE_DICT, 3, "UpdateDict(): updating section '%s'", name);
@@ -130,13 +130,14 @@ SectionPtr GetSection(Dict& dict, const char* name, bool strict) {
   }
 }
 
-/// Brings the attributes into the dictionary. When that fails, a section that it added is gone again.
+// Brings the attributes into the dictionary. When that fails, a section that it added is gone again.
 bool ApplyUpdate(Dict& dict, const FieldUpdate& update, bool strict) {
   const char* name = update.name.data();
   const size_t section_count = dict.sections.size();
   const SectionPtr section = GetSection(dict, name, strict);
   if (section == nullptr) return false;
-  if (ObCopy(section->object, update.object, CopyMode::Set, name) == ATTR_OK && ObCheck(section->object, name) == 0)
+  if (ObCopy(section->object, update.object, CopyMode::Set, name) == AttrResult::Ok &&
+      ObCheck(section->object, name) == AttrResult::Ok)
     return true;
   if (dict.sections.size() > section_count) dict.sections.RemoveLast();
   return false;
@@ -144,28 +145,28 @@ bool ApplyUpdate(Dict& dict, const FieldUpdate& update, bool strict) {
 
 }  // namespace
 
-int32_t UpdateDict(const char* dlgID, std::string_view xbuf, bool strict) {
+UpdateResult UpdateDict(CText dlgID, std::string_view xbuf, bool strict) {
   DebugEntry(TRACE_DICT);
-  DebugPrint(TRACE_DICT, 3, "UpdateDict(dlgID='%s')", dlgID);
-  const FoundDlg dlg = FindDlg(dlgID);
-  if (dlg.level == nullptr) {
-    DebugPrint(TRACE_DICT, 1, "UpdateDict() failed: dialog ID '%s' not found", dlgID);
-    return -2;
+  DebugPrint(TRACE_DICT, 3, "UpdateDict(dlgID='%s')", dlgID.CStr());
+  const FoundDlg found = FindDlg(dlgID);
+  if (found.level == nullptr) {
+    DebugPrint(TRACE_DICT, 1, "UpdateDict() failed: dialog ID '%s' not found", dlgID.CStr());
+    return UpdateResult::Failed;
   }
   FieldUpdate update;
-  if (!ReadUpdate(update, dlg.handle->hdl.get(), xbuf)) return -2;
-  const DictPtr shared = dlg.level->dict;
+  if (!ReadUpdate(update, found.dialog->hdl, xbuf)) return UpdateResult::Failed;
+  const DictPtr shared = found.level->dict;
   const DictPtr derived = DeriveDict(shared);
-  if (derived == nullptr) return -2;
+  if (derived == nullptr) return UpdateResult::Failed;
   if (ApplyUpdate(*derived, update, strict)) {
-    dlg.level->dict = derived;
-    return 0;
+    found.level->dict = derived;
+    return UpdateResult::Ok;
   }
   if (derived != shared) {
     RemoveDict(derived);
     ++shared->instance_cnt;
   }
-  return -2;
+  return UpdateResult::Failed;
 }
 
 }  // namespace vorlix

@@ -12,22 +12,13 @@ namespace {
 
 std::list<DictPtr> dicts;
 
-/// Whether a search with this `len` is for a whole name.
-bool IsWhole(std::string_view name, size_t len) { return len == 0 || len > name.size(); }
-
-bool HasName(const Section& section, std::string_view name, size_t len) {
-  if (name.data() == nullptr) return true;
-  const std::string_view own = section.section.get();
-  return IsWhole(name, len) ? EqualNoCase(own, name) : StartsWithNoCase(own, name.substr(0, len));
-}
-
 SectionPtr SectionAt(const Dict& dict, size_t position) {
   return position < dict.sections.size() ? dict.sections[position] : nullptr;
 }
 
-/// The first section from a position on.
-SectionPtr Scan(const Dict& dict, size_t position, std::string_view name, size_t len) {
-  while (position < dict.sections.size() && !HasName(*dict.sections[position], name, len)) ++position;
+// The first field of the dialog from a position on.
+SectionPtr FieldFrom(const Dict& dict, size_t position, std::string_view handle) {
+  while (position < dict.sections.size() && !BelongsTo(*dict.sections[position], handle)) ++position;
   return SectionAt(dict, position);
 }
 
@@ -43,16 +34,16 @@ DictPtr FindDict(std::string_view id, DictKind kind) {
   return found != dicts.end() ? *found : nullptr;
 }
 
-SectionPtr FindSection(const Dict& dict, std::string_view name, size_t len) {
-  if (name.data() == nullptr) return Scan(dict, 0, name, len);
-  if (IsWhole(name, len)) return SectionAt(dict, dict.sections.Find(name));
-  // The usual prefix is the handle of a dialog and its ".".
-  if (name.find('.') == len - 1) return SectionAt(dict, dict.sections.FindGroup(name.substr(0, len - 1)));
-  return Scan(dict, 0, name, len);
+SectionPtr FindSection(const Dict& dict, std::string_view name) { return SectionAt(dict, dict.sections.Find(name)); }
+
+SectionPtr FirstField(const Dict& dict, std::string_view handle) {
+  // Fields are grouped by what stands before the first ".", which may be less than a handle.
+  const bool is_group = handle.find('.') == std::string_view::npos;
+  return is_group ? SectionAt(dict, dict.sections.FindGroup(handle)) : FieldFrom(dict, 0, handle);
 }
 
-SectionPtr FindNextSection(const Dict& dict, const Section& after, std::string_view name, size_t len) {
-  return Scan(dict, after.position + 1, name, len);
+SectionPtr NextField(const Dict& dict, const Section& after, std::string_view handle) {
+  return FieldFrom(dict, after.position + 1, handle);
 }
 
 SectionPtr AddSection(Dict& dict, std::string_view name) {
@@ -70,25 +61,25 @@ SectionPtr AddSection(Dict& dict, std::string_view name) {
   }
 }
 
-int32_t FreeDict(Dict& dict) {
+bool FreeDict(Dict& dict) {
   DebugEntry(TRACE_DICT);
   DebugPrint(TRACE_DICT, 3, "FreeDict(id='%s') instance=%d", dict.id.c_str(), dict.instance_cnt);
   if (--dict.instance_cnt > 0) {
     DebugPrint(TRACE_DICT, 3, "FreeDict(): instance_cnt decremented (%d)", dict.instance_cnt);
-    return 0;
+    return false;
   }
   Dict empty;
   empty.instance_cnt = dict.instance_cnt;
   empty.kind = dict.kind;
   dict = std::move(empty);
   DebugPrint(TRACE_DICT, 3, "FreeDict(): dictionary freed");
-  return 1;
+  return true;
 }
 
 void RemoveDict(const DictPtr& dict) {
   DebugEntry(TRACE_DICT);
   DebugPrint(TRACE_DICT, 3, "RemoveDict(id='%s')", dict->id.c_str());
-  if (FreeDict(*dict) == 1) dicts.erase(std::find(dicts.begin(), dicts.end(), dict));
+  if (FreeDict(*dict)) dicts.erase(std::find(dicts.begin(), dicts.end(), dict));
 }
 
 void CloseDict(int32_t level) {

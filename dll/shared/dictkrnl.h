@@ -24,10 +24,6 @@
 
 namespace vorlix {
 
-/// Room for a section name that is composed of a catalog handle, "." and a field name, its NUL included. A longer one
-/// is the name of no section.
-inline constexpr size_t SECTION_NAME_SIZE = 84;
-
 /// A dialog of the dictionary.
 struct CatalogEntry {
   OwnedText hdl;  // in upper case: the dialog's name within the dictionary
@@ -73,16 +69,13 @@ DictPtr FindDict(std::string_view id, DictKind kind);
 
 // ---- Sections -------------------------------------------------------------------------------------------------------
 
-/// The name that every section has: a view of nothing, unlike an empty name.
-inline constexpr std::string_view ANY_SECTION;
+/// The first section with this name, without regard to case; null when there is none. It takes the same time in
+/// dictionaries of all sizes.
+SectionPtr FindSection(const Dict& dict, std::string_view name);
 
-/// The first section with this name, without regard to case; null when there is none. With a `len`, only the first
-/// `len` characters of both count: "kunde." and 6 find the fields of that dialog. Finding a whole name takes the same
-/// time in dictionaries of all sizes.
-SectionPtr FindSection(const Dict& dict, std::string_view name, size_t len = 0);
-
-/// The next one after a section of the dictionary.
-SectionPtr FindNextSection(const Dict& dict, const Section& after, std::string_view name, size_t len = 0);
+/// The first field of the dialog with this catalog handle, and the one behind a field of it; null when there is none.
+SectionPtr FirstField(const Dict& dict, std::string_view handle);
+SectionPtr NextField(const Dict& dict, const Section& after, std::string_view handle);
 
 /// No memory for a piece of a dictionary, by the name that messages give it.
 struct HeapOverflow : std::bad_alloc {
@@ -102,15 +95,16 @@ SectionPtr AddSection(Dict& dict, std::string_view name);
 DictPtr DeriveDict(const DictPtr& dict);
 
 /// Sets attributes of one field of a dialog from an XBUF, in a dictionary that only the dialog's level uses: it is
-/// derived first. A field that the dictionary does not have fails when `strict`, and is added otherwise. Returns 0, or
-/// -2 for failures, which have been traced; a copy is given up again then, while a dictionary that was derived in place
-/// stays so and keeps what was set.
-int32_t UpdateDict(const char* dlgID, std::string_view xbuf, bool strict);
+/// derived first. A field that the dictionary does not have fails when `strict`, and is added otherwise. A failure has
+/// been traced; a copy is given up again then, while a dictionary that was derived in place stays so and keeps what was
+/// set.
+enum class [[nodiscard]] UpdateResult : int32_t{Ok = 0, Failed = -2};
+UpdateResult UpdateDict(CText dlgID, std::string_view xbuf, bool strict);
 
 // ---- Giving up ------------------------------------------------------------------------------------------------------
 
-/// Lowers the number of holders. Returns 0 while there are others; 1 when there are none and the contents are gone.
-int32_t FreeDict(Dict& dict);
+/// Lowers the number of holders. True when there are no others: the contents are gone then.
+[[nodiscard]] bool FreeDict(Dict& dict);
 
 /// Lowers the number of holders, and takes a dictionary without any off the list.
 void RemoveDict(const DictPtr& dict);

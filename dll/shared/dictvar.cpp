@@ -10,12 +10,11 @@
 
 #include "dll/base/debug.h"
 #include "dll/shared/dlglevel.h"
-#include "dll/shared/sectionname.h"
 
 namespace vorlix {
 namespace {
 
-/// What parts the name of an array from the index of the element.
+// What parts the name of an array from the index of the element.
 constexpr std::string_view ELEMENT_MARK = "__";
 
 }  // namespace
@@ -66,7 +65,7 @@ SectionPtr FindItem(const Dict& dict, const XbufItem& item, std::string_view hdl
   return FindSection(dict, SectionName{hdl, ".", item.name.data(), element.data()}.View());
 }
 
-/// Appends a variable; null when there is no memory for it.
+// Appends a variable; null when there is no memory for it.
 Variable* AppendVar(const SectionPtr& section) {
   try {
     return &CurrVarContext().list.Append(section);
@@ -75,14 +74,15 @@ Variable* AppendVar(const SectionPtr& section) {
   }
 }
 
-int32_t NoMemory(const char* name, int step) {
+VarResult NoMemory(const char* name, int step) {
   DebugPrint(TRACE_DICT, 1, "AddVar(%s) failed: heap overflow (%d)", name, step);
   return VAR_NO_MEMORY;
 }
 
 }  // namespace
 
-int32_t AddVar(const Dict& dict, const XbufItem& item, const SectionPtr& section, std::string_view hdl, VarMode mode) {
+VarResult AddVar(const Dict& dict, const XbufItem& item, const SectionPtr& section, std::string_view hdl,
+                 VarMode mode) {
   const char* const name = item.name.data();
   const SectionPtr field = section != nullptr ? section : FindItem(dict, item, hdl);
   if (field == nullptr) {
@@ -98,18 +98,17 @@ int32_t AddVar(const Dict& dict, const XbufItem& item, const SectionPtr& section
   return VAR_OK;
 }
 
-int32_t VarXBUF(const char* dlgID, std::string_view xbuf, VarMode mode) {
-  std::string_view hdl;
-  const DictPtr dict = ResolveDlgID(dlgID, hdl);
-  if (dict == nullptr) {
-    DebugPrint(TRACE_DICT, 1, "VarXBUF(): unknown dlgID [%s]", dlgID);
+VarResult VarXBUF(CText dlgID, std::string_view xbuf, VarMode mode) {
+  const ResolvedDlg dlg = ResolveDlgID(dlgID);
+  if (dlg.dict == nullptr) {
+    DebugPrint(TRACE_DICT, 1, "VarXBUF(): unknown dlgID [%s]", dlgID.CStr());
     return VAR_REFUSED;
   }
   XbufReader reader(xbuf);
   XbufItem item;
   XbufReader::Step step;
   while ((step = reader.Next(item)) == XbufReader::Step::Item)
-    if (const int32_t result = AddVar(*dict, item, nullptr, hdl, mode); result != VAR_OK) return result;
+    if (const VarResult result = AddVar(*dlg.dict, item, nullptr, dlg.hdl, mode); result != VAR_OK) return result;
   if (step == XbufReader::Step::Corrupt) {
     DebugPrint(TRACE_DICT, 1, "VarXBUF(): buffer corrupt (%d), offset=%lld", int{reader.Fault()},
                static_cast<long long>(reader.Offset()));
@@ -129,7 +128,7 @@ char TypeOf(const Object& object) {
   return is_number ? 'N' : 'X';
 }
 
-/// Takes the index of an element off the name, when it has one. An index that is too large for one is part of the name.
+// Takes the index of an element off the name, when it has one. An index that is too large for one is part of the name.
 void CutIndex(VarName& real) {
   const size_t digits = real.name.find_last_not_of("0123456789") + 1;
   if (digits == real.name.size() || digits <= ELEMENT_MARK.size()) return;
@@ -144,7 +143,7 @@ void CutIndex(VarName& real) {
 
 }  // namespace
 
-int32_t VarRealName(const Section& section, VarName& real) {
+VarResult VarRealName(const Section& section, VarName& real) {
   const std::string_view name = section.section.get();
   const size_t dot = name.find('.');
   if (dot == std::string_view::npos) {
@@ -157,13 +156,13 @@ int32_t VarRealName(const Section& section, VarName& real) {
   return VAR_OK;
 }
 
-int32_t VarWriteXBUF(char* buf, int64_t room, int64_t& length) {
+VarResult VarWriteXBUF(char* buf, int64_t room, int64_t& length) {
   XbufWriter writer{buf, room};
   length = 0;
   for (const Variable& variable : CurrVarContext().list) {
     VarName real;
     if (VarRealName(*variable.section, real) != VAR_OK) return VAR_REFUSED;
-    if (!writer.Put(nullptr, real.name, real.type, TextOf(variable.value), real.index)) return VAR_NO_ROOM;
+    if (!writer.Put(nullptr, real.name, real.type, CText(variable.value), real.index)) return VAR_NO_ROOM;
     length = writer.length;
   }
   if (!writer.End()) return VAR_NO_ROOM;

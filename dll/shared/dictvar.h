@@ -19,13 +19,14 @@
 namespace vorlix {
 
 /// What operations on variables return.
-enum VarResult : int32_t {
-  VAR_OK = 0,
-  VAR_NONE = -1,     // there is no variable, or no further one
-  VAR_REFUSED = -2,  // no dialog has the ID, or what the operation needs is not there
-  VAR_NO_ROOM = -3,  // the list does not fit into the XBUF
-  VAR_NO_MEMORY = -4,
-  VAR_CORRUPT = -5,  // the XBUF is malformed
+enum [[nodiscard]] VarResult : int32_t{
+    VAR_OK = 0,
+    VAR_SKIP = 2,      // of a filter alone: the variable is not delivered
+    VAR_NONE = -1,     // there is no variable, or no further one
+    VAR_REFUSED = -2,  // no dialog has the ID, or what the operation needs is not there
+    VAR_NO_ROOM = -3,  // the list does not fit into the XBUF
+    VAR_NO_MEMORY = -4,
+    VAR_CORRUPT = -5,  // the XBUF is malformed
 };
 
 struct Variable {
@@ -34,7 +35,7 @@ struct Variable {
 };
 
 /// Gives the variable a copy of the value up to a NUL in it. False when there is no memory; its value is empty then.
-bool SetVarValue(Variable& variable, std::string_view value) noexcept;
+[[nodiscard]] bool SetVarValue(Variable& variable, std::string_view value) noexcept;
 
 /// Variables in the order in which they came; several can have the same section. Moving a list leaves an empty one.
 class VarList {
@@ -59,8 +60,9 @@ class VarList {
   std::unordered_map<const Section*, size_t> first_;  // the position of the first variable of a section
 };
 
-/// Looks at a variable that a walk over the list visits, and decides whether it is delivered; negative for a failure.
-using VarFilter = int32_t (*)(Variable& variable);
+/// Looks at the current variable of a walk and decides whether it is delivered: VAR_OK or VAR_SKIP, or a failure, which
+/// has been traced.
+using VarFilter = VarResult (*)(Variable& variable);
 
 /// A list with a walk over it.
 struct VarContext {
@@ -83,11 +85,11 @@ enum class VarMode : int32_t {
 /// item's name (with its index, for an element) in the dialog with the handle `hdl`. A field that the dictionary does
 /// not have is left out. VAR_OK, or VAR_NO_MEMORY, which has been traced; a variable that has no memory for its value
 /// is in the list with an empty one.
-int32_t AddVar(const Dict& dict, const XbufItem& item, const SectionPtr& section, std::string_view hdl, VarMode mode);
+VarResult AddVar(const Dict& dict, const XbufItem& item, const SectionPtr& section, std::string_view hdl, VarMode mode);
 
 /// Adds all items of an XBUF. VAR_OK; VAR_NONE when the list is empty at the end; VAR_REFUSED for an unknown dialog ID,
 /// VAR_NO_MEMORY or VAR_CORRUPT. All but the first have been traced, and what was added before stays.
-int32_t VarXBUF(const char* dlgID, std::string_view xbuf, VarMode mode);
+VarResult VarXBUF(CText dlgID, std::string_view xbuf, VarMode mode);
 
 /// How a field is named in an XBUF.
 struct VarName {
@@ -97,10 +99,10 @@ struct VarName {
 };
 
 /// VAR_OK; or VAR_REFUSED, which has been traced, for a section whose name has no ".".
-int32_t VarRealName(const Section& section, VarName& real);
+VarResult VarRealName(const Section& section, VarName& real);
 
 /// Writes the list as an XBUF. `length` is what was written, and with VAR_NO_ROOM what the items have that were written
 /// whole, without the "$". VAR_REFUSED as VarRealName.
-int32_t VarWriteXBUF(char* buf, int64_t room, int64_t& length);
+VarResult VarWriteXBUF(char* buf, int64_t room, int64_t& length);
 
 }  // namespace vorlix

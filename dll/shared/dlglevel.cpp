@@ -1,4 +1,4 @@
-// Opening and closing dialog levels, and the lookup of their dialogs.
+// Opening and closing dialog levels, the lookup of their dialogs, and aliases.
 #include "dll/shared/dlglevel.h"
 
 #include <algorithm>
@@ -14,22 +14,22 @@
 namespace vorlix {
 namespace {
 
-/// What stands before the prefix in a dialog ID, and before the dialog's name as far as levels have two digits.
+// What stands before the prefix in a dialog ID, and before the dialog's name as far as levels have two digits.
 constexpr size_t NAME_START = 3;
 
 // ---- Opening --------------------------------------------------------------------------------------------------------
 
-bool ReserveDlgHandle() {
+bool ReserveDialog() {
   try {
-    DlgLevels().ReserveHandle();
+    DlgLevels().ReserveDialog();
     return true;
   } catch (const std::bad_alloc&) {
     return false;
   }
 }
 
-int32_t AddDlgHandle(std::string_view hdl, std::string_view pfx, int32_t level) {
-  if (!ReserveDlgHandle()) {
+DlgResult AddDlgHandle(std::string_view hdl, std::string_view pfx, int32_t level) {
+  if (!ReserveDialog()) {
     DebugPrint(TRACE_DICT, 1, "AddDlgHandle() failed: heap overflow (1)");
     return DLG_NO_MEMORY;
   }
@@ -41,7 +41,7 @@ int32_t AddDlgHandle(std::string_view hdl, std::string_view pfx, int32_t level) 
     DebugPrint(TRACE_DICT, 1, "AddDlgHandle() failed: heap overflow (2)");
     return DLG_NO_MEMORY;
   }
-  DlgLevels().PushHandle(std::move(own_hdl), std::move(id));
+  DlgLevels().PushDialog(std::move(own_hdl), std::move(id));
   return DLG_OK;
 }
 
@@ -53,24 +53,24 @@ bool IsComplete(const CatalogEntry& entry) {
   return entry.hdl != nullptr && entry.pfx != nullptr;
 }
 
-/// Adds the dialogs of a catalog. When it is checked, incomplete entries are left out, and DLG_REFUSED is the result.
-int32_t AddCatalog(const Dict& dict, int32_t level, bool check) {
-  int32_t result = DLG_OK;
+// Adds the dialogs of a catalog. When it is checked, incomplete entries are left out, and DLG_REFUSED is the result.
+DlgResult AddCatalog(const Dict& dict, int32_t level, bool check) {
+  DlgResult result = DLG_OK;
   for (const CatalogEntry& entry : dict.catalog) {
     if (check && !IsComplete(entry))
       result = DLG_REFUSED;
-    else if (AddDlgHandle(TextOf(entry.hdl), TextOf(entry.pfx), level) != DLG_OK)
+    else if (AddDlgHandle(CText(entry.hdl), CText(entry.pfx), level) != DLG_OK)
       return DLG_NO_MEMORY;
   }
   return result;
 }
 
 bool IsOnTopLevel(std::string_view hdl) {
-  std::string_view id;
+  CText id;
   return MapDlgHandle(hdl, id) == DLG_OK;
 }
 
-/// Reports every section without a handle, or with one that is no dialog's on the top level.
+// Reports every section without a handle, or with one that is no dialog's on the top level.
 void ReportSections(const Dict& dict) {
   for (const SectionPtr& section : dict.sections) {
     const std::string_view name = section->section.get();
@@ -83,27 +83,27 @@ void ReportSections(const Dict& dict) {
   }
 }
 
-int32_t CheckSections(const Dict& dict) {
+DlgResult CheckSections(const Dict& dict) {
   const auto known = [](const SectionGroup& group) { return IsOnTopLevel(group.handle); };
   if (dict.sections.AllGrouped() && std::ranges::all_of(dict.sections.Groups(), known)) return DLG_OK;
   ReportSections(dict);
   return DLG_REFUSED;
 }
 
-int32_t FillLevel(const Dict& dict, int32_t level) {
+DlgResult FillLevel(const Dict& dict, int32_t level) {
   const bool is_new = dict.kind == DICT_ORIGINAL && dict.instance_cnt == 1;
-  const int32_t catalog = AddCatalog(dict, level, is_new);
+  const DlgResult catalog = AddCatalog(dict, level, is_new);
   if (catalog == DLG_NO_MEMORY || !is_new) return catalog;
-  const int32_t sections = CheckSections(dict);
+  const DlgResult sections = CheckSections(dict);
   return catalog != DLG_OK ? catalog : sections;
 }
 
-/// The number of the lowest level from `level` up, when there are levels: a negative one stands for the top.
+// The number of the lowest level from `level` up, when there are levels: a negative one stands for the top.
 int32_t LowestLevel(int32_t level) { return level < 0 ? DlgLevels().Levels().back().level : level; }
 
 }  // namespace
 
-int32_t AddDlgLevel(const DictPtr& dict, int32_t level) {
+DlgResult AddDlgLevel(const DictPtr& dict, int32_t level) {
   DebugEntry(TRACE_DICT);
   DebugPrint(TRACE_DICT, 3, "AddDlgLevel(level=%d)", level);
   DlgTable& table = DlgLevels();
@@ -117,7 +117,7 @@ int32_t AddDlgLevel(const DictPtr& dict, int32_t level) {
     DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: heap overflow");
     return DLG_NO_MEMORY;
   }
-  const int32_t result = FillLevel(*dict, level);
+  const DlgResult result = FillLevel(*dict, level);
   if (result != DLG_OK) {
     const int error = errno;  // of the allocation that failed: the caller reports it
     FreeDlgLevel(level);
@@ -146,7 +146,7 @@ DictPtr GetDlgDict(int32_t level, int32_t idx) {
   return found.level >= LowestLevel(level) ? found.dict : nullptr;
 }
 
-int32_t GetDlgID(const char* dict_id, int32_t level, int32_t idx, std::string_view& name, std::string_view& id) {
+DlgResult GetDlgID(CText dict_id, int32_t level, int32_t idx, CText& name, CText& id) {
   name = id = {};
   const DlgTable& table = DlgLevels();
   const std::vector<DlgLevel>& levels = table.Levels();
@@ -158,14 +158,15 @@ int32_t GetDlgID(const char* dict_id, int32_t level, int32_t idx, std::string_vi
   const int32_t lowest = LowestLevel(level);
   int64_t left = idx;
   for (size_t at = levels.size(); left >= 0 && at-- > 0 && levels[at].level >= lowest;) {
-    const std::string& own_id = levels[at].dict->id;
-    DebugPrint(TRACE_DICT, 3, "GetDlgID(): level = %d, dict_id = \"%s\", id = \"%s\"", level, dict_id, own_id.c_str());
-    if (*dict_id != '\0' && !EqualNoCase(dict_id, own_id)) continue;
-    const auto count = static_cast<int64_t>(table.HandleCount(at));
+    const CText own_id = levels[at].dict->id;
+    DebugPrint(TRACE_DICT, 3, "GetDlgID(): level = %d, dict_id = \"%s\", id = \"%s\"", level, dict_id.CStr(),
+               own_id.CStr());
+    if (!dict_id.empty() && !EqualNoCase(dict_id, own_id)) continue;
+    const auto count = static_cast<int64_t>(table.DialogCount(at));
     if (left < count) {
-      const auto last = static_cast<int64_t>(levels[at].first_handle) + count - 1;
-      id = table.Handles()[static_cast<size_t>(last - left)].ids[0].get();
-      name = id.substr(NAME_START);
+      const auto last = static_cast<int64_t>(levels[at].first_dialog) + count - 1;
+      id = table.Dialogs()[static_cast<size_t>(last - left)].ids[0];
+      name = id.From(NAME_START);
       return DLG_OK;
     }
     left -= count;
@@ -176,27 +177,99 @@ int32_t GetDlgID(const char* dict_id, int32_t level, int32_t idx, std::string_vi
 FoundDlg FindDlg(std::string_view dlgID) {
   DlgTable& table = DlgLevels();
   const size_t primary = table.FindPrimary(dlgID);
-  const size_t alias = table.FindAlias(dlgID).handle;
+  const size_t alias = table.FindAlias(dlgID).dialog;
   const size_t newest = alias == DlgTable::NONE || (primary != DlgTable::NONE && primary > alias) ? primary : alias;
   if (newest == DlgTable::NONE) return {};
-  return {&table.LevelOf(newest), &table.Handles()[newest]};
+  return {&table.LevelOf(newest), &table.Dialogs()[newest]};
 }
 
-DictPtr ResolveDlgID(std::string_view dlgID, std::string_view& hdl) {
-  hdl = {};
+ResolvedDlg ResolveDlgID(std::string_view dlgID) {
   const FoundDlg found = FindDlg(dlgID);
-  if (found.level == nullptr) return nullptr;
-  hdl = found.handle->hdl.get();
-  return found.level->dict;
+  if (found.level == nullptr) return {};
+  return {found.level->dict, found.dialog->hdl};
 }
 
-int32_t MapDlgHandle(std::string_view hdl, std::string_view& id) {
+DlgResult MapDlgHandle(std::string_view hdl, CText& id) {
   id = {};
   DlgTable& table = DlgLevels();
-  const size_t handle = table.FindHandle(hdl);
+  const size_t dialog = table.FindHandle(hdl);
   // Levels never fall towards the top: the newest dialog of this name is on the top level, or none is.
-  if (handle == DlgTable::NONE || table.LevelOf(handle).level != table.Levels().back().level) return DLG_NONE;
-  id = table.Handles()[handle].ids[0].get();
+  if (dialog == DlgTable::NONE || table.LevelOf(dialog).level != table.Levels().back().level) return DLG_NONE;
+  id = table.Dialogs()[dialog].ids[0];
+  return DLG_OK;
+}
+
+// ---- Aliases --------------------------------------------------------------------------------------------------------
+
+namespace {
+
+// Gives the dialog an alias with this name; false when there is no memory for it.
+bool StoreAlias(size_t dialog, CText id, const char* suffix) {
+  OwnedText alias = JoinTexts(id, suffix);
+  if (alias == nullptr) return false;
+  try {
+    DlgLevels().AddAlias(dialog, std::move(alias));
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+DlgResult NewDlgAlias(CText id, CText& alias) {
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 2, "NewDlgAlias(id = %s)", id.CStr());
+  alias = {};
+  const size_t found = DlgLevels().FindPrimary(id);
+  if (found == DlgTable::NONE) {
+    DebugPrint(TRACE_DICT, 1, "NewDlgAlias(): DlgID %s not found", id.CStr());
+    return DLG_REFUSED;
+  }
+  const Dialog& dialog = DlgLevels().Dialogs()[found];
+  if (dialog.id_cnt == MAX_ID_CNT) {
+    DebugPrint(TRACE_DICT, 1, "NewDlgAlias(): MAX_ID_CNT = %d", MAX_ID_CNT);
+    return DLG_NONE;
+  }
+  const int32_t slot = dialog.id_cnt;
+  std::array<char, 16> suffix;
+  std::snprintf(suffix.data(), suffix.size(), "_%d", slot);
+  DebugPrint(TRACE_DICT, 2, "NewDlgAlias(): alias = %s%s", id.CStr(), suffix.data());
+  if (!StoreAlias(found, id, suffix.data())) {
+    DebugPrint(TRACE_DICT, 1, "NewDlgAlias(): Memory allocation failed");
+    return DLG_NO_MEMORY;
+  }
+  alias = dialog.ids[static_cast<size_t>(slot)];
+  return DLG_OK;
+}
+
+DlgResult GetDlgAlias(CText id, int32_t alias_idx, CText& alias) {
+  DebugEntry(TRACE_DICT);
+  alias = {};
+  const size_t found = DlgLevels().FindPrimary(id);
+  if (found == DlgTable::NONE) {
+    DebugPrint(TRACE_DICT, 1, "GetDlgAlias(): DlgID %s does not exist", id.CStr());
+    return DLG_REFUSED;
+  }
+  const Dialog& dialog = DlgLevels().Dialogs()[found];
+  if (alias_idx < 1 || alias_idx >= dialog.id_cnt) {
+    DebugPrint(TRACE_DICT, 2, "GetDlgAlias(): id_cnt = %d", dialog.id_cnt);
+    return DLG_NONE;
+  }
+  alias = dialog.ids[static_cast<size_t>(alias_idx)];
+  DebugPrint(TRACE_DICT, 2, "GetDlgAlias(): alias = %s", alias.CStr());
+  return DLG_OK;
+}
+
+DlgResult DelDlgAlias(CText aliasID) {
+  DebugEntry(TRACE_DICT);
+  DebugPrint(TRACE_DICT, 2, "DelDlgAlias(aliasID = %s)", aliasID.CStr());
+  const DlgTable::Alias found = DlgLevels().FindAlias(aliasID);
+  if (found.dialog == DlgTable::NONE) {
+    DebugPrint(TRACE_DICT, 1, "DelDlgAlias(): aliasID %s not found", aliasID.CStr());
+    return DLG_REFUSED;
+  }
+  DlgLevels().RemoveAlias(found.dialog, found.slot);
   return DLG_OK;
 }
 

@@ -30,24 +30,24 @@ constexpr double HUNDREDTHS_OF_HOUR = 100.0;
 // ---- Formatted types ------------------------------------------------------------------------------------------------
 
 void ShowNumber(FieldBuffer& out, const Object& field, const char* value, LocalTime) {
-  FldFmtNum(out, std::strtod(value, nullptr), field.flen, field.fprec, TextOf(field.ffmt));
+  FldFmtNum(out, std::strtod(value, nullptr), field.flen, field.fprec, CText(field.ffmt));
 }
 
 void ShowDate(FieldBuffer& out, const Object& field, const char* value, LocalTime now) {
-  const std::string_view format = TextOf(field.ffmt);
+  const std::string_view format = CText(field.ffmt);
   if (EqualNoCase(value, TODAY))
     FmtDate(out, now(), field.flen, format);
   else
-    FldFmtDate(out, ReadNumber(value), EqualNoCase(TextOf(field.fvtyp), "GREG"), field.flen, format);
+    FldFmtDate(out, ReadNumber(value), EqualNoCase(CText(field.fvtyp), "GREG"), field.flen, format);
 }
 
 /// The minutes are rounded to hundredths.
 int32_t HundredthsOf(const std::tm& time) { return time.tm_hour * 100 + (time.tm_min * 100 + 50) / 60; }
 
 void ShowTime(FieldBuffer& out, const Object& field, const char* value, LocalTime now) {
-  const std::string_view format = TextOf(field.ffmt);
+  const std::string_view format = CText(field.ffmt);
   const int32_t hundredths = EqualNoCase(value, NOW) ? HundredthsOf(now()) : ReadNumber(value);
-  if (!EqualNoCase(TextOf(field.fvtyp), "HM60")) {
+  if (!EqualNoCase(CText(field.fvtyp), "HM60")) {
     FldFmtNum(out, hundredths / HUNDREDTHS_OF_HOUR, field.flen, field.fprec, format);
     return;
   }
@@ -59,12 +59,12 @@ void ShowTime(FieldBuffer& out, const Object& field, const char* value, LocalTim
 }
 
 void ShowMonth(FieldBuffer& out, const Object& field, const char* value, LocalTime) {
-  FldFmtMonth(out, ReadNumber(value), field.flen, TextOf(field.ffmt));
+  FldFmtMonth(out, ReadNumber(value), field.flen, CText(field.ffmt));
 }
 
 void ShowWeek(FieldBuffer& out, const Object& field, const char* value, LocalTime now) {
-  const std::string_view type = TextOf(field.fvtyp);
-  FieldFormat shown{TextOf(field.ffmt), field.flen};
+  const std::string_view type = CText(field.fvtyp);
+  FieldFormat shown{CText(field.ffmt), field.flen};
   if (!EqualNoCase(value, TODAY)) {
     FldFmtWeek(out, ReadNumber(value), shown.length, type, shown.format);
     return;
@@ -77,7 +77,7 @@ void ShowWeek(FieldBuffer& out, const Object& field, const char* value, LocalTim
 }
 
 void ShowText(FieldBuffer& out, const Object& field, const char* value, LocalTime) {
-  FldFmtText(out, value, field.flen, TextOf(field.ffmt));
+  FldFmtText(out, value, field.flen, CText(field.ffmt));
 }
 
 // ---- Buttons and boxes ----------------------------------------------------------------------------------------------

@@ -2,7 +2,10 @@
 // dialog: the section's name is then the dialog's catalog handle, "." and the name of the field.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
+#include <initializer_list>
 #include <memory>
 #include <string_view>
 
@@ -19,6 +22,35 @@ struct Section {
   Object object;
 };
 using SectionPtr = std::shared_ptr<Section>;
+
+/// Room for a section name that is composed of a catalog handle, "." and a field name, its NUL included. A longer one
+/// is the name of no section.
+inline constexpr size_t SECTION_NAME_SIZE = 84;
+
+/// A name composed of parts, mostly a catalog handle, "." and the name of a field. One that is too long for a section
+/// is cut to a name which is still too long, so it is that of no section, as it should be.
+class SectionName {
+ public:
+  SectionName(std::initializer_list<std::string_view> parts) {
+    for (const std::string_view part : parts) {
+      const size_t length = std::min(part.size(), text_.size() - length_);
+      std::copy_n(part.begin(), length, text_.begin() + length_);
+      length_ += length;
+    }
+  }
+
+  std::string_view View() const { return {text_.data(), length_}; }
+
+ private:
+  std::array<char, SECTION_NAME_SIZE> text_;  // a character more than sections have
+  size_t length_ = 0;
+};
+
+/// Whether the section is a field of the dialog with this catalog handle: its name begins with the handle and ".".
+inline bool BelongsTo(const Section& section, std::string_view handle) {
+  const std::string_view name = section.section.get();
+  return name.size() > handle.size() && name[handle.size()] == '.' && StartsWithNoCase(name, handle);
+}
 
 /// A dialog, as far as sections know of it: the part of their names before the first ".".
 struct SectionGroup {

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "dll/shared/dictkrnl.h"
 #include "dll/shared/dlglevel.h"
@@ -17,8 +18,9 @@ namespace vorlix::test {
 inline std::string ShowObject(const Object& object) {
   std::string shown;
   AttrText attr;
-  for (int32_t row = 0; ObGetIdx(object, row, attr) == row; ++row)
-    if (!attr.value.empty() && attr.value != "0") shown.append(" ").append(attr.item).append("=").append(attr.value);
+  for (int32_t row = 0; ObGetIdx(object, row, attr); ++row)
+    if (!attr.value.empty() && attr.value != "0")
+      shown.append(" ").append(attr.item.View()).append("=").append(attr.value.View());
   return shown;
 }
 
@@ -28,9 +30,7 @@ inline bool SetObject(Object& object, const std::string& lines) {
   std::istringstream in(lines);
   for (std::string line; std::getline(in, line, '|');) {
     OwnedText value = CopyText(std::string_view(line).substr(line.find('=') + 1));
-    const int32_t result = ObSet(object, line.substr(0, line.find('=')), value, "kd.name");
-    EXPECT_EQ(result == ATTR_KEPT, value == nullptr) << line;
-    all = all && result != ATTR_FAILED;
+    all = ObSet(object, line.substr(0, line.find('=')), std::move(value), "kd.name") == AttrResult::Ok && all;
   }
   return all;
 }
@@ -55,10 +55,10 @@ inline std::string ShowDicts() {
 /// "D02B, D02A=a_1": all dialogs with their aliases, in the order of the levels.
 inline std::string ShowDialogs() {
   std::string shown;
-  std::string_view name, id, alias;
+  CText name, id, alias;
   for (int32_t idx = 0; GetDlgID("", 0, idx, name, id) == DLG_OK; ++idx) {
-    shown.append(idx > 0 ? ", " : "").append(id);
-    for (int32_t at = 1; GetDlgAlias(id.data(), at, alias) == DLG_OK; ++at) shown.append("=").append(alias);
+    shown.append(idx > 0 ? ", " : "").append(id.View());
+    for (int32_t at = 1; GetDlgAlias(id, at, alias) == DLG_OK; ++at) shown.append("=").append(alias.View());
   }
   return shown;
 }
