@@ -113,7 +113,7 @@ void MeasureScan(std::string_view fmt, const std::vector<std::string>& texts) {
 
 int main() {
   bench::PinToOneCore();
-  if (BuildLocale() != 0) return 1;
+  if (BuildLocale() != RESULT_OK) return 1;
   const std::vector<std::tm> dates = MakeDates();
   for (const std::string_view fmt : {"%d.%m.%Y", "%d.%m.%y", "%H:%M", "%d.%m.%y %H:%M:%S", "%A, %d. %B %Y"})
     MeasureFormat(fmt, dates);

@@ -135,7 +135,7 @@ void MeasureScan(const std::vector<double>& numbers) {
 
 int main() {
   bench::PinToOneCore();
-  if (BuildLocale() != 0) return 1;
+  if (BuildLocale() != RESULT_OK) return 1;
   const std::vector<double> numbers = MakeNumbers(0.07);
   MeasurePlain(numbers);
   MeasureScan(numbers);

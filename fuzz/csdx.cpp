@@ -7,16 +7,16 @@ namespace vorlix::fuzz {
 namespace {
 
 void SendAndReceive(std::string_view bytes, size_t room) {
-  Require(CSDX_PackString(bytes) == 0, "a small text can be packed");
+  Require(CSDX_PackString(bytes), "a small text can be packed");
   CsdxPayload payload;
   std::string block(room, '\0');
   int32_t last = 0;
-  for (int more = 1; more == 1;) {
+  for (Received received = Received::MoreFollow; received == Received::MoreFollow;) {
     DllString text{int32_t(room), 0, block.data()};
     if (CSDX_SendNext(text, IntByReference(&last)) != RESULT_OK)
       return Require(room < 20 + 6 && last == 1, "blocks of 26 bytes are large enough");
-    more = CSDX_ReceiveNext(payload, text.View());
-    Require(more == (last == 0 ? 1 : 0), "both sides see the end");
+    received = CSDX_ReceiveNext(payload, text.View());
+    Require(received == (last == 0 ? Received::MoreFollow : Received::Complete), "both sides see the end");
   }
   Require(payload.View() == bytes, "what was sent arrives");
 }
@@ -29,7 +29,7 @@ void Run(Input input) {
   CsdxReader reader{{}, input.Rest(), 0};
   OwnedText text;
   while (CSDX_ReadField(reader, text) > 0) continue;
-  for (CsdxPayload payload; !input.Empty();) CSDX_ReceiveNext(payload, input.Until("\n"));
+  for (CsdxPayload payload; !input.Empty();) static_cast<void>(CSDX_ReceiveNext(payload, input.Until("\n")));
 }
 
 }  // namespace vorlix::fuzz

@@ -19,7 +19,7 @@ struct CallArg {
   PresentedArg presented;
 };
 
-// Filled during one call and empty between calls; after a call that was refused on the way the next one releases it.
+// Filled during one call and empty between calls.
 std::array<CallArg, MAX_ARGS> call_args;
 ArgVector arg_vector{};
 size_t args_taken = 0;  // slots from the first on that hold something
@@ -175,20 +175,23 @@ void WriteBackArgs() {
   }
 }
 
-// Takes the arguments, calls the function and writes back.
-int32_t RunFunction(int32_t index, int32_t count) {
-  const FunctionEntry& entry = FunctionTable[static_cast<size_t>(index)];
-  const int name_size = static_cast<int>(entry.name.size());
-  CallTrace(3, "\nfunction name = \"%.*s\", argc = %d\n", name_size, entry.name.data(), count);
-  ReleaseArgs();
-  const int32_t code = TakeArgs(entry, count);
-  if (code != RESULT_OK) return code;
-  CallTrace(1, "\ncalling %.*s, argc = %d\n", name_size, entry.name.data(), count);
+// Calls the function with the arguments that have been taken, and writes back.
+int32_t CallTaken(int32_t index, const FunctionEntry& entry, int32_t count) {
+  CallTrace(1, "\ncalling %.*s, argc = %d\n", static_cast<int>(entry.name.size()), entry.name.data(), count);
   if (Traced(2))
     for (const CallArg& arg : TakenArgs()) PrintArg(arg);
   const int32_t result = DllDispatch(index, arg_vector);
   CallTrace(1, "return code is %d\n", result);
   WriteBackArgs();
+  return result;
+}
+
+int32_t RunFunction(int32_t index, int32_t count) {
+  const FunctionEntry& entry = FunctionTable[static_cast<size_t>(index)];
+  CallTrace(3, "\nfunction name = \"%.*s\", argc = %d\n", static_cast<int>(entry.name.size()), entry.name.data(),
+            count);
+  const int32_t refusal = TakeArgs(entry, count);
+  const int32_t result = refusal == RESULT_OK ? CallTaken(index, entry, count) : refusal;
   ReleaseArgs();
   return result;
 }

@@ -57,7 +57,7 @@ int32_t IntByReference::Get() const { return ReadFrom<int32_t>(static_cast<const
 
 int32_t DllStrLen(const DllString& s) { return s.len; }
 
-int32_t DllStrCopy(DllString& dst, const DllString& src) { return DllStrFromC(src.View(), dst); }
+ResultCode DllStrCopy(DllString& dst, const DllString& src) { return DllStrFromC(src.View(), dst); }
 
 void DllStrToC(const DllString& s, char* text) {
   int32_t i = 0;

@@ -56,13 +56,13 @@ int32_t DllStrLen(const DllString& s);
 
 /// Each of these copies a text into a string: RESULT_TOO_SHORT, and nothing changed, when it is longer than `max`, else
 /// 0. Source and target may overlap.
-inline int32_t DllStrFromC(std::string_view text, DllString& s) {
+inline ResultCode DllStrFromC(std::string_view text, DllString& s) {
   if (std::cmp_greater(text.size(), s.max)) return RESULT_TOO_SHORT;
   if (!text.empty()) std::memmove(s.buf, text.data(), text.size());
   s.len = static_cast<int32_t>(text.size());
   return RESULT_OK;
 }
-int32_t DllStrCopy(DllString& dst, const DllString& src);
+ResultCode DllStrCopy(DllString& dst, const DllString& src);
 
 /// Copies up to `len` characters, stopping before a NUL, and ends them with NUL. `text` has room for len + 1 bytes.
 void DllStrToC(const DllString& s, char* text);

@@ -96,21 +96,21 @@ DigitRun LeadingDigits(double magnitude) {
 
 }  // namespace
 
-int32_t HostRealToDouble(const HostReal& real, double& value) {
+MathCode HostRealToDouble(const HostReal& real, double& value) {
   if (real.sign == REAL_INVALID) FatalMathError(FATAL_INVALID_VALUE);
   value = NearestDouble(RoundedDecimal(real));
   if (real.sign == REAL_NEGATIVE && value != 0.0) value = -value;
-  return 0;
+  return MATH_OK;
 }
 
-int32_t DoubleToHostReal(double value, HostReal& real) {
+MathCode DoubleToHostReal(double value, HostReal& real) {
   real = REAL_ZERO;
   if (std::isnan(value)) return MATH_REAL_RANGE;
   if (std::isinf(value)) {
     if (value > 0) real = REAL_LARGEST;
     return MATH_REAL_RANGE;
   }
-  if (value == 0.0) return 0;
+  if (value == 0.0) return MATH_OK;
   DigitRun run = LeadingDigits(std::fabs(value));
   const bool odd = run.point % 2 != 0;
   const uint8_t sign = value < 0 ? REAL_NEGATIVE : REAL_POSITIVE;
@@ -131,10 +131,10 @@ int32_t DoubleToHostReal(double value, HostReal& real) {
     real.digits[byte] = static_cast<uint8_t>(10 * tens + run.digits[next++]);
     if (real.digits[byte] != 0) real.digit_count = static_cast<uint8_t>(byte + 1);
   }
-  return 0;
+  return MATH_OK;
 }
 
-int32_t HostRealToInt(const HostReal& real, int32_t& value) {
+MathCode HostRealToInt(const HostReal& real, int32_t& value) {
   if (real.sign == REAL_INVALID) FatalMathError(FATAL_INVALID_VALUE);
   const bool negative = real.sign == REAL_NEGATIVE;
   const int64_t limit = negative ? -int64_t{std::numeric_limits<int32_t>::min()} : std::numeric_limits<int32_t>::max();
@@ -146,7 +146,7 @@ int32_t HostRealToInt(const HostReal& real, int32_t& value) {
   const bool in_range = magnitude <= limit;
   magnitude = std::min(magnitude, limit);
   value = static_cast<int32_t>(negative ? -magnitude : magnitude);
-  return in_range ? 0 : MATH_INTEGER_RANGE;
+  return in_range ? MATH_OK : MATH_INTEGER_RANGE;
 }
 
 }  // namespace vorlix

@@ -30,19 +30,18 @@ inline constexpr HostReal REAL_ZERO = {0, REAL_POSITIVE, 0, {}};
 inline constexpr HostReal REAL_LARGEST = {REAL_MAX_EXPONENT, REAL_POSITIVE, 6, {99, 99, 99, 99, 99, 99}};
 
 /// Codes of the conversions. They never end a call: the value is replaced as each conversion says.
-inline constexpr int32_t MATH_INTEGER_RANGE = 20;
-inline constexpr int32_t MATH_REAL_RANGE = 23;
+enum MathCode : int32_t { MATH_OK = 0, MATH_INTEGER_RANGE = 20, MATH_REAL_RANGE = 23 };
 
 /// Rounds to 12 significant decimal digits, half away from zero, and gives the double nearest to that decimal value.
-/// Returns 0. A value marked invalid ends the process.
-int32_t HostRealToDouble(const HostReal& real, double& value);
+/// MATH_OK. A value marked invalid ends the process.
+MathCode HostRealToDouble(const HostReal& real, double& value);
 
-/// Takes the 15 most significant decimal digits (14 where the decimal point falls inside a base-100 digit). Returns 0,
+/// Takes the 15 most significant decimal digits (14 where the decimal point falls inside a base-100 digit). MATH_OK,
 /// or MATH_REAL_RANGE: zero for no number, minus infinity and values too small, else the largest value.
-int32_t DoubleToHostReal(double value, HostReal& real);
+MathCode DoubleToHostReal(double value, HostReal& real);
 
-/// Cuts the fraction. Returns 0, or MATH_INTEGER_RANGE with the nearest end of the 32-bit range. A value marked invalid
+/// Cuts the fraction. MATH_OK, or MATH_INTEGER_RANGE with the nearest end of the 32-bit range. A value marked invalid
 /// ends the process.
-int32_t HostRealToInt(const HostReal& real, int32_t& value);
+MathCode HostRealToInt(const HostReal& real, int32_t& value);
 
 }  // namespace vorlix

@@ -37,11 +37,11 @@ TEST(LocaleDescription, IsReadWholeOrNotAtAll) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
     const TraceCapture trace("D1");
-    EXPECT_EQ(GetLocaleInfo(row.text.data(), row.text.size()), 1);
+    EXPECT_EQ(GetLocaleInfo(row.text.data(), row.text.size()), LocaleInfo::Corrupt);
     EXPECT_EQ(LocaleInForce().strings.weekdays[0], "");
     EXPECT_TRUE(LocaleInForce().Is('A', CLASS_UPPER)) << "the tables stay";
     EXPECT_EQ(trace.Lines().at(0), "D1: GetLocaleInfo() failed: buffer is corrupt ["s + row.corrupt + "]");
-    EXPECT_EQ(GetLocaleInfo(longer.data(), longer.size()), 0);
+    EXPECT_EQ(GetLocaleInfo(longer.data(), longer.size()), LocaleInfo::Ok);
     EXPECT_EQ(LocaleInForce().strings.weekdays[0], "Sunday");
   }
 }

@@ -14,9 +14,9 @@ using Lines = std::vector<std::string>;
 
 TEST(CsdxBuffer, StaysBelowItsLimit) {
   const TraceCapture trace("D1");
-  EXPECT_EQ(CSDX_PackString(std::string(999'989, 'x')), 0);
+  EXPECT_TRUE(CSDX_PackString(std::string(999'989, 'x')));
   EXPECT_EQ(CSDX_Contents()->substr(0, 10), "R1~999999~");
-  EXPECT_EQ(CSDX_PackString(std::string(999'990, 'x')), 1);
+  EXPECT_FALSE(CSDX_PackString(std::string(999'990, 'x')));
   EXPECT_FALSE(CSDX_Contents().has_value());
   EXPECT_EQ(trace.Lines(), Lines({"D1: CSDX_PackString() failed: heap overflow"}));
 }
@@ -49,32 +49,32 @@ TEST(CsdxReading, ReadsCountedFields) {
 TEST(CsdxReading, CollectsBlocks) {
   const std::string at = "CSDX_ReceiveNext(): ", first = "D2: " + at + "got first block (offset=0)";
   const std::string whole = "D2: " + at + "got first&last block (offset=0)";
-  const struct { Lines blocks; int result; Lines lines; } rows[] = {
-      {{"0~R1~000015~hello"}, 0, {whole}},
-      {{"0~R1~000015~he", "12~llo"}, 0, {first, "D2: " + at + "got last block (offset=12)"}},
-      {{"0~R1~000015~h", "11~el", "13~lo"}, 0,
+  const struct { Lines blocks; Received result; Lines lines; } rows[] = {
+      {{"0~R1~000015~hello"}, Received::Complete, {whole}},
+      {{"0~R1~000015~he", "12~llo"}, Received::Complete, {first, "D2: " + at + "got last block (offset=12)"}},
+      {{"0~R1~000015~h", "11~el", "13~lo"}, Received::Complete,
        {first, "D2: " + at + "got middle block (offset=11)", "D2: " + at + "got last block (offset=13)"}},
-      {{"0~X1~000015~hello"}, -2, {"D1: " + at + "missing revision number"}},
-      {{"0~R2~000015~hello"}, -2, {"D1: " + at + "revision conflict (current=1, received=2)"}},
-      {{"0~R1~000009~"}, -2, {"D1: " + at + "length is inconsistent"}},
-      {{"0~R1~9000000~"}, -1, {"D1: " + at + "heap overflow (8999990)"}},
-      {{"5~abc"}, -2, {"D1: " + at + "csdxBuf == NULL"}},
-      {{"0~R1~000015~he", "13~llo"}, -2, {first, "D1: " + at + "offset is inconsistent (13, expected=12)"}},
-      {{"0~R1~000015~he", "11~ello"}, -2, {first, "D1: " + at + "offset is inconsistent (11, expected=12)"}},
-      {{"0~R1~000015~hello!"}, -2, {whole, "D1: " + at + "length is inconsistent"}},
-      {{"hello"}, -2, {"D1: CSDX_ReadToSep(): invalid entry [hello]"}},
+      {{"0~X1~000015~hello"}, Received::Breach, {"D1: " + at + "missing revision number"}},
+      {{"0~R2~000015~hello"}, Received::Breach, {"D1: " + at + "revision conflict (current=1, received=2)"}},
+      {{"0~R1~000009~"}, Received::Breach, {"D1: " + at + "length is inconsistent"}},
+      {{"0~R1~9000000~"}, Received::NoMemory, {"D1: " + at + "heap overflow (8999990)"}},
+      {{"5~abc"}, Received::Breach, {"D1: " + at + "csdxBuf == NULL"}},
+      {{"0~R1~000015~he", "13~llo"}, Received::Breach, {first, "D1: " + at + "offset is inconsistent (13, expected=12)"}},
+      {{"0~R1~000015~he", "11~ello"}, Received::Breach, {first, "D1: " + at + "offset is inconsistent (11, expected=12)"}},
+      {{"0~R1~000015~hello!"}, Received::Breach, {whole, "D1: " + at + "length is inconsistent"}},
+      {{"hello"}, Received::Breach, {"D1: CSDX_ReadToSep(): invalid entry [hello]"}},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.blocks.back());
     const TraceCapture trace("D2");
     CsdxPayload payload;
-    int result = 1;
+    Received result = Received::MoreFollow;
     for (const std::string& block : row.blocks) {
-      EXPECT_EQ(result, 1);
+      EXPECT_EQ(result, Received::MoreFollow);
       result = CSDX_ReceiveNext(payload, block);
     }
     EXPECT_EQ(result, row.result);
-    EXPECT_EQ(payload.View(), row.result == 0 ? "hello" : "");
+    EXPECT_EQ(payload.View(), row.result == Received::Complete ? "hello" : "");
     EXPECT_EQ(trace.Lines(), row.lines);
   }
 }

@@ -14,6 +14,7 @@
 #include <string>
 #include <utility>
 
+#include "dll/base/text.h"
 #include "dll/ini/inifile.h"
 #include "dll/ini/inireplace.h"
 #include "tools/files.h"
@@ -110,6 +111,7 @@ TEST_F(Ini, RefusesLoopsAndPipesWithoutWaiting) {
 // An i is an I in Turkish too, and bytes beyond ASCII are the letters of the language.
 TEST_F(Ini, ReadsNamesInTheLanguage) {
   ASSERT_NE(std::setlocale(LC_CTYPE, "tr_TR"), nullptr);
+  FixNameLetters();
   const std::string path = Make("[i\xe4]\nifi=7\n");
   std::array<char, 9> section, entry, value;
   const int hdl = IniOpen(path.c_str(), "");
@@ -118,6 +120,8 @@ TEST_F(Ini, ReadsNamesInTheLanguage) {
   EXPECT_EQ(section.data() + "."s + entry.data(), "I\xc4.IFI");
   EXPECT_EQ(IniGetInt("I\xc4", "IFI", 5, path.c_str()), 7);
   std::setlocale(LC_CTYPE, "C");
+  EXPECT_EQ(IniGetInt("I\xc4", "IFI", 5, path.c_str()), 7) << "the letters of names stay";
+  FixNameLetters();
 }
 
 TEST_F(Ini, NeverTakesAShortenedFileForTheWhole) {

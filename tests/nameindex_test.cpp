@@ -25,7 +25,7 @@ TEST(NameIndexes, FindTheFirstOfTheName) {
   };
   for (const char* const own : {"C", "de_DE", "tr_TR"}) {
     ASSERT_NE(std::setlocale(LC_CTYPE, own), nullptr) << own;
-    TakeCaseFolding();
+    FixNameLetters();
     NamedList<std::string, NameOf> list;
     std::vector<std::string> model;
     for (int step = 0; step < 3000; ++step) {
@@ -48,7 +48,7 @@ TEST(NameIndexes, FindTheFirstOfTheName) {
     EXPECT_TRUE(std::ranges::equal(list, model)) << own;
   }
   std::setlocale(LC_CTYPE, "C");
-  TakeCaseFolding();
+  FixNameLetters();
 }
 
 }  // namespace

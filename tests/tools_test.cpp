@@ -70,7 +70,7 @@ TEST(Script, IsRefusedForItsFirstFault) {
       {"xbuf x dict_sum:N=1\n=> x.sum=1 x.sum.4=1", "2: the XBUF has no item 'sum.4'"},
       {"xbuf x dict_sum:N=1\n=> x.SUM.4294967296=1", "2: the XBUF has no item 'SUM.4294967296'"},
       {"xbuf x dict_sum:N=1\n=> x.dict=1", "2: the XBUF has no item 'dict'"},
-      {"set x text\n=> x.dict=1", "2: \"text\" is no XBUF: XBUF: bad type letter at offset 0"},
+      {"set x text\n=> x.dict=1", "2: \"text\" is no XBUF: XBUF: bad type letter, name or element index at offset 0"},
       {"l_DeleteList 2147483648", R"(1: hdl: "2147483648" is not a whole number of 32 bits)"},
       {"l_SeekCurr one", R"(1: hdl: "one" is not a number)"},
       {"l_SeekCurr \"1\"[5]", "1: hdl is a number and has no room"},

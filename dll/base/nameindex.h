@@ -1,7 +1,6 @@
 // Finding records by name in a list that keeps its order: the list is the truth, and an index stands beside it.
 //
-// Names compare as EqualNoCase compares them, under the character-type locale of the moment, which falls back to "C"
-// while names stay indexed. What is hashed is folded by FoldCase, which serves both.
+// Names compare as EqualNoCase compares them, and are hashed by the same folding.
 #pragma once
 
 #include <cstddef>
@@ -100,11 +99,8 @@ class NamedList {
     const size_t position = records_.size();
     index_.Reserve(position + 1);
     records_.push_back(std::move(record));
-    // Of names that are the same to the byte, the first is the one to find in every language.
     const std::string_view name = NAME_OF(records_.back());
-    bool known = false;
-    index_.Search(name, [&](uint32_t at) { return known = NAME_OF(records_[at]) == name; });
-    if (!known) index_.Insert(static_cast<uint32_t>(position), name);
+    if (Find(name) == NONE) index_.Insert(static_cast<uint32_t>(position), name);
   }
 
   void RemoveLast() noexcept {

@@ -11,11 +11,25 @@
 namespace vorlix {
 namespace {
 
-std::array<char, 256> folded = [] {
-  std::array<char, 256> table{};
-  for (size_t c = 0; c < table.size(); ++c) table[c] = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-  return table;
+struct NameLetters {
+  std::array<bool, 256> is_letter{};
+  std::array<char, 256> lower{};
+  std::array<char, 256> upper{};
+};
+
+NameLetters letters = [] {
+  NameLetters ascii;
+  for (size_t c = 0; c < 256; ++c) {
+    const bool is_lower = c >= 'a' && c <= 'z';
+    const bool is_upper = c >= 'A' && c <= 'Z';
+    ascii.is_letter[c] = is_lower || is_upper;
+    ascii.lower[c] = static_cast<char>(is_upper ? c - 'A' + 'a' : c);
+    ascii.upper[c] = static_cast<char>(is_lower ? c - 'a' + 'A' : c);
+  }
+  return ascii;
 }();
+
+size_t Index(char c) { return static_cast<unsigned char>(c); }
 
 }  // namespace
 
@@ -51,11 +65,20 @@ char UpperCase(char c) noexcept {
   return byte < 128 ? c : static_cast<char>(std::toupper(byte));
 }
 
-char FoldCase(char c) noexcept { return folded[static_cast<unsigned char>(c)]; }
-
-void TakeCaseFolding() noexcept {
-  for (size_t c = 0; c < folded.size(); ++c) folded[c] = LowerCase(static_cast<char>(c));
+void FixNameLetters() noexcept {
+  for (int c = 0; c < 256; ++c) {
+    const auto byte = static_cast<size_t>(c);
+    letters.is_letter[byte] = std::isalpha(c) != 0;
+    letters.lower[byte] = LowerCase(static_cast<char>(c));
+    letters.upper[byte] = UpperCase(static_cast<char>(c));
+  }
 }
+
+bool IsNameLetter(char c) noexcept { return letters.is_letter[Index(c)]; }
+
+char FoldCase(char c) noexcept { return letters.lower[Index(c)]; }
+
+char NameUpperCase(char c) noexcept { return letters.upper[Index(c)]; }
 
 bool EqualNoCase(std::string_view a, std::string_view b) noexcept {
   return a.size() == b.size() && StartsWithNoCase(a, b);
@@ -64,7 +87,7 @@ bool EqualNoCase(std::string_view a, std::string_view b) noexcept {
 bool StartsWithNoCase(std::string_view text, std::string_view prefix) noexcept {
   if (text.size() < prefix.size()) return false;
   for (size_t i = 0; i < prefix.size(); ++i)
-    if (text[i] != prefix[i] && LowerCase(text[i]) != LowerCase(prefix[i])) return false;
+    if (text[i] != prefix[i] && FoldCase(text[i]) != FoldCase(prefix[i])) return false;
   return true;
 }
 

@@ -50,21 +50,27 @@ inline bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 /// range.
 int32_t ReadNumber(const char* text) noexcept;
 
-/// The case of one byte. ASCII letters keep to ASCII in every language (a Turkish "i" is an I, so that names stay what
-/// they are); other bytes go by the process's character-type locale.
+/// The case of one byte of a text. ASCII letters keep to ASCII in every language (a Turkish "i" is an I); other bytes
+/// go by the process's character-type locale of the moment.
 char LowerCase(char c) noexcept;
 char UpperCase(char c) noexcept;
 
-/// One byte for all bytes that can count as the same letter, for hashing names: their lower case in the character-type
-/// locale that TakeCaseFolding found. As long as the process has that locale or "C", names that EqualNoCase takes for
-/// the same fold to the same bytes.
+// ---- Names ----------------------------------------------------------------------------------------------------------
+//
+// What is a letter of a name, and which letters are the same, is fixed when the server has chosen its language: a host
+// that changes the language later finds every name that it found before. ASCII letters alone until then.
+
+/// Fixes the letters of names by the process's character-type locale of the moment. Names that were hashed before are
+/// not found any more.
+void FixNameLetters() noexcept;
+
+bool IsNameLetter(char c) noexcept;
+
+/// The case of one byte of a name. The lower case is one byte for all that count as the same letter.
 char FoldCase(char c) noexcept;
+char NameUpperCase(char c) noexcept;
 
-/// Sets the folding by the process's character-type locale of the moment; ASCII letters alone are folded before. Names
-/// that were hashed before are not found any more.
-void TakeCaseFolding() noexcept;
-
-/// Compare texts without regard to case, byte by byte, as LowerCase sees it.
+/// Compare names without regard to case, byte by byte.
 bool EqualNoCase(std::string_view a, std::string_view b) noexcept;
 bool StartsWithNoCase(std::string_view text, std::string_view prefix) noexcept;
 

@@ -13,7 +13,8 @@
 //     dropped and the same quote ends the value; unquoted values lose the white space at their end.
 //   - Names compare without regard to case. Entries before the first header are those of the section "".
 //   - Text that is handed over ends before its first NUL byte.
-// White space and case are those of the process's character-type locale, but ASCII letters keep to ASCII.
+// White space, and the case in which names are handed out, are those of the process's character-type locale; names
+// compare by the letters that are fixed at start-up (FixNameLetters).
 #pragma once
 
 #include <cstdint>

@@ -57,7 +57,7 @@ int32_t dict_PackDX(zString dlgID, IntByValue lvl) {
 
 int32_t dict_PackBufDX(In<String> buf) {
   DebugEntry(TRACE_DICT);
-  return CSDX_PackString(buf.View()) == 0 ? RESULT_OK : RESULT_NO_MEMORY;
+  return CSDX_PackString(buf.View()) ? RESULT_OK : RESULT_NO_MEMORY;
 }
 
 }  // namespace vorlix

@@ -154,7 +154,7 @@ int32_t dll_SetDebugFlags(zString fs, zString fname) {
   return RESULT_OK;
 }
 
-int32_t dll_SetLocale(zString str) { return define_locale(str); }
+int32_t dll_SetLocale(zString str) { return DescribeLanguages(str); }
 
 int32_t dll_SendNext(Out<String> zd, Out<IntByReference> eof_p) {
   DebugEntry(TRACE_DICT);

@@ -7,8 +7,8 @@ namespace vorlix {
 
 int dll_setup() {
   constexpr int EXIT_NO_LANGUAGE = 1;
-  const int code = setup_locale_from_env();
-  if (code == 0) return 0;
+  const ResultCode code = ChooseLanguageFromEnvironment();
+  if (code == RESULT_OK) return 0;
   std::fprintf(stderr, "dll_setup: setup_locale_from_env() failed. Completion code = %d\n", code);
   return EXIT_NO_LANGUAGE;
 }

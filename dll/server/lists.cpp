@@ -14,10 +14,14 @@
 namespace vorlix {
 namespace {
 
-constexpr int32_t LIST_FULL = 2000;
-constexpr int32_t LIST_NO_MEMORY = 2001;
-constexpr int32_t LIST_INVALID = 2002;
-constexpr int32_t LIST_NO_CURRENT = 2003;
+enum [[nodiscard]] ListResult : int32_t{
+    LIST_OK = 0,
+    LIST_TOO_SHORT = RESULT_TOO_SHORT,
+    LIST_FULL = 2000,  // all lists are in use
+    LIST_NO_MEMORY = 2001,
+    LIST_INVALID = 2002,  // no list has this handle, or an index below 1
+    LIST_NO_CURRENT = 2003,
+};
 
 enum Move : int32_t { MOVE_NONE = 0, MOVE_FIRST = 1, MOVE_LAST = 2, MOVE_NEXT = 3, MOVE_PREV = 4 };
 
@@ -37,7 +41,7 @@ List* FindList(int32_t handle) {
   return slots[static_cast<size_t>(handle - 1)].get();
 }
 
-int32_t MoveCursor(List& list, int32_t move) {
+ListResult MoveCursor(List& list, int32_t move) {
   const bool needs_current = move == MOVE_NEXT || move == MOVE_PREV;
   if (needs_current && !list.HasCurrent()) return LIST_NO_CURRENT;
   switch (move) {
@@ -49,26 +53,26 @@ int32_t MoveCursor(List& list, int32_t move) {
       break;
     default: break;
   }
-  return RESULT_OK;
+  return LIST_OK;
 }
 
-int32_t MoveToIndex(List& list, int32_t index) {
+ListResult MoveToIndex(List& list, int32_t index) {
   if (index < 1) return LIST_INVALID;
   const bool exists = static_cast<size_t>(index) <= list.elements.size();
   list.current = exists ? std::next(list.elements.begin(), index - 1) : list.elements.end();
-  return RESULT_OK;
+  return LIST_OK;
 }
 
 void ReportEnd(const List& list, IntByReference eol) { eol.Set(list.HasCurrent() ? 0 : 1); }
 
-int32_t ReadCurrent(const List& list, DllString& data, IntByReference eol) {
+ListResult ReadCurrent(const List& list, DllString& data, IntByReference eol) {
   ReportEnd(list, eol);
-  return list.HasCurrent() ? DllStrFromC(*list.current, data) : RESULT_OK;
+  return !list.HasCurrent() || DllStrFromC(*list.current, data) == RESULT_OK ? LIST_OK : LIST_TOO_SHORT;
 }
 
 // Runs `work` on the list of a handle, when there is one.
 template <class Work>
-int32_t WithList(int32_t handle, Work work) {
+ListResult WithList(int32_t handle, Work work) {
   List* list = FindList(handle);
   if (list == nullptr) return LIST_INVALID;
   try {
@@ -96,7 +100,8 @@ int32_t l_CreateList(Out<IntByReference> hdl, In<String> name) {
 }
 
 int32_t l_Name(IntByValue hdl, Out<String> name) {
-  return WithList(hdl, [&](List& list) { return DllStrFromC(list.name, name); });
+  return WithList(hdl,
+                  [&](List& list) { return DllStrFromC(list.name, name) == RESULT_OK ? LIST_OK : LIST_TOO_SHORT; });
 }
 
 int32_t l_HdlByName(zString name, Out<IntByReference> hdl) {
@@ -123,36 +128,36 @@ int32_t l_DeleteAll() {
 int32_t l_Add(IntByValue hdl, In<String> data) {
   return WithList(hdl, [&](List& list) {
     list.elements.emplace_back(data.View());
-    return RESULT_OK;
+    return LIST_OK;
   });
 }
 
 int32_t l_Ins(IntByValue hdl, In<String> data) {
-  return WithList(hdl, [&](List& list) -> int32_t {
+  return WithList(hdl, [&](List& list) -> ListResult {
     std::list<std::string> made;
     made.emplace_back(data.View());
     if (!list.HasCurrent()) return LIST_NO_CURRENT;
     const auto element = made.begin();
     list.elements.splice(list.current, made);
     list.current = element;
-    return RESULT_OK;
+    return LIST_OK;
   });
 }
 
 int32_t l_Set(IntByValue hdl, In<String> data) {
-  return WithList(hdl, [&](List& list) -> int32_t {
+  return WithList(hdl, [&](List& list) -> ListResult {
     if (!list.HasCurrent()) return LIST_NO_CURRENT;
     *list.current = std::string(data.View());
-    return RESULT_OK;
+    return LIST_OK;
   });
 }
 
 int32_t l_Del(IntByValue hdl, Out<IntByReference> eol) {
-  return WithList(hdl, [&](List& list) -> int32_t {
+  return WithList(hdl, [&](List& list) -> ListResult {
     if (!list.HasCurrent()) return LIST_NO_CURRENT;
     list.current = list.elements.erase(list.current);
     ReportEnd(list, eol);
-    return RESULT_OK;
+    return LIST_OK;
   });
 }
 
@@ -160,8 +165,8 @@ int32_t l_Del(IntByValue hdl, Out<IntByReference> eol) {
 
 int32_t l_Get(IntByValue hdl, IntByValue mode, Out<String> data, Out<IntByReference> eol) {
   return WithList(hdl, [&](List& list) {
-    const int32_t code = MoveCursor(list, mode);
-    return code == RESULT_OK ? ReadCurrent(list, data, eol) : code;
+    const ListResult code = MoveCursor(list, mode);
+    return code == LIST_OK ? ReadCurrent(list, data, eol) : code;
   });
 }
 
@@ -183,8 +188,8 @@ int32_t l_GetPrev(IntByValue hdl, Out<String> data, Out<IntByReference> eol) {
 
 int32_t l_GetIdx(IntByValue hdl, IntByValue idx, Out<String> data, Out<IntByReference> eol) {
   return WithList(hdl, [&](List& list) {
-    const int32_t code = MoveToIndex(list, idx);
-    return code == RESULT_OK ? ReadCurrent(list, data, eol) : code;
+    const ListResult code = MoveToIndex(list, idx);
+    return code == LIST_OK ? ReadCurrent(list, data, eol) : code;
   });
 }
 
@@ -192,8 +197,8 @@ int32_t l_GetIdx(IntByValue hdl, IntByValue idx, Out<String> data, Out<IntByRefe
 
 int32_t l_Seek(IntByValue hdl, IntByValue mode, Out<IntByReference> eol) {
   return WithList(hdl, [&](List& list) {
-    const int32_t code = MoveCursor(list, mode);
-    if (code == RESULT_OK) ReportEnd(list, eol);
+    const ListResult code = MoveCursor(list, mode);
+    if (code == LIST_OK) ReportEnd(list, eol);
     return code;
   });
 }
@@ -206,8 +211,8 @@ int32_t l_SeekPrev(IntByValue hdl, Out<IntByReference> eol) { return l_Seek(hdl,
 
 int32_t l_SeekIdx(IntByValue hdl, IntByValue idx, Out<IntByReference> eol) {
   return WithList(hdl, [&](List& list) {
-    const int32_t code = MoveToIndex(list, idx);
-    if (code == RESULT_OK) ReportEnd(list, eol);
+    const ListResult code = MoveToIndex(list, idx);
+    if (code == LIST_OK) ReportEnd(list, eol);
     return code;
   });
 }

@@ -19,7 +19,7 @@ namespace {
 
 constexpr const char* C_LOCALE = "C";
 
-// What the text of define_locale can assign a language to.
+// What a text of assignments can assign a language to.
 struct AssignmentType {
   std::string_view name;
   int category;
@@ -28,17 +28,24 @@ constexpr AssignmentType ASSIGNMENT_TYPES[] = {
     {"LANG", LC_ALL}, {"COLLATE", LC_COLLATE}, {"MONETARY", LC_MONETARY}, {"NUMERIC", LC_NUMERIC}, {"TIME", LC_TIME},
 };
 
-bool warned = false;
+// The categories of the process, set one after the other; languages that are not available are warned of.
+class CategorySetter {
+ public:
+  // False, with a warning by the name of its variable, when there is no such language.
+  bool Set(int category, const char* variable, const std::string& language) {
+    if (std::setlocale(category, language.c_str()) != nullptr) return true;
+    if (!warned_) std::fputs("vorlix.dll: Warning!  The following language(s) are not available:\n", stderr);
+    warned_ = true;
+    std::fprintf(stderr, "%15s %s=%s\n", "", variable, language.c_str());
+    DebugPrint(TRACE_NLS, 1, "set_locale(): %s=%s", variable, language.c_str());
+    return false;
+  }
 
-// Sets one category of the process; false, with a warning by the name of its variable, when there is no such language.
-bool set_locale(int category, const char* variable, const std::string& language) {
-  if (std::setlocale(category, language.c_str()) != nullptr) return true;
-  if (!warned) std::fputs("vorlix.dll: Warning!  The following language(s) are not available:\n", stderr);
-  warned = true;
-  std::fprintf(stderr, "%15s %s=%s\n", "", variable, language.c_str());
-  DebugPrint(TRACE_NLS, 1, "set_locale(): %s=%s", variable, language.c_str());
-  return false;
-}
+  bool Warned() const { return warned_; }
+
+ private:
+  bool warned_ = false;
+};
 
 struct LanguageNames {
   std::string all;
@@ -61,17 +68,17 @@ LanguageNames NamesFromEnvironment() {
   return {name, Environment("LC_COLLATE", name), Environment("LC_CTYPE", name)};
 }
 
-int32_t SetUpLocale() {
-  LanguageNames names = NamesFromEnvironment();
-  set_locale(LC_ALL, "LANG", names.all);
-  if (!set_locale(LC_COLLATE, "LC_COLLATE", names.collate)) names.collate = C_LOCALE;
-  if (!set_locale(LC_CTYPE, "LC_CTYPE", names.ctype)) names.ctype = C_LOCALE;
-  if (warned) std::fputs("Continuing processing using default language.\n", stderr);
-  const int32_t code = BuildLocale();
+ResultCode ApplyLanguages(LanguageNames names) {
+  CategorySetter setter;
+  setter.Set(LC_ALL, "LANG", names.all);
+  if (!setter.Set(LC_COLLATE, "LC_COLLATE", names.collate)) names.collate = C_LOCALE;
+  if (!setter.Set(LC_CTYPE, "LC_CTYPE", names.ctype)) names.ctype = C_LOCALE;
+  if (setter.Warned()) std::fputs("Continuing processing using default language.\n", stderr);
+  const ResultCode code = BuildLocale();
   std::setlocale(LC_ALL, C_LOCALE);
   std::setlocale(LC_CTYPE, names.ctype.c_str());
   std::setlocale(LC_COLLATE, names.collate.c_str());
-  TakeCaseFolding();
+  FixNameLetters();
   return code;
 }
 
@@ -97,7 +104,7 @@ const char* AssignAll(std::string_view text) {
   return nullptr;
 }
 
-int32_t ApplyAssignments(const char* str) {
+ResultCode ApplyAssignments(const char* str) {
   try {
     const char* refusal = AssignAll(str);
     if (refusal == nullptr) return BuildLocale();
@@ -110,17 +117,17 @@ int32_t ApplyAssignments(const char* str) {
 
 }  // namespace
 
-int32_t setup_locale_from_env() {
+ResultCode ChooseLanguageFromEnvironment() {
   try {
-    return SetUpLocale();
+    return ApplyLanguages(NamesFromEnvironment());
   } catch (const std::bad_alloc&) {
     return RESULT_NO_MEMORY;
   }
 }
 
-int32_t define_locale(const char* str) {
-  DebugPrint(TRACE_NLS, 3, "define_locale(): str = [%s]", str);
-  const int32_t code = ApplyAssignments(str);
+ResultCode DescribeLanguages(const char* assignments) {
+  DebugPrint(TRACE_NLS, 3, "define_locale(): str = [%s]", assignments);
+  const ResultCode code = ApplyAssignments(assignments);
   std::setlocale(LC_ALL, C_LOCALE);
   return code;
 }

@@ -96,7 +96,7 @@ void PutLangInfo() {
 
 }  // namespace
 
-int32_t BuildLocale() {
+ResultCode BuildLocale() {
   DebugEntry(TRACE_DICT);
   const auto put_description = [] {
     PutTables();
@@ -106,8 +106,8 @@ int32_t BuildLocale() {
     DebugPrint(TRACE_DICT, 1, "BuildLocale() failed: heap overflow");
     return RESULT_NO_MEMORY;
   }
-  const int32_t code = SetClientLocale();
-  if (code != RESULT_OK) CSDX_Free();
+  const ResultCode code = SetClientLocale();
+  if (code != RESULT_OK) CSDX_Reset();
   return code;
 }
 

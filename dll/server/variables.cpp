@@ -20,7 +20,7 @@ namespace {
 constexpr uint32_t GROWTH = 100;
 constexpr uint32_t NONE = UINT32_MAX;
 
-struct Variable {
+struct NamedValue {
   OwnedText name;  // null: the entry is free
   std::string value;
 };
@@ -68,7 +68,7 @@ class VariableTable {
     for (uint32_t position = count; position < entries_.size(); ++position) free_.push_back(position);
   }
 
-  std::vector<Variable> entries_;
+  std::vector<NamedValue> entries_;
   std::vector<uint32_t> free_;  // a heap with the first free entry in front, and room for every entry
   NameIndex names_{NameIndex::Order::LowestFirst};
 };

@@ -17,9 +17,6 @@
 namespace vorlix {
 namespace {
 
-constexpr int32_t INFO_CORRUPT = 1;
-constexpr int32_t INFO_NO_MEMORY = 2;
-
 int HexDigit(char c) {
   if (IsDigit(c)) return c - '0';
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
@@ -107,9 +104,9 @@ bool DecodeGrouping(std::string_view& grouping, char* at) {
 
 // Gives the strings storage of their own: each takes its bytes and a NUL, less than it took in `source` with its length
 // and separator.
-int32_t OwnStrings(LocaleStrings& strings, size_t source_size) {
+LocaleInfo OwnStrings(LocaleStrings& strings, size_t source_size) {
   strings.storage.reset(new (std::nothrow) char[source_size + 1]);
-  if (strings.storage == nullptr) return INFO_NO_MEMORY;
+  if (strings.storage == nullptr) return LocaleInfo::NoMemory;
   char* next = strings.storage.get();
   const auto own = [&](std::string_view& text) {
     if (&text == &strings.grouping) {
@@ -122,19 +119,19 @@ int32_t OwnStrings(LocaleStrings& strings, size_t source_size) {
     next += text.size() + 1;
     return true;
   };
-  return WalkStrings(strings, own, [](int32_t) { return true; }) ? 0 : INFO_CORRUPT;
+  return WalkStrings(strings, own, [](int32_t) { return true; }) ? LocaleInfo::Ok : LocaleInfo::Corrupt;
 }
 
-int32_t ReadStrings(DescriptionReader& reader, LocaleStrings& strings) {
+LocaleInfo ReadStrings(DescriptionReader& reader, LocaleStrings& strings) {
   const size_t source_size = reader.Rest().size();
   const bool whole = WalkStrings(
       strings, [&reader](std::string_view& text) { return reader.ReadText(text); },
       [&reader](int32_t& number) { return reader.ReadNumber(number); });
-  return whole ? OwnStrings(strings, source_size) : INFO_CORRUPT;
+  return whole ? OwnStrings(strings, source_size) : LocaleInfo::Corrupt;
 }
 
-int32_t FailInfo(int32_t code, const char* section) {
-  const char* reason = code == INFO_CORRUPT ? "buffer is corrupt" : "heap overflow";
+LocaleInfo FailInfo(LocaleInfo code, const char* section) {
+  const char* reason = code == LocaleInfo::Corrupt ? "buffer is corrupt" : "heap overflow";
   DebugPrint(TRACE_DICT, 1, "GetLocaleInfo() failed: %s [%s]", reason, section);
   ForgetLocaleStrings();
   return code;
@@ -142,20 +139,20 @@ int32_t FailInfo(int32_t code, const char* section) {
 
 }  // namespace
 
-int32_t GetLocaleInfo(const char* text, size_t length) {
+LocaleInfo GetLocaleInfo(const char* text, size_t length) {
   DebugEntry(TRACE_DICT);
   DescriptionReader reader({text, length});
   Locale locale;
-  if (!reader.ReadTable(locale.classes)) return FailInfo(INFO_CORRUPT, "IS");
-  if (!reader.ReadTable(locale.upper)) return FailInfo(INFO_CORRUPT, "TOUPPER");
-  if (!reader.ReadTable(locale.lower)) return FailInfo(INFO_CORRUPT, "TOLOWER");
-  const int32_t code = ReadStrings(reader, locale.strings);
-  if (code != 0) return FailInfo(code, "LANGINFO");
+  if (!reader.ReadTable(locale.classes)) return FailInfo(LocaleInfo::Corrupt, "IS");
+  if (!reader.ReadTable(locale.upper)) return FailInfo(LocaleInfo::Corrupt, "TOUPPER");
+  if (!reader.ReadTable(locale.lower)) return FailInfo(LocaleInfo::Corrupt, "TOLOWER");
+  const LocaleInfo code = ReadStrings(reader, locale.strings);
+  if (code != LocaleInfo::Ok) return FailInfo(code, "LANGINFO");
   PutLocaleInForce(std::move(locale));
-  return 0;
+  return LocaleInfo::Ok;
 }
 
-int32_t SetClientLocale() {
+ResultCode SetClientLocale() {
   DebugEntry(TRACE_DICT);
   CsdxReader reader{{}, CSDX_Contents(), 0};
   if (CSDX_ReadRevision(reader, "SetClientLocale") == 0) return RESULT_CORRUPT;
@@ -165,10 +162,11 @@ int32_t SetClientLocale() {
   }
   const std::string_view payload = *reader.next_entry;
   switch (GetLocaleInfo(payload.data(), payload.size())) {
-    case INFO_CORRUPT: return RESULT_CORRUPT;
-    case INFO_NO_MEMORY: return RESULT_NO_MEMORY;
-    default: return RESULT_OK;
+    case LocaleInfo::Corrupt: return RESULT_CORRUPT;
+    case LocaleInfo::NoMemory: return RESULT_NO_MEMORY;
+    case LocaleInfo::Ok: break;
   }
+  return RESULT_OK;
 }
 
 }  // namespace vorlix

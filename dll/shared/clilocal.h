@@ -5,14 +5,18 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "hostif/layout.h"
+
 namespace vorlix {
 
-/// Parses the payload of a description into the locale in force. Returns 0, 1 when it is corrupt, 2 for no memory; both
-/// failures leave its strings empty and its tables as they were.
-int32_t GetLocaleInfo(const char* text, size_t length);
+enum class [[nodiscard]] LocaleInfo : int32_t{Ok = 0, Corrupt = 1, NoMemory = 2};
 
-/// Applies the description in the CSDX buffer, without changing the buffer. Returns 0, RESULT_NO_MEMORY or
+/// Parses the payload of a description into the locale in force. Both failures leave its strings empty and its tables
+/// as they were.
+LocaleInfo GetLocaleInfo(const char* text, size_t length);
+
+/// Applies the description in the CSDX buffer, without changing the buffer. RESULT_OK, RESULT_NO_MEMORY or
 /// RESULT_CORRUPT.
-int32_t SetClientLocale();
+[[nodiscard]] ResultCode SetClientLocale();
 
 }  // namespace vorlix

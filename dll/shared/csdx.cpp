@@ -4,67 +4,51 @@
 #include <array>
 #include <charconv>
 #include <cstring>
-#include <new>
+#include <string>
 
 #include "dll/base/debug.h"
 
 namespace vorlix {
 namespace {
 
-constexpr size_t HEADER_SIZE = sizeof("R1~000000~") - 1;
+constexpr std::string_view HEADER = "R1~000000~";
+constexpr size_t SIZE_END = HEADER.size() - 1;  // behind the six digits of the total size
+static_assert(HEADER[1] == '0' + CSDX_REVISION && HEADER[SIZE_END] == CSDX_SEPARATOR);
+
 constexpr int32_t FIRST_BLOCK_MARGIN = 20;  // room behind the offset, so that the first block holds the whole header
 
-std::unique_ptr<char[]> csdx_buf;
-size_t allocated = 0;    // bytes of csdx_buf that belong to the buffer
-char* cursor = nullptr;  // null: sizing pass
-size_t offset = 0;       // bytes already sent
-size_t remaining = 0;    // while building, the size counted so far; then the bytes not yet sent
-
-struct NumberText {
-  std::array<char, 24> text;
-  size_t length;
-  std::string_view View() const { return {text.data(), length}; }
-};
+// Empty while there is no buffer: a finished one has its header at least.
+std::string buffer;
+size_t sent = 0;
 
 // A number and its separator.
-template <class Number>
-NumberText NumberField(Number number) {
-  NumberText field;
-  char* end = std::to_chars(field.text.data(), field.text.data() + field.text.size() - 1, number).ptr;
-  *end++ = CSDX_SEPARATOR;
-  field.length = static_cast<size_t>(end - field.text.data());
-  return field;
-}
+class NumberField {
+ public:
+  template <class Number>
+  explicit NumberField(Number number) {
+    end_ = std::to_chars(text_.data(), text_.data() + text_.size() - 1, number).ptr;
+    *end_++ = CSDX_SEPARATOR;
+  }
+  std::string_view View() const { return {text_.data(), static_cast<size_t>(end_ - text_.data())}; }
+
+ private:
+  std::array<char, 24> text_;
+  char* end_;
+};
 
 }  // namespace
 
 void CSDX_Reset() {
-  CSDX_Free();
-  cursor = nullptr;
-  offset = 0;
-  remaining = 0;
+  std::string().swap(buffer);  // gives the memory back, which assigning would not
+  sent = 0;
 }
 
-void CSDX_Free() { csdx_buf.reset(); }
+// ---- Building -------------------------------------------------------------------------------------------------------
 
-void CSDX_PutBytes(std::string_view bytes) {
-  if (cursor == nullptr) {
-    remaining += bytes.size();
-    return;
-  }
-  const auto room = static_cast<size_t>(csdx_buf.get() + allocated - cursor);
-  const size_t count = std::min(bytes.size(), room);
-  if (count != 0) std::memcpy(cursor, bytes.data(), count);
-  cursor += count;
-}
+// What reaches the limit is refused in the end, so the buffer need not grow any further.
+void CSDX_PutBytes(std::string_view bytes) { buffer += bytes.substr(0, CSDX_SIZE_LIMIT - buffer.size()); }
 
-void CSDX_PutHeader() {
-  std::array<char, HEADER_SIZE> header = {'R', '0' + CSDX_REVISION, CSDX_SEPARATOR, '0', '0', '0', '0', '0',
-                                          '0', CSDX_SEPARATOR};
-  size_t rest = remaining;
-  for (size_t i = HEADER_SIZE - 2; i > 2; --i, rest /= 10) header[i] = static_cast<char>('0' + rest % 10);
-  CSDX_PutBytes({header.data(), header.size()});
-}
+void CSDX_PutHeader() { CSDX_PutBytes(HEADER); }
 
 void CSDX_PutText(const char* text) { CSDX_PutBytes(text); }
 
@@ -75,55 +59,52 @@ void CSDX_PutField(std::string_view text) {
   CSDX_PutBytes(text);
 }
 
-bool CSDX_Allocate() {
-  if (remaining < CSDX_SIZE_LIMIT) csdx_buf.reset(new (std::nothrow) char[remaining]);
-  if (csdx_buf == nullptr) {
+bool CSDX_Finish() {
+  if (buffer.size() >= CSDX_SIZE_LIMIT) {
     CSDX_Reset();
     return false;
   }
-  allocated = remaining;
-  cursor = csdx_buf.get();
+  const NumberField size(buffer.size());
+  const std::string_view digits = size.View().substr(0, size.View().size() - 1);
+  std::copy(digits.begin(), digits.end(), buffer.begin() + static_cast<std::ptrdiff_t>(SIZE_END - digits.size()));
   return true;
 }
 
-void CSDX_Rewind() {
-  cursor = csdx_buf.get();
-  offset = 0;
+bool CSDX_PackString(std::string_view bytes) {
+  if (CSDX_Build([bytes] { CSDX_PutBytes(bytes); })) return true;
+  DebugPrint(TRACE_DICT, 1, "CSDX_PackString() failed: heap overflow");
+  return false;
 }
 
-int32_t CSDX_PackString(std::string_view bytes) {
-  if (CSDX_Build([bytes] { CSDX_PutBytes(bytes); })) return 0;
-  DebugPrint(TRACE_DICT, 1, "CSDX_PackString() failed: heap overflow");
-  return 1;
-}
+// ---- Sending --------------------------------------------------------------------------------------------------------
 
 std::optional<std::string_view> CSDX_Contents() {
-  if (csdx_buf == nullptr) return std::nullopt;
-  return std::string_view(csdx_buf.get(), allocated);
+  if (buffer.empty()) return std::nullopt;
+  return buffer;
 }
 
-int32_t CSDX_SendNext(DllString& block, IntByReference last) {
-  if (csdx_buf == nullptr) {
+ResultCode CSDX_SendNext(DllString& block, IntByReference last) {
+  if (buffer.empty()) {
     DebugPrint(TRACE_DICT, 1, "dll_SendNext() failed: csdxBuf is not allocated");
     return RESULT_REFUSED;
   }
-  const NumberText prefix = NumberField(offset);
-  const auto prefix_length = static_cast<int32_t>(prefix.length);
+  const NumberField number(sent);
+  const std::string_view prefix = number.View();
+  const auto prefix_length = static_cast<int32_t>(prefix.size());
   if (block.max < prefix_length + FIRST_BLOCK_MARGIN) {
-    CSDX_Free();
+    CSDX_Reset();
     last.Set(1);
     DebugPrint(TRACE_DICT, 1, "dll_SendNext() failed: string overflow");
     return RESULT_TOO_SHORT;
   }
-  const size_t count = std::min(remaining, static_cast<size_t>(block.max - prefix_length));
-  std::memcpy(block.buf, prefix.text.data(), prefix.length);
-  std::memcpy(block.buf + prefix.length, cursor, count);
-  block.len = prefix_length + static_cast<int32_t>(count);
-  cursor += count;
-  offset += count;
-  remaining -= count;
-  if (remaining == 0) CSDX_Free();
-  last.Set(remaining == 0 ? 1 : 0);
+  const std::string_view bytes = std::string_view(buffer).substr(sent, static_cast<size_t>(block.max - prefix_length));
+  std::memcpy(block.buf, prefix.data(), prefix.size());
+  std::memcpy(block.buf + prefix.size(), bytes.data(), bytes.size());
+  block.len = prefix_length + static_cast<int32_t>(bytes.size());
+  sent += bytes.size();
+  const bool is_last = sent == buffer.size();
+  if (is_last) CSDX_Reset();
+  last.Set(is_last ? 1 : 0);
   return RESULT_OK;
 }
 

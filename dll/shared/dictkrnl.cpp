@@ -50,7 +50,7 @@ SectionPtr AddSection(Dict& dict, std::string_view name) {
   // The name first: so it comes to lie beside the start of its section, and a search reads both at once.
   OwnedText own_name = CopyText(name);
   if (own_name == nullptr) throw HeapOverflow("section->section");
-  std::transform(name.begin(), name.end(), own_name.get(), LowerCase);
+  std::transform(name.begin(), name.end(), own_name.get(), FoldCase);
   try {
     SectionPtr section = std::make_shared<Section>();
     section->section = std::move(own_name);

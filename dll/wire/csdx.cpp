@@ -11,10 +11,6 @@
 namespace vorlix {
 namespace {
 
-constexpr int MORE_BLOCKS = 1;
-constexpr int PROTOCOL_ERROR = -2;
-constexpr int NO_MEMORY = -1;
-
 // Larger than any number that a buffer can hold, and far from the end of the range.
 constexpr int64_t HUGE_NUMBER = 1'000'000'000'000;
 
@@ -26,47 +22,47 @@ int64_t LeadingNumber(std::string_view text) {
   return std::clamp(number, -HUGE_NUMBER, HUGE_NUMBER);
 }
 
-int Fail(CsdxPayload& payload, int code) {
+Received Fail(CsdxPayload& payload, Received code) {
   payload = CsdxPayload();
   return code;
 }
 
-// Reads revision and total size of a first block and makes room for the payload. Returns 0 or a failure code.
-int StartPayload(CsdxPayload& payload, CsdxReader& reader) {
+// Reads revision and total size of a first block and makes room for the payload. Complete stands for no failure.
+Received StartPayload(CsdxPayload& payload, CsdxReader& reader) {
   payload = CsdxPayload();
   const int64_t revision_length = CSDX_ReadRevision(reader, "CSDX_ReceiveNext");
-  if (revision_length == 0) return PROTOCOL_ERROR;
+  if (revision_length == 0) return Received::Breach;
   const int64_t total_length = CSDX_ReadToSep(reader);
-  if (total_length == 0) return PROTOCOL_ERROR;
+  if (total_length == 0) return Received::Breach;
   const int64_t header_length = revision_length + total_length;
   const int64_t size = LeadingNumber(reader.field) - header_length;
   if (size < 0) {
     DebugPrint(TRACE_DICT, 1, "CSDX_ReceiveNext(): length is inconsistent");
-    return PROTOCOL_ERROR;
+    return Received::Breach;
   }
   if (size < static_cast<int64_t>(CSDX_SIZE_LIMIT))
     payload.bytes.reset(new (std::nothrow) char[static_cast<size_t>(size) + 1]());
   if (payload.bytes == nullptr) {
     DebugPrint(TRACE_DICT, 1, "CSDX_ReceiveNext(): heap overflow (%ld)", size + 1);
-    return NO_MEMORY;
+    return Received::NoMemory;
   }
   payload.size = static_cast<size_t>(size);
   payload.offset = static_cast<size_t>(header_length);
-  return 0;
+  return Received::Complete;
 }
 
-// A later block continues what has been received. Returns 0 or a failure code.
-int CheckOffset(const CsdxPayload& payload, int64_t block_offset) {
+// A later block continues what has been received. Complete stands for no failure.
+Received CheckOffset(const CsdxPayload& payload, int64_t block_offset) {
   if (payload.bytes == nullptr) {
     DebugPrint(TRACE_DICT, 1, "CSDX_ReceiveNext(): csdxBuf == NULL");
-    return PROTOCOL_ERROR;
+    return Received::Breach;
   }
   if (block_offset != static_cast<int64_t>(payload.offset)) {
     DebugPrint(TRACE_DICT, 1, "CSDX_ReceiveNext(): offset is inconsistent (%ld, expected=%ld)", block_offset,
                static_cast<long>(payload.offset));
-    return PROTOCOL_ERROR;
+    return Received::Breach;
   }
-  return 0;
+  return Received::Complete;
 }
 
 }  // namespace
@@ -131,14 +127,14 @@ int64_t CSDX_ReadField(CsdxReader& reader, OwnedText& text) {
   return 0;
 }
 
-int CSDX_ReceiveNext(CsdxPayload& payload, std::string_view block) {
+Received CSDX_ReceiveNext(CsdxPayload& payload, std::string_view block) {
   DebugEntry(TRACE_DICT);
   CsdxReader reader{{}, block, 0};
-  if (CSDX_ReadToSep(reader) == 0) return Fail(payload, PROTOCOL_ERROR);
+  if (CSDX_ReadToSep(reader) == 0) return Fail(payload, Received::Breach);
   const int64_t block_offset = LeadingNumber(reader.field);
   const bool first = block_offset == 0;
-  const int code = first ? StartPayload(payload, reader) : CheckOffset(payload, block_offset);
-  if (code != 0) return Fail(payload, code);
+  const Received code = first ? StartPayload(payload, reader) : CheckOffset(payload, block_offset);
+  if (code != Received::Complete) return Fail(payload, code);
 
   const std::string_view data = *reader.next_entry;
   const size_t count = std::min(data.size(), payload.size - payload.received);
@@ -148,12 +144,12 @@ int CSDX_ReceiveNext(CsdxPayload& payload, std::string_view block) {
   if (payload.received < payload.size) {
     DebugPrint(TRACE_DICT, 2, "CSDX_ReceiveNext(): got %s block (offset=%ld)", first ? "first" : "middle",
                block_offset);
-    return MORE_BLOCKS;
+    return Received::MoreFollow;
   }
   DebugPrint(TRACE_DICT, 2, "CSDX_ReceiveNext(): got %slast block (offset=%ld)", first ? "first&" : "", block_offset);
-  if (count == data.size()) return 0;
+  if (count == data.size()) return Received::Complete;
   DebugPrint(TRACE_DICT, 1, "CSDX_ReceiveNext(): length is inconsistent");
-  return Fail(payload, PROTOCOL_ERROR);
+  return Fail(payload, Received::Breach);
 }
 
 }  // namespace vorlix

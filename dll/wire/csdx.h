@@ -49,8 +49,13 @@ struct CsdxPayload {
   std::string_view View() const { return {bytes.get(), received}; }
 };
 
-/// Takes one block. Returns 1 when more blocks follow, 0 when the payload is complete, -2 for a breach of the protocol
-/// and -1 for no memory; both failures forget what was collected, and a next first block starts afresh.
-int CSDX_ReceiveNext(CsdxPayload& payload, std::string_view block);
+/// What a block brought. The failures forget what was collected, and a next first block starts afresh.
+enum class [[nodiscard]] Received : int32_t{
+    Complete = 0, MoreFollow = 1, NoMemory = -1,
+    Breach = -2,  // of the protocol
+};
+
+/// Takes one block.
+Received CSDX_ReceiveNext(CsdxPayload& payload, std::string_view block);
 
 }  // namespace vorlix

@@ -3,7 +3,6 @@
 #include "dll/wire/xbuf.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <limits>
 
@@ -35,22 +34,19 @@ char* Append(char* at, std::string_view bytes) { return std::ranges::copy(bytes,
 
 char* AppendName(char* at, const char* prefix, std::string_view name) {
   char* const start = prefix != nullptr ? Append(at, prefix) : at;
-  char* const end = std::ranges::transform(name, start, LowerCase).out;
-  if (prefix == nullptr && start != end) *start = UpperCase(*start);
+  char* const end = std::ranges::transform(name, start, FoldCase).out;
+  if (prefix == nullptr && start != end) *start = NameUpperCase(*start);
   return end;
 }
 
-bool IsNameByte(char c, bool is_first) {
-  const bool is_letter = std::isalpha(static_cast<unsigned char>(c)) != 0;
-  return is_letter || (!is_first && (IsDigit(c) || c == '_'));
-}
+bool IsNameByte(char c, bool is_first) { return IsNameLetter(c) || (!is_first && (IsDigit(c) || c == '_')); }
 
 // Reads as much as makes a name, in lower case, and returns its length.
 size_t ReadName(std::string_view src, XbufItem& item) {
   size_t length = 0;
   for (const char c : src.substr(0, XBUF_NAME_MAX)) {
     if (!IsNameByte(c, length == 0)) break;
-    item.name[length++] = LowerCase(c);
+    item.name[length++] = FoldCase(c);
   }
   item.name[length] = '\0';
   return length;
@@ -117,7 +113,7 @@ bool XbufWriter::End() {
 
 int64_t xunpack_item(std::string_view src, XbufItem& item) {
   if (src.empty()) return 1;
-  const char letter = LowerCase(src.front());
+  const char letter = FoldCase(src.front());
   if (letter != 'x' && letter != 'n') return -1;
   item.type = letter == 'x' ? XBUF_TEXT : XBUF_NUMBER;
   const size_t name_end = 1 + ReadName(src.substr(1), item);
@@ -143,7 +139,11 @@ int64_t xunpack_value(std::string_view src, XbufItem& item) {
 
 XbufReader::Step XbufReader::Next(XbufItem& item) {
   if (fault_ != XBUF_SOUND) return Step::Corrupt;
-  if (!Rest().empty() && Rest().front() == END_MARK) return Step::End;
+  if (Rest().empty()) {
+    fault_ = XBUF_HEADER_PAST_END;
+    return Step::Corrupt;
+  }
+  if (Rest().front() == END_MARK) return Step::End;
   const bool read = Advance(xunpack_item(Rest(), item), XBUF_BAD_HEADER, XBUF_HEADER_PAST_END) &&
                     Advance(xunpack_value(Rest(), item), XBUF_BAD_LENGTH, XBUF_VALUE_PAST_END);
   return read ? Step::Item : Step::Corrupt;

@@ -5,8 +5,8 @@
 //
 //   XDict_fld~0~4~nameNDict_len~0~2~30$
 //
-// Names are a letter and then letters, digits and "_", without regard to case; letters beyond ASCII are those of the
-// process's locale. The index is 0 for a plain value, and n for element n of an array.
+// Names are a letter and then letters, digits and "_", without regard to case (see FixNameLetters). The index is 0 for
+// a plain value, and n for element n of an array.
 #pragma once
 
 #include <array>
@@ -88,7 +88,7 @@ class XbufReader {
 
   XbufFault Fault() const { return fault_; }
   /// Bytes read so far. With a fault: where a malformed piece starts, or where a piece ends that goes on past the end,
-  /// as far as that is known, which is at least a byte past it.
+  /// as far as that is known, which is at least a byte past it. For an XBUF without its "$": its length.
   int64_t Offset() const { return offset_; }
 
  private:

@@ -23,9 +23,9 @@ std::string Counted(std::string_view text) { return std::to_string(text.size()) 
 // The description of "C" as the server makes it, without the buffer's header.
 const std::string& PlainDescription() {
   static const std::string text = [] {
-    if (BuildLocale() != 0) std::abort();
+    if (BuildLocale() != RESULT_OK) std::abort();
     std::string payload(CSDX_Contents()->substr(10));
-    CSDX_Free();
+    CSDX_Reset();
     return payload;
   }();
   return text;
@@ -42,7 +42,7 @@ void Apply(const TestLocale& locale) {
   constexpr char DIGITS[] = "0123456789ABCDEF";
   for (const char size : locale.grouping) text.append({DIGITS[size >> 4 & 15], DIGITS[size & 15]});
   text += Counted(locale.overflow) + Counted(locale.negative_sign) + plain.substr(plain.find(Counted("%d.%m.%y")));
-  if (GetLocaleInfo(text.data(), text.size()) != 0) std::abort();
+  if (GetLocaleInfo(text.data(), text.size()) != LocaleInfo::Ok) std::abort();
 }
 
 // Every test begins under the "C" locale, as a server without a language does.
