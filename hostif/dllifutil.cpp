@@ -1,8 +1,8 @@
 // Access to the block, presentation of arguments, and the String operations.
 //
 // An argument's elements must lie in the segment, the last one as well as the first. Elements of an array may not
-// overlap with the fixed part of the one before; a String's room is cut to what its place leaves it. The room of a
-// String is its element: a length that does not fit into it is refused.
+// overlap with the fixed part of the one before; a String's room is cut to what its place leaves it. A length that goes
+// beyond the segment is refused; one beyond the capacity is a text that a function may read, and not write back whole.
 #include "hostif/dllifutil.h"
 
 #include <algorithm>
@@ -199,7 +199,8 @@ int32_t PresentedArg::MakeStrings() {
     const int64_t most = static_cast<int64_t>(room - sizeof(int32_t));
     const auto max = static_cast<int32_t>(std::min<int64_t>(desc_.capacity, most));
     const auto length = ReadFrom<int32_t>(element);
-    if (length < 0 || length > std::max(max, 0)) return RESULT_CORRUPT;
+    const auto to_end = static_cast<size_t>(block.base + block.size - element) - sizeof(int32_t);
+    if (length < 0 || std::cmp_greater(length, to_end)) return RESULT_CORRUPT;
     new (memory_.get() + static_cast<size_t>(k) * sizeof(DllString)) DllString{max, length, element + sizeof(int32_t)};
   }
   value_ = memory_.get();

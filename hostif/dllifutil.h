@@ -41,7 +41,8 @@ class IntByReference {
 
 /// One STRING element: `max` characters fit (a host may send a negative number: nothing fits), `len` are in use, `buf`
 /// borrows the characters in the block, which have no terminator. A function writes at most `max` characters and sets
-/// `len`. 0 <= len <= max holds when the function is called, but for `max` < 0 with `len` 0.
+/// `len`. When it is called, `len` is not negative and the characters lie in the block; a host may have sent more of
+/// them than `max`.
 struct DllString {
   int32_t max = 0;
   int32_t len = 0;

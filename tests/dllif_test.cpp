@@ -162,11 +162,11 @@ TEST_F(CallFrame, RefusesWhatLeavesTheSegment) {
       {"f_r", {REAL, 0, 2000, 0, 2, 2}, 204},
       {"f_z", {STRING, 0, 2000, 0, 0, 1}, 0, 2092},  // a zString ends with its length, whatever the capacity
       {"f_z", {STRING, 0, 2000, 0, 0, 1}, 204, 2093}, {"f_z", {STRING, 0, 2000, 0, 0, 1}, 204, -1},
-      {"f_s", {STRING, 1, 2000, 10, 0, 1}, 0, 10}, {"f_s", {STRING, 1, 2000, 10, 0, 1}, 204, 11},
+      {"f_s", {STRING, 1, 2000, 10, 0, 1}, 0, 10}, {"f_s", {STRING, 1, 2000, 10, 0, 1}, 0, 2092},
       {"f_s", {STRING, 1, 2000, INT32_MAX, 0, 1}, 0, 2092}, {"f_s", {STRING, 1, 2000, INT32_MAX, 0, 1}, 204, 2093},
-      {"f_s", {STRING, 1, 2000, -5, 0, 1}, 0, 0}, {"f_s", {STRING, 1, 2000, -5, 0, 1}, 204, 1},
+      {"f_s", {STRING, 1, 2000, -5, 0, 1}, 0, 1}, {"f_s", {STRING, 1, 2000, 10, 0, 1}, 204, 2093},
       {"f_s", {STRING, 1, END - 2, 10, 0, 1}, 204}, {"f_sa", {STRING, 1, 2000, 8, 3, 2}, 0, 8},
-      {"f_sa", {STRING, 1, 2000, 8, 2, 2}, 204, 5},  // the next element begins in the fifth character
+      {"f_sa", {STRING, 1, 2000, 8, 2, 2}, 0, 5},
   };
   for (const auto& row : rows) {
     ArgDescriptor desc = row.desc;

@@ -6,6 +6,7 @@
 #include "host/csdx.h"
 #include "host/server.h"
 #include "tests/support/server.h"
+#include "tools/files.h"
 #include "tools/scope.h"
 
 namespace vorlix::host {
@@ -45,6 +46,31 @@ TEST(Language, IsChosenFromTheEnvironment) {
     EXPECT_EQ(description.substr(4 * 0xa6, 4), row.broken_bar);
     const std::string warning = server.TakeStandardError();
     EXPECT_TRUE(tool::Matches(warning, row.warning)) << warning;
+  }
+}
+
+// A host that changes the language, or tries to, finds by name what it found before.
+TEST(Language, LeavesTheLettersOfNames) {
+  tool::ScratchDirectory scratch;
+  const std::string path = scratch.Path() + "/dict";
+  tool::WriteFile(path, "[catalog]\nK\xc4=\xd6\n[list]\n\xdc=u\n[k\xe4.stra\xdf\xc9]\nPATH=p\nFTYP=T\n");
+  ServerOptions options = test::TestServer();
+  options.environment.insert(options.environment.end(), {{"LC_ALL", {}}, {"ZENDLANG", "de_DE"}});
+  Server server(options);
+  server.Call("dict_Open", {Text("D\xc4"), Text(path), Int(1), IntRef()});
+  for (const char* const assignment : {"", "LANG=C", "LANG=xx_YY", "TIME=de_DE"}) {
+    if (*assignment != '\0') server.Call("dll_SetLocale", {Text(assignment)});
+    EXPECT_NE(server.Call("dict_Get", {Text("d01\xf6"), Text("STRA\xdf\xe9"), OutText(999)}).args[2].TextAt(), "");
+    EXPECT_EQ(server.Call("dict_MapID", {Text("k\xe4"), OutText(9)}).args[1].TextAt(), "D01\xd6") << assignment;
+    EXPECT_EQ(server.Call("dict_List", {Text("D01\xd6"), Text("\xfc"), OutText(9)}).args[2].TextAt(), "u");
+    EXPECT_EQ(server.Call("dict_ListFilterInit", {Text("D01\xd6"), Text("stra\xdf\xe9"), IntRef()}).args[2].IntAt(), 0);
+    const Arg xbuf = Text("XSTRA\xdf\xc9~0~1~x$");
+    EXPECT_EQ(server.Call("dict_XbufFilterInit", {Text("D01\xd6"), xbuf, IntRef()}).code, 0) << assignment;
+    const Result opened = server.Call("dict_Open", {Text("d\xe4"), Text(path), Int(2), IntRef()});
+    EXPECT_EQ(opened.args[3].IntAt(), 0) << assignment;
+    server.Call("dict_Close", {Int(2)});
+    EXPECT_EQ(server.Call("dict_Open", {Text("NEW"), Text(path), Int(2), IntRef()}).args[3].IntAt(), 0) << assignment;
+    server.Call("dict_Close", {Int(2)});
   }
 }
 

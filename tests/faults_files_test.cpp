@@ -206,7 +206,7 @@ const Scenario SCENARIOS[] = {
     {"ini_FindSection, ini_Next...", Walk, "Tm1", "-1"},
     {"ini_SetString", [] { return SetString("ini"); }, "new", "old"},
     {"ini_SetString of a new file", [] { return SetString("new"); }, "[T]\nL=2\n", ""},
-    {"dict_Open", OpenDictionary, "0D/0 x1: A=X [a.f PATH=p OBJTYPE=ET FTYP=K]\nD01X", "E", {{"pread", "-1"}}},
+    {"dict_Open", OpenDictionary, "0D/0 x1: A=X [a.f PATH=p OBJTYPE=ET FTYP=K]\nD01X", "E"},
     {"mdf_Get", GetModule, "0XMdf_mod~0~1~m$", "E"},
     {"trace", Trace, "3", "2", {{"open", "0D1: one\nD1: two\n"}, {"close of what was written", "3"}}},
 };

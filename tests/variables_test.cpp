@@ -68,5 +68,13 @@ TEST(Variables, GiveBackTheMemoryOfTheirValues) {
   }
 }
 
+TEST(Variables, AreEmptyWhenUnknownWhateverTheRoom) {
+  for (const int32_t capacity : {-1, 0, 3}) {
+    DllString value{capacity, 7, nullptr};
+    EXPECT_EQ(v_Get(DllString(), value), RESULT_OK) << capacity;
+    EXPECT_EQ(value.len, 0) << capacity;
+  }
+}
+
 }  // namespace
 }  // namespace vorlix

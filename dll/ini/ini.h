@@ -54,7 +54,8 @@ void IniCloseAll();
 int IniFindSection(int hdl, std::string_view section);
 
 /// Reads the next line of the section as it stands, comments and line feeds included; of a line that is longer than the
-/// buffer each part counts as a line. In the states INI_ENDED and INI_HEADER_NEXT it reads nothing.
+/// buffer each part counts as a line, and a buffer without room for a character brings the line no further. In the
+/// states INI_ENDED and INI_HEADER_NEXT it reads nothing.
 int IniNextLine(int hdl, char* buf, int size);
 
 /// Goes to the next section header, whatever the state, and gives its name in upper case.

@@ -121,9 +121,8 @@ int IniNextLine(int hdl, char* buf, int size) {
     handle->file.Unread(line);
     return handle->state = INI_HEADER_NEXT;
   }
-  // A buffer without room for a character would never get to the end of the line.
   const auto room = static_cast<size_t>(size) - 1;
-  if (room > 0 && line.size() > room) handle->file.Unread(line.substr(room));
+  if (line.size() > room) handle->file.Unread(line.substr(room));
   CopyOut(line, buf, size);
   return handle->state;
 }

@@ -150,7 +150,7 @@ int32_t ReadSections(std::list<DictPtr>& fresh, DictFile& file, const char* id, 
     else if (!ReadSection(dict, file, name.data()))
       return CONTENT_REFUSED;
   }
-  if (status < 0) return status;
+  if (status < 0) return MinusErrno();
   return fresh.empty() ? CONTENT_REFUSED : 0;
 }
 
@@ -200,8 +200,8 @@ OpenOutcome LoadDict(const char* id, const char* fname, int32_t level) {
 // loaded is shared, and its file is not read; a model that is loaded is given up and read afresh.
 //
 // `rc` is 0 when it is open; CONTENT_REFUSED when its content is refused, or its level after it was read; when its file
-// cannot be opened or memory ran out, the negative error number, or -1; -1 when the file cannot be read to its end.
-// What fails leaves no dictionary behind, and no file open.
+// cannot be opened or read to its end, or memory ran out, the negative error number, or -1. What fails leaves no
+// dictionary behind, and no file open.
 OpenOutcome OpenDict(const char* id, const char* fname, int32_t level) {
   DebugEntry(TRACE_DICT);
   if (level < 0)

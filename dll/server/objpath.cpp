@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "dll/base/text.h"
 #include "dll/server/functions.h"
@@ -13,7 +13,11 @@ namespace {
 // First letters of the field types that have a length alone; numbers have more.
 constexpr std::string_view TYPES_WITH_LENGTH = "AJUDKM";
 
-void LowerInPlace(DllString& s) { std::transform(s.buf, s.buf + s.len, s.buf, LowerCase); }
+// The characters that the String has room for.
+void LowerInPlace(DllString& s) {
+  char* const end = s.buf + std::min(s.len, std::max(s.max, 0));
+  std::transform(s.buf, end, s.buf, LowerCase);
+}
 
 // Gives a component back in lower case.
 int32_t ReturnLower(std::string_view component, DllString& to) {
@@ -22,42 +26,44 @@ int32_t ReturnLower(std::string_view component, DllString& to) {
   return code;
 }
 
-// The parts between "feld:" and the first ";" behind it. Each ends where a number that is read from it ends at the
-// latest.
+// The parts between "feld:" and the first ";" behind it. Each is looked for when it is asked for: a host can send
+// millions.
 class UdataParts {
  public:
   enum class Outcome { NoField, NoEnd, Split };
 
-  Outcome Split(std::string text) {
+  // `text` is borrowed.
+  Outcome Split(std::string_view text) {
     constexpr std::string_view MARKER = "feld:";
-    text.resize(BeforeNul(text).size());
+    text = BeforeNul(text);
     const size_t marker = text.find(MARKER);
-    if (marker == std::string::npos) return Outcome::NoField;
-    const size_t start = marker + MARKER.size();
-    const size_t end = text.find(';', start);
-    if (end == std::string::npos) return Outcome::NoEnd;
-    size_t part = start;
-    for (size_t comma = 0; part <= end; part = comma + 1) {
-      comma = std::min(text.find(',', part), end);
-      parts_.push_back(text.substr(part, comma - part));
-    }
+    if (marker == std::string_view::npos) return Outcome::NoField;
+    text.remove_prefix(marker + MARKER.size());
+    const size_t end = text.find(';');
+    if (end == std::string_view::npos) return Outcome::NoEnd;
+    parts_ = text.substr(0, end);
     return Outcome::Split;
   }
 
-  /// Part `index`, empty when the text has fewer.
-  const std::string& At(size_t index) const {
-    static const std::string MISSING;
-    return index < parts_.size() ? parts_[index] : MISSING;
+  // Part `index`, empty when the text has fewer.
+  std::string At(size_t index) const {
+    std::string_view rest = parts_;
+    for (; index > 0; --index) {
+      const size_t comma = rest.find(',');
+      if (comma == std::string_view::npos) return {};
+      rest.remove_prefix(comma + 1);
+    }
+    return std::string(rest.substr(0, rest.find(',')));
   }
   int32_t IntAt(size_t index) const { return ReadNumber(At(index).c_str()); }
   double RealAt(size_t index, size_t from) const {
-    const std::string& part = At(index);
+    const std::string part = At(index);
     return part.size() > from ? std::strtod(part.c_str() + from, nullptr) : 0.0;
   }
   int32_t IsMandatory(size_t index) const { return At(index).starts_with('m') ? 1 : 0; }
 
  private:
-  std::vector<std::string> parts_;
+  std::string_view parts_;
 };
 
 }  // namespace
@@ -86,10 +92,12 @@ int32_t u_udata(InOut<String> Udata, Out<String> Feldtyp, Out<IntByReference> Fl
   for (IntByReference result : {Fld_length, Fld_nk, Numtyp, Mussfeld}) result.Set(0);
   Numvon = 0.0;
   Numbis = 0.0;
+  std::string text(Udata.View());
+  std::transform(text.begin(), text.end(), text.begin(), LowerCase);
   LowerInPlace(Udata);
 
   UdataParts parts;
-  const UdataParts::Outcome outcome = parts.Split(std::string(Udata.View()));
+  const UdataParts::Outcome outcome = parts.Split(text);
   if (outcome != UdataParts::Outcome::Split) {
     rc.Set(outcome == UdataParts::Outcome::NoField ? 0 : -1);
     return RESULT_OK;

@@ -97,7 +97,9 @@ int32_t v_Unset(In<String> name) {
 
 int32_t v_Get(In<String> name, Out<String> value) {
   const uint32_t found = variables.Find(name.View());
-  return DllStrFromC(found != NONE ? std::string_view(variables.ValueAt(found)) : std::string_view(), value);
+  if (found != NONE) return DllStrFromC(variables.ValueAt(found), value);
+  value.len = 0;
+  return RESULT_OK;
 }
 
 }  // namespace vorlix

@@ -157,13 +157,13 @@ DlgResult GetDlgID(CText dict_id, int32_t level, int32_t idx, CText& name, CText
   if (levels.back().level < level) DebugPrint(TRACE_DICT, 1, "GetDlgID() failed: level %d does not exist", level);
   const int32_t lowest = LowestLevel(level);
   int64_t left = idx;
-  for (size_t at = levels.size(); left >= 0 && at-- > 0 && levels[at].level >= lowest;) {
+  for (size_t at = levels.size(); at-- > 0 && levels[at].level >= lowest;) {
     const CText own_id = levels[at].dict->id;
     DebugPrint(TRACE_DICT, 3, "GetDlgID(): level = %d, dict_id = \"%s\", id = \"%s\"", level, dict_id.CStr(),
                own_id.CStr());
     if (!dict_id.empty() && !EqualNoCase(dict_id, own_id)) continue;
     const auto count = static_cast<int64_t>(table.DialogCount(at));
-    if (left < count) {
+    if (left >= 0 && left < count) {
       const auto last = static_cast<int64_t>(levels[at].first_dialog) + count - 1;
       id = table.Dialogs()[static_cast<size_t>(last - left)].ids[0];
       name = id.From(NAME_START);

@@ -105,10 +105,6 @@ void ShowListBox(FieldBuffer& out, const Object& field, const char* value, Local
   out.AssignNumber(AtMostFmax(number - first + 1, field));
 }
 
-void ShowAsIs(FieldBuffer& out, const Object&, const char* value, LocalTime) {
-  out.Assign(std::string_view(value).substr(0, FIELD_MAX));
-}
-
 // ---- The table ------------------------------------------------------------------------------------------------------
 
 using Display = void (*)(FieldBuffer& out, const Object& field, const char* value, LocalTime now);
@@ -127,7 +123,7 @@ constexpr Display DISPLAYS[] = {
     ShowRadioButton,  // RB
     ShowListBox,      // LB
     nullptr,          // MT
-    ShowAsIs,         // XB
+    nullptr,          // XB
 };
 static_assert(std::size(DISPLAYS) == FT_XB + 1);
 
