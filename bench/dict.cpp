@@ -71,7 +71,7 @@ void WriteOneItem(std::ofstream& file, int count) {
   for (int i = 0; i < count; ++i) file << "item=value " << i << '\n';
 }
 
-/// A file that is there until the end of the scope.
+// A file that is there until the end of the scope.
 class DictFile {
  public:
   DictFile(void (*write)(std::ofstream&, int), int count) {
@@ -141,7 +141,7 @@ void MeasureGrowth() {
 
 volatile int32_t kept;  // what is found is used
 
-/// A name for each lookup of a round, made from numbers spread through what has `size` of them.
+// A name for each lookup of a round, made from numbers spread through what has `size` of them.
 std::vector<std::string> Spread(int size, const std::function<std::string(int)>& make_name) {
   std::vector<std::string> names;
   for (int i = 0; i < NAMES; ++i)
@@ -162,7 +162,7 @@ int32_t FindOne(int32_t level, const std::string& name) {
   return static_cast<int32_t>(section->position);
 }
 
-/// A String with room for what is found.
+// A String with room for what is found.
 DllString Room() {
   static std::array<char, 2000> room;
   return {static_cast<int32_t>(room.size()), 0, room.data()};
@@ -191,7 +191,7 @@ void MeasureLookup(const std::string& what, int32_t (*look_up)(int32_t, const st
            LOOKUP_GOAL);
 }
 
-/// Opens a small dictionary at level 1 and a large one at level 2.
+// Opens a small dictionary at level 1 and a large one at level 2.
 void OpenBoth(void (*write)(std::ofstream&, int)) {
   dict_CloseAll();
   DictFile(write, SMALL).Open("SMALL", 1);

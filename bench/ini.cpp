@@ -57,7 +57,7 @@ void MakeFile() {
   }
 }
 
-/// A directory of the measurement's own, with the file that it is about.
+// A directory of the measurement's own, with the file that it is about.
 class Directory {
  public:
   explicit Directory(const std::string& parent) : name_(parent + "bench-ini-XXXXXX") {

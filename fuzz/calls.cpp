@@ -50,14 +50,14 @@ size_t OffsetIn(const char* bytes, const ArgDescriptor& desc) {
   return desc.address - Get<BlockHeader>(bytes, 0).host_base;
 }
 
-/// The text of an argument; none where it does not lie in the block.
+// The text of an argument; none where it does not lie in the block.
 std::string_view TextIn(const char* bytes, size_t index) {
   const size_t at = OffsetIn(bytes, DescriptorIn(bytes, index));
   const auto length = Get<uint32_t>(bytes, at);
   return at + WORD_SIZE + length <= block_size ? std::string_view(bytes + at + WORD_SIZE, length) : "";
 }
 
-/// Copies bytes into a block, as far as they fit.
+// Copies bytes into a block, as far as they fit.
 void Copy(char* bytes, size_t offset, const void* from, size_t size) {
   if (offset < block_size) std::memcpy(bytes + offset, from, std::min(size, block_size - offset));
 }
@@ -83,7 +83,7 @@ std::string BytesOf(const Value& value) {
   return {reinterpret_cast<const char*>(&value), sizeof value};
 }
 
-/// An argument without a place: its descriptor, and the bytes of an element.
+// An argument without a place: its descriptor, and the bytes of an element.
 struct Element {
   ArgDescriptor desc;
   std::string bytes;
@@ -174,7 +174,7 @@ class CallWriter {
   size_t last_ = 0;  // where the last one went
 };
 
-/// Host reals that are marked as invalid end a server, as they shall: they are made valid.
+// Host reals that are marked as invalid end a server, as they shall: they are made valid.
 void MakeRealsValid() {
   const int32_t count = std::clamp(Get<BlockHeader>(block, 0).arg_count, 0, MAX_ARGS + 1);
   for (int32_t i = 1; i < count; ++i) {
@@ -220,7 +220,7 @@ void AllowArg(size_t index, const ArgInfo& info) {
   }
 }
 
-/// Makes the call. Whether the block differs in nothing but what a call with this result may write.
+// Makes the call. Whether the block differs in nothing but what a call with this result may write.
 bool ChangesWhatItMay() {
   std::memcpy(before, block, block_size);
   std::memcpy(expected, block, block_size);
@@ -235,7 +235,7 @@ bool ChangesWhatItMay() {
 
 // ---- State ----------------------------------------------------------------------------------------------------------
 
-/// The files that calls may find, in the directory that the target works in.
+// The files that calls may find, in the directory that the target works in.
 void MakeFiles() {
   for (const auto& file : std::filesystem::directory_iterator(".")) std::filesystem::remove_all(file);
   std::filesystem::copy(VORLIX_DICTIONARIES, ".");
@@ -250,7 +250,7 @@ void SetBlock(size_t size) {
   block_size = size;
 }
 
-/// Takes away what calls leave behind; `variables` are the names that were set.
+// Takes away what calls leave behind; `variables` are the names that were set.
 void Reset(std::vector<std::string>& variables) {
   SetDebugFlags("", "");
   SetCallTraceLevel(0);

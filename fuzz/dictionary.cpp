@@ -16,14 +16,14 @@ constexpr int MOST = 100;  // dialogs, fields, steps of a walk
 int32_t value = 0;
 IntByReference out(&value);
 
-/// A text that comes back.
+// A text that comes back.
 struct Text {
   std::vector<char> memory = std::vector<char>(2048);
   DllString string{2048, 0, memory.data()};
 
   operator DllString&() { return string; }
   std::string View() const { return std::string(string.View()); }
-  /// The value of an item, which is there.
+  // The value of an item, which is there.
   std::string Item(size_t at) const { return host::ReadXbuf(string.View()).at(at).value; }
 };
 

@@ -11,11 +11,11 @@
 namespace vorlix::fuzz {
 namespace {
 
-/// What comes back from calls; the text has memory of its own, to its last byte.
+// What comes back from calls; the text has memory of its own, to its last byte.
 struct Results {
   explicit Results(int32_t room) : memory(new char[size_t(room)]), text{room, 0, memory.get()} {}
 
-  /// A copy of the text, as an argument.
+  // A copy of the text, as an argument.
   const char* Shown() { return (shown = text.View()).c_str(); }
 
   std::unique_ptr<char[]> memory;

@@ -11,7 +11,7 @@
 namespace vorlix::test {
 namespace {
 
-/// What has been set, as "|PATH=p|FTYP=N".
+// What has been set, as "|PATH=p|FTYP=N".
 std::string Show(const Object& object) {
   std::string lines;
   AttrText attr;

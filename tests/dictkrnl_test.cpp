@@ -16,7 +16,7 @@
 namespace vorlix::test {
 namespace {
 
-/// Where the sections are whose names meet `is_it`: a walk over all of them.
+// Where the sections are whose names meet `is_it`: a walk over all of them.
 template <class IsIt>
 std::vector<size_t> Walk(const Dict& dict, IsIt is_it) {
   std::vector<size_t> found;

@@ -29,7 +29,7 @@ class Levels : public testing::Test {
   ~Levels() override { FreeDlgLevel(-1); }
 
   std::string Pick(const char* from) { return {from[random_() % std::char_traits<char>::length(from)]}; }
-  /// Half of the ids are there.
+  // Half of the ids are there.
   std::string PickId() {
     if (!dialogs_.empty() && random_() % 2 == 0) {
       const Names& ids = dialogs_[random_() % dialogs_.size()].ids;
@@ -37,7 +37,7 @@ class Levels : public testing::Test {
     }
     return Pick("Dd") + "0" + Pick("123") + Pick("XYxi\xdd") + (random_() % 2 == 0 ? "" : "_" + Pick("1234567890"));
   }
-  /// The newest dialog that has this id from slot `first` to `end`, and where.
+  // The newest dialog that has this id from slot `first` to `end`, and where.
   std::pair<OpenDialog*, size_t> Find(const std::string& id, size_t first, size_t end) {
     for (OpenDialog& dialog : dialogs_)
       for (size_t slot = first; slot < std::min(end, dialog.ids.size()); ++slot)
@@ -75,7 +75,7 @@ class Levels : public testing::Test {
     if (dialog != nullptr) dialog->ids.erase(dialog->ids.begin() + static_cast<std::ptrdiff_t>(slot));
   }
 
-  /// All dialogs with their aliases, and what one id and one handle lead to.
+  // All dialogs with their aliases, and what one id and one handle lead to.
   void ExpectSame(const std::string& id, const std::string& hdl) {
     std::string shown;
     for (const OpenDialog& dialog : dialogs_) {

@@ -23,7 +23,7 @@
 namespace vorlix::host {
 namespace {
 
-/// What the host tells the test, in memory that both have.
+// What the host tells the test, in memory that both have.
 struct Progress {
   std::atomic<pid_t> server;
   std::atomic<int> rounds;  // of its calls
@@ -39,7 +39,7 @@ class Endings : public testing::Test {
     progress_ = new (memory) Progress;
   }
 
-  /// Makes calls of many kinds until the server ends. True if that is how it ended.
+  // Makes calls of many kinds until the server ends. True if that is how it ended.
   bool Work(const Ending& expected) const {
     const std::string dictionary = VORLIX_EXAMPLES "/dict/bestellung.dic";
     try {
@@ -60,7 +60,7 @@ class Endings : public testing::Test {
     }
   }
 
-  /// A host, whose exit status is 0 if its server ends as expected.
+  // A host, whose exit status is 0 if its server ends as expected.
   pid_t StartHost(const Ending& expected) const {
     progress_->server = 0;
     progress_->rounds = 0;
@@ -69,7 +69,7 @@ class Endings : public testing::Test {
     return host;
   }
 
-  /// Waits until the host and its server have ended. Gives their statuses, or -1 for what is still there after a while.
+  // Waits until the host and its server have ended. Gives their statuses, or -1 for what is still there after a while.
   std::set<int> AwaitEnds() const {
     std::set<int> statuses;
     const auto deadline = Clock::now() + std::chrono::seconds(10);
@@ -83,7 +83,7 @@ class Endings : public testing::Test {
     return statuses;
   }
 
-  /// Whether there is a segment of this test, which has a size of its own.
+  // Whether there is a segment of this test, which has a size of its own.
   bool HasSegment() const {
     return tool::ReadFile("/proc/sysvipc/shm").find(" " + std::to_string(segment_size_) + " ") != std::string::npos;
   }

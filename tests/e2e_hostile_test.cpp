@@ -22,8 +22,8 @@ namespace {
 constexpr size_t SEGMENT_SIZE = 4096;
 constexpr auto TIME_TO_RUN = std::chrono::seconds(3);
 
-/// The calls of all scripts that touch no files and close no dictionaries. What they take and give is cut to what the
-/// segment has room for.
+// The calls of all scripts that touch no files and close no dictionaries. What they take and give is cut to what the
+// segment has room for.
 std::vector<std::pair<std::string, std::vector<Arg>>> HarmlessCalls() {
   std::vector<std::pair<std::string, std::vector<Arg>>> calls;
   Server server(test::TestServer());
@@ -39,7 +39,7 @@ std::vector<std::pair<std::string, std::vector<Arg>>> HarmlessCalls() {
   return calls;
 }
 
-/// Replaces words of descriptors and elements for an instant, again and again.
+// Replaces words of descriptors and elements for an instant, again and again.
 void KeepWriting(const std::stop_token& stop, Block block) {
   constexpr uint32_t EDGES[] = {0, 4093, 4096, 0x7ffffffe, 0x80000000, 0xfffffff8};
   std::mt19937 random(20021);

@@ -16,7 +16,7 @@
 namespace vorlix::test {
 namespace {
 
-/// Calls after which the server has grown to its size.
+// Calls after which the server has grown to its size.
 constexpr long SETTLED = 100'000;
 
 #ifdef __SANITIZE_ADDRESS__

@@ -11,7 +11,7 @@
 namespace vorlix::tool {
 namespace {
 
-/// A command for `sh` in a directory of its own, where $V is the program, s.vx the script, and the language C.
+// A command for `sh` in a directory of its own, where $V is the program, s.vx the script, and the language C.
 struct Case {
   std::string command;
   int status;
@@ -20,8 +20,8 @@ struct Case {
   std::string script = "";
 };
 
-/// Words as they are printed: bare where that is possible, with what a terminal cannot show as escapes. What is no
-/// UTF-8, or a control character, stands in the last two.
+// Words as they are printed: bare where that is possible, with what a terminal cannot show as escapes. What is no
+// UTF-8, or a control character, stands in the last two.
 constexpr const char* WORDS =
     R"(=> x!="" x!=a-1.5% x!="a b" x!="=>" x!="until" x!="[5]" x!="\"\$\\" x!="\n\r\t\x1b\x7f\x00" x!="ä€")"
     R"( x!="m\xe4rz\xe2\x82" x!="\xc2\x9b\xc0\xaf\xe0\x80\xaf\xed\xa0\x80\xf4\x90\x80\x80\xf0\x8f\xbf\xbf\xe2\x82")"

@@ -34,7 +34,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// How functions say that there is no memory. The rows of one function are all it may say.
+// How functions say that there is no memory. The rows of one function are all it may say.
 struct Answer {
   std::string_view functions;   // pattern
   int32_t code;                 // the result
@@ -89,7 +89,7 @@ bool Fits(const Answer& answer, const FunctionInfo& function, const host::Result
          !(answer.no_buffer && CSDX_Contents());
 }
 
-/// How many arguments of a call need memory to be presented: an allocation each, before the function runs.
+// How many arguments of a call need memory to be presented: an allocation each, before the function runs.
 int PresentedApart(const FunctionInfo& function, const std::vector<host::Arg>& args) {
   int count = 0;
   for (size_t k = 0; k < args.size(); ++k)
@@ -99,16 +99,16 @@ int PresentedApart(const FunctionInfo& function, const std::vector<host::Arg>& a
 
 // ---- What a failure leaves as it was --------------------------------------------------------------------------------
 
-/// Whether a failure of the function ends, as documented, more than the same call made again would bring back: the walk
-/// with a filter ends its set, and a dictionary that cannot be opened at a level takes with it what was opened there
-/// before.
+// Whether a failure of the function ends, as documented, more than the same call made again would bring back: the walk
+// with a filter ends its set, and a dictionary that cannot be opened at a level takes with it what was opened there
+// before.
 bool EndsMore(const FunctionInfo& function, const std::vector<host::Arg>& args) {
   if (function.name == "dict_FilterNext") return true;
   return function.name == "dict_Open" && args.at(2).IntAt() >= 0 && GetDlgDict(args.at(2).IntAt(), 0) != nullptr;
 }
 
-/// Whether a failure may change dictionaries: one that only its level uses is changed in place, and a model is given up
-/// before it is read again.
+// Whether a failure may change dictionaries: one that only its level uses is changed in place, and a model is given up
+// before it is read again.
 bool ChangesDictionaries(const FunctionInfo& function, const std::vector<host::Arg>& args) {
   DictPtr dict;
   if (function.name == "dict_Update") dict = ResolveDlgID(args.at(0).TextAt()).dict;
@@ -116,7 +116,7 @@ bool ChangesDictionaries(const FunctionInfo& function, const std::vector<host::A
   return dict != nullptr && dict->instance_cnt == 1;
 }
 
-/// Dialogs and, where asked for, dictionaries, the descriptors in use, and the file that is rewritten.
+// Dialogs and, where asked for, dictionaries, the descriptors in use, and the file that is rewritten.
 std::string State(const FunctionInfo& function, const std::vector<host::Arg>& args, bool with_dictionaries) {
   const auto levels = std::exchange(debug_levels, {});  // looking at it is no part of a trace
   std::string state = with_dictionaries ? ShowAll() : ShowDialogs();
@@ -133,7 +133,7 @@ std::string State(const FunctionInfo& function, const std::vector<host::Arg>& ar
 
 // ---- The driver -----------------------------------------------------------------------------------------------------
 
-/// The server in this process, short of memory. Throws std::runtime_error when it does not take that as it should.
+// The server in this process, short of memory. Throws std::runtime_error when it does not take that as it should.
 class StarvedServer {
  public:
   StarvedServer() : memory_(size_t{1} << 20), block_(memory_, 0) { DllSetBlock(memory_.data(), memory_.size()); }
@@ -153,7 +153,7 @@ class StarvedServer {
     return host::ReadBack(block_);
   }
 
-  /// What no script has brought about: functions and answers.
+  // What no script has brought about: functions and answers.
   std::string Missing() const {
     std::string missing;
     for (const FunctionInfo& function : FUNCTIONS)
@@ -164,7 +164,7 @@ class StarvedServer {
   }
 
  private:
-  /// Makes the call without its allocation `nth`. False when it has none: then it has been made in full.
+  // Makes the call without its allocation `nth`. False when it has none: then it has been made in full.
   bool Fails(const FunctionInfo& function, const std::vector<host::Arg>& args, int nth, bool and_all_after) {
     const bool ends_more = EndsMore(function, args);
     host::PlaceCall(block_, function.name, args);
@@ -190,7 +190,7 @@ class StarvedServer {
     return DllCall();
   }
 
-  /// Makes the calls again that have led to the dictionaries, dialogs and filters of now.
+  // Makes the calls again that have led to the dictionaries, dialogs and filters of now.
   void RebuildDictionaries() {
     Make("dict_CloseAll", {});
     while (Make("dict_FilterFree", {}) == 0) continue;
@@ -208,7 +208,7 @@ class StarvedServer {
     met_.insert(&*answer);
   }
 
-  /// All that calls have traced.
+  // All that calls have traced.
   std::string Traced() const {
     std::string lines;
     for (const std::string& line : trace_ ? trace_->Lines() : std::vector<std::string>()) lines += line + "\n";

@@ -30,10 +30,10 @@
 
 namespace {
 
-/// In place of an error number: one byte is read or written, however many were asked for.
+// In place of an error number: one byte is read or written, however many were asked for.
 constexpr int SHORT = -1;
 
-/// The calls since this was set, while a scenario runs, and the one among them that goes wrong.
+// The calls since this was set, while a scenario runs, and the one among them that goes wrong.
 struct Watch {
   bool on = false;
   size_t failing = SIZE_MAX;
@@ -41,7 +41,7 @@ struct Watch {
   std::vector<std::string> made{};
 } watch;
 
-/// Whether this call is to fail; it may also be cut short.
+// Whether this call is to fail; it may also be cut short.
 bool Fails(const char* call, size_t* count = nullptr) {
   if (!watch.on) return false;
   watch.made.emplace_back(call);
@@ -53,7 +53,7 @@ bool Fails(const char* call, size_t* count = nullptr) {
 
 }  // namespace
 
-/// Whatever else has put itself before the C library, such as a sanitizer, still sees the calls that are made.
+// Whatever else has put itself before the C library, such as a sanitizer, still sees the calls that are made.
 #define NEXT(name) reinterpret_cast<decltype(&::name)>(dlsym(RTLD_NEXT, #name))
 #define SYSTEM_CALL(result, name, parameters, arguments) \
   result name parameters { return Fails(#name) ? -1 : NEXT(name) arguments; }
@@ -98,7 +98,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What is tried with each call. What cannot be cut short goes well then.
+// What is tried with each call. What cannot be cut short goes well then.
 constexpr int FAULTS[] = {EIO, ENOSPC, EACCES, EINTR, SHORT};
 const std::set<std::string> UNINTERRUPTED = {"fstat", "fchmod", "fchown", "rename"};
 const std::set<std::string> HARMLESS = {"fchown", "close"};
@@ -110,11 +110,11 @@ std::string Ini(char value) { return "[T]\nMODUL=m\n" + BULK + "L=" + value + "\
 
 std::string Contents(const char* name) { return fs::exists(name) ? tool::ReadFile(name) : ""; }
 
-/// What comes back beside results.
+// What comes back beside results.
 int32_t back;
 IntByReference out(&back);
 
-/// The same files in the working directory, and no state but the open handle 0.
+// The same files in the working directory, and no state but the open handle 0.
 void Reset() {
   for (const auto& entry : fs::directory_iterator(".")) fs::remove(entry);
   tool::WriteFile("ini", Ini('1'));
@@ -140,7 +140,7 @@ std::string Open() {
   return std::to_string(hdl);
 }
 
-/// Goes through all that handle 0 has.
+// Goes through all that handle 0 has.
 std::string Walk() {
   std::string told;
   ini_FindSection(0, "", out);
@@ -170,7 +170,7 @@ std::string GetModule() {
   return std::to_string(back) + std::string(xbuf.View());
 }
 
-/// How many of a header and two lines the trace file has, and the lines that came on standard error.
+// How many of a header and two lines the trace file has, and the lines that came on standard error.
 std::string Trace() {
   testing::internal::CaptureStderr();
   SetDebugFlags("D", "trace");
@@ -183,7 +183,7 @@ std::string Trace() {
   return std::to_string(count) + error_output.substr(std::min(error_output.find("D1"), error_output.size()));
 }
 
-/// When a call that is not in `exceptions` fails, the scenario tells `failure`, in which E stands for minus the error.
+// When a call that is not in `exceptions` fails, the scenario tells `failure`, in which E stands for minus the error.
 struct Scenario {
   const char* what;
   std::string (*run)();
@@ -211,7 +211,7 @@ const Scenario SCENARIOS[] = {
     {"trace", Trace, "3", "2", {{"open", "0D1: one\nD1: two\n"}, {"close of what was written", "3"}}},
 };
 
-/// Runs with call number `failing` going wrong. Tells what the run told, and what it has left that it must not.
+// Runs with call number `failing` going wrong. Tells what the run told, and what it has left that it must not.
 std::string Run(const Scenario& scenario, size_t failing = SIZE_MAX, int fault = 0) {
   const auto descriptors = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
   const auto before = descriptors();
@@ -224,7 +224,7 @@ std::string Run(const Scenario& scenario, size_t failing = SIZE_MAX, int fault =
   return told;
 }
 
-/// Gives back which calls were made.
+// Gives back which calls were made.
 std::set<std::string> FailEach(const Scenario& scenario) {
   Reset();
   EXPECT_EQ(Run(scenario), scenario.undisturbed) << scenario.what;

@@ -20,7 +20,7 @@ std::tm TestClock() {
   return now;
 }
 
-/// What a field with these attributes, "FTYP=N|FLEN=3", shows.
+// What a field with these attributes, "FTYP=N|FLEN=3", shows.
 std::string Shown(const std::string& attributes, const std::string& value) {
   Object field;
   EXPECT_TRUE(SetObject(field, attributes)) << attributes;

@@ -14,7 +14,7 @@
 namespace vorlix::tool {
 namespace {
 
-/// Plays a script against a server that gives back what it is given.
+// Plays a script against a server that gives back what it is given.
 void Play(const std::string& script) {
   const auto echo = [](std::string_view, const std::vector<host::Arg>& args) { return host::Result{0, args}; };
   Player(echo, "s.vx", true).Play(ParseScript(script, "s.vx"));

@@ -15,7 +15,7 @@ namespace {
 
 using test::TestString;
 
-/// A free entry has no value.
+// A free entry has no value.
 struct Entry {
   std::string name, value;
 };

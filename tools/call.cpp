@@ -14,19 +14,19 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// The number of a room such as [40].
+// The number of a room such as [40].
 std::optional<int32_t> ReadRoom(const std::string& word) {
   if (!word.starts_with('[') || !word.ends_with(']') || word.starts_with("[-")) return {};
   return ReadWhole<int32_t>(std::string_view(word).substr(1, word.size() - 2));
 }
 
-/// A word of the command line, which is taken as it is but for the room of a text that is only returned.
+// A word of the command line, which is taken as it is but for the room of a text that is only returned.
 Given ReadWord(const ArgInfo& arg, const std::string& word) {
   const std::optional<int32_t> room = arg.direction == Direction::Out ? ReadRoom(word) : std::nullopt;
   return room ? Given{"", room} : Given{word, {}};
 }
 
-/// The arguments of a call, with a help for whoever called it wrong.
+// The arguments of a call, with a help for whoever called it wrong.
 std::vector<host::Arg> ReadArguments(const FunctionInfo& function, const std::vector<std::string>& words) {
   try {
     std::vector<Given> given;

@@ -43,7 +43,7 @@ std::string_view DirectionWord(Direction direction) {
   return "";
 }
 
-/// A view for "%.*s".
+// A view for "%.*s".
 int Size(std::string_view text) { return static_cast<int>(text.size()); }
 
 void ListFamilies() {

@@ -11,7 +11,7 @@ namespace {
 
 using host::XbufItem;
 
-/// "name.3" as name and index.
+// "name.3" as name and index.
 struct ItemAddress {
   explicit ItemAddress(std::string_view text) : name(text.substr(0, text.find('.'))) {
     if (name.size() < text.size()) index = ReadWhole<uint32_t>(text.substr(name.size() + 1));

@@ -12,7 +12,7 @@ constexpr const char* EXIT_STATUSES =
     "Exit status: 0 for result code 0, 1 for another result code or an expectation that is not met, 2 for wrong\n"
     "usage, 3 no server, 4 no answer in time, 5 the server ended.";
 
-/// The command line as options and subcommands, and what they were given.
+// The command line as options and subcommands, and what they were given.
 class CommandLine {
  public:
   CommandLine() {
@@ -40,7 +40,7 @@ class CommandLine {
     return ListFunctions(function_);
   }
 
-  /// Prints help, version or what is wrong.
+  // Prints help, version or what is wrong.
   Status Explain(const CLI::ParseError& error) const {
     if (app_.exit(error) == 0) return Status::Ok;
     for (const std::string& word : app_.remaining())
@@ -52,7 +52,7 @@ class CommandLine {
   }
 
  private:
-  /// The options that can stand before and behind a subcommand.
+  // The options that can stand before and behind a subcommand.
   void AddServerOptions(CLI::App& app) {
     app.add_option("--trace", options_.trace, "Level of the call trace on standard error, 1 to 3")->type_name("N");
     app.add_option("--flags", options_.flags, "Levels of the category trace on standard error, as D3F1 or *2")
@@ -86,7 +86,7 @@ Status Run(int argc, char** argv) {
   return line.Execute();
 }
 
-/// A result that nobody can read, for the disk is full, is no success.
+// A result that nobody can read, for the disk is full, is no success.
 Status Main(int argc, char** argv) {
   const Status status = Run(argc, argv);
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)

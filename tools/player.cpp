@@ -18,7 +18,7 @@ namespace {
 // Longer texts are printed as a pattern of their first bytes.
 constexpr size_t LONGEST_SHOWN = 72;
 
-/// A value as an expectation that it meets.
+// A value as an expectation that it meets.
 std::string Outcome(const Value& value) {
   const std::string name(value.name);
   if (value.text.size() <= LONGEST_SHOWN) return name + '=' + ShowValue(value);
@@ -30,7 +30,7 @@ std::string GivenWord(const Given& given) {
   return (given.text.empty() ? "" : Quote(given.text)) + '[' + std::to_string(*given.room) + ']';
 }
 
-/// What a value is instead of what was expected.
+// What a value is instead of what was expected.
 std::string Unmet(const Condition& condition, const std::string& text, const std::string& expected) {
   std::string is = condition.address + " is " + QuoteWord(text);
   switch (condition.comparison) {
@@ -41,7 +41,7 @@ std::string Unmet(const Condition& condition, const std::string& text, const std
   return is;
 }
 
-/// What is printed comes in order with the traces that the server writes to the same terminal.
+// What is printed comes in order with the traces that the server writes to the same terminal.
 void Print(const std::string& text) {
   std::fputs(text.c_str(), stdout);
   std::fflush(stdout);

@@ -38,7 +38,7 @@ void AppendHex(std::string& out, char byte) {
   out += DIGITS[value & 15];
 }
 
-/// Appends the text; `special` gives the form of a character that is not to stand as it is, or an empty text.
+// Appends the text; `special` gives the form of a character that is not to stand as it is, or an empty text.
 template <class Special>
 void AppendShown(std::string& out, std::string_view text, Special special) {
   while (!text.empty()) {

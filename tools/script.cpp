@@ -49,14 +49,14 @@ struct Operator {
 constexpr std::array OPERATORS = {Operator{"!=", Comparison::Unequal}, Operator{"=", Comparison::Equal},
                                   Operator{"~", Comparison::Like}};
 
-/// The operator at a position of the text, or null.
+// The operator at a position of the text, or null.
 const Operator* OperatorAt(std::string_view text, size_t at) {
   const auto stands_there = [&](const Operator& one) { return text.substr(at).starts_with(one.text); };
   const auto* const found = std::ranges::find_if(OPERATORS, stands_there);
   return found == OPERATORS.end() ? nullptr : found;
 }
 
-/// The words up to the first one that is `mark`; `rest` becomes those behind it. None: all words, and no rest.
+// The words up to the first one that is `mark`; `rest` becomes those behind it. None: all words, and no rest.
 std::vector<Word> SplitAt(std::string_view mark, const std::vector<Word>& words, std::vector<Word>& rest) {
   const auto at = std::ranges::find_if(words, [&](const Word& word) { return word.Is(mark); });
   rest.assign(at == words.end() ? at : at + 1, words.end());
@@ -77,7 +77,7 @@ Condition ParseCondition(const Word& word) {
   Refuse("an expectation reads NAME=TEXT, NAME!=TEXT or NAME~PATTERN, or is a result code");
 }
 
-/// An expectation behind "=>": a condition, or an integer that stands for the result code.
+// An expectation behind "=>": a condition, or an integer that stands for the result code.
 Condition ParseExpectation(const Word& word) {
   const bool is_code = ReadWhole<int32_t>(word.Bare()) && word.Is(word.Bare());
   return is_code ? Condition{"code", Comparison::Equal, word} : ParseCondition(word);
@@ -91,7 +91,7 @@ std::vector<Condition> ParseExpectations(const std::vector<Word>& words) {
 
 std::string_view BaseName(std::string_view address) { return address.substr(0, address.find('.')); }
 
-/// A call can be expected to give its code and its returned arguments, nothing else.
+// A call can be expected to give its code and its returned arguments, nothing else.
 void RequireReturned(const FunctionInfo& function, const std::vector<Condition>& conditions) {
   for (const Condition& condition : conditions) {
     const std::string_view name = BaseName(condition.address);
@@ -118,7 +118,7 @@ class Parser {
  public:
   Parser(std::string_view text, std::string_view name) : rest_(text), name_(name) {}
 
-  /// The statements up to the end of the text, or up to the "end" of the loop that begins in line `loop`.
+  // The statements up to the end of the text, or up to the "end" of the loop that begins in line `loop`.
   std::vector<Statement> Block(int loop) {
     std::vector<Statement> statements;
     while (!rest_.empty()) {
@@ -179,7 +179,7 @@ class Parser {
     return statement;
   }
 
-  /// The keyword or the function with its words, which lose the first.
+  // The keyword or the function with its words, which lose the first.
   static void ParseFront(Statement& statement) {
     std::vector<Word>& words = statement.words;
     const Word first = words[0];

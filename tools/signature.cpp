@@ -5,7 +5,6 @@
 
 #include "dll/base/text.h"
 #include "tools/failure.h"
-#include "tools/samples.h"
 
 namespace vorlix::tool {
 namespace {
@@ -15,11 +14,6 @@ void AppendArgument(std::string& out, const ArgInfo& arg) {
   out += arg.name;
   out += ':';
   out += ClassWord(arg);
-}
-
-size_t SentCount(const FunctionInfo& function) {
-  const auto is_sent = [](const ArgInfo& arg) { return arg.direction != Direction::Out; };
-  return static_cast<size_t>(std::ranges::count_if(function.Args(), is_sent));
 }
 
 [[noreturn]] void RefuseCount(const FunctionInfo& function, size_t least, size_t count) {
@@ -58,7 +52,7 @@ std::string Signature(const FunctionInfo& function) {
 
 std::string Example(const FunctionInfo& function) {
   std::string example(function.name);
-  if (const std::string_view arguments = SampleArguments(function); !arguments.empty()) (example += ' ') += arguments;
+  if (!function.sample.empty()) (example += ' ') += function.sample;
   return example;
 }
 
@@ -72,7 +66,7 @@ const FunctionInfo& RequireFunction(std::string_view name) {
 }
 
 std::vector<const ArgInfo*> GivenArguments(const FunctionInfo& function, size_t count) {
-  const size_t sent = SentCount(function);
+  const size_t sent = function.SentCount();
   if (count < sent || count > function.arg_count) RefuseCount(function, sent, count);
   size_t returned = count - sent;
   std::vector<const ArgInfo*> given;

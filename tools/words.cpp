@@ -14,7 +14,7 @@ bool IsNameCharacter(char c) { return IsNameStart(c) || IsDigit(c); }
 
 [[noreturn]] void Refuse(const std::string& message) { throw ToolError(Status::Usage, message); }
 
-/// The length of the run at `from` whose first character meets `first` and whose others meet `next`; 0 when none does.
+// The length of the run at `from` whose first character meets `first` and whose others meet `next`; 0 when none does.
 template <class First, class Next>
 size_t RunLength(std::string_view text, size_t from, First first, Next next) {
   if (from >= text.size() || !first(text[from])) return 0;
@@ -23,7 +23,7 @@ size_t RunLength(std::string_view text, size_t from, First first, Next next) {
   return end - from;
 }
 
-/// The length of the address that the text starts with: as much of NAME.ITEM.3 as is there.
+// The length of the address that the text starts with: as much of NAME.ITEM.3 as is there.
 size_t AddressLength(std::string_view text) {
   const size_t name = RunLength(text, 0, IsNameStart, IsNameCharacter);
   if (name == 0 || name >= text.size() || text[name] != '.') return name;
@@ -48,7 +48,7 @@ class Splitter {
  private:
   bool AtBlank() const { return rest_.empty() || BLANKS.find(rest_[0]) != std::string_view::npos; }
 
-  /// Whether a word follows.
+  // Whether a word follows.
   bool SkipBlanks() {
     while (!rest_.empty() && AtBlank()) rest_.remove_prefix(1);
     return !rest_.empty() && rest_[0] != '#';
@@ -78,13 +78,13 @@ class Splitter {
     return word;
   }
 
-  /// The text that characters are added to.
+  // The text that characters are added to.
   static std::string& Text(Word& word) {
     if (word.pieces.empty() || word.pieces.back().is_name) word.pieces.emplace_back();
     return word.pieces.back().text;
   }
 
-  /// A room, when one ends the word here.
+  // A room, when one ends the word here.
   bool TakeRoom(Word& word) {
     const size_t digits = rest_.starts_with('[') ? RunLength(rest_, 1, IsDigit, IsDigit) : 0;
     const size_t end = digits + 2;

@@ -45,7 +45,7 @@ void NameIndex::Enter(uint32_t position) noexcept {
   link = {entry.hash, position};
 }
 
-/// The link that points to the position, or would.
+// The link that points to the position, or would.
 NameIndex::Link& NameIndex::LinkTo(uint32_t position) noexcept {
   Link* link = &heads_[entries_[position].hash & Mask()];
   while (link->position != NONE && ComesBefore(link->position, position)) link = &entries_[link->position].next;

@@ -17,7 +17,7 @@
 namespace vorlix {
 namespace {
 
-/// 0 for a regular file, else the error number to report.
+// 0 for a regular file, else the error number to report.
 int CheckRegular(int fd) {
   struct stat info;
   if (fstat(fd, &info) != 0) return errno;
@@ -67,7 +67,7 @@ bool IniFile::Fill() {
   return true;
 }
 
-/// Reads on until the end of the line is in the block. False when there is no line.
+// Reads on until the end of the line is in the block. False when there is no line.
 bool IniFile::BringLine(size_t& size) {
   while (size == 0 && Fill()) size = LineInBlock();
   if (size == 0 && error_ == 0) size = static_cast<size_t>(end_ - pos_);  // the last line need not end in a line feed
@@ -83,7 +83,7 @@ bool IniFile::NextBracketLine(std::string_view& line) {
   return NextLine(line);
 }
 
-/// Moves to the next '[' that begins a line, or else to the start of the last line of the block.
+// Moves to the next '[' that begins a line, or else to the start of the last line of the block.
 bool IniFile::SeekBracket() {
   const char* at = pos_;
   while ((at = static_cast<const char*>(std::memchr(at, '[', static_cast<size_t>(end_ - at)))) != nullptr) {
@@ -95,7 +95,7 @@ bool IniFile::SeekBracket() {
   return false;
 }
 
-/// The start of the line, or piece of a long one, that holds `at`; pos_ is where some line before it starts.
+// The start of the line, or piece of a long one, that holds `at`; pos_ is where some line before it starts.
 const char* IniFile::LineStart(const char* at) const {
   const void* feed = memrchr(pos_, '\n', static_cast<size_t>(at - pos_));
   const char* start = feed != nullptr ? static_cast<const char*>(feed) + 1 : pos_;

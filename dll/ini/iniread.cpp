@@ -36,7 +36,7 @@ int Fail(int error) {
 
 bool InTable(int hdl) { return table_set_up && hdl >= 0 && hdl < INI_HANDLE_COUNT; }
 
-/// Null, with errno set, when the handle is not open.
+// Null, with errno set, when the handle is not open.
 IniHandle* FindHandle(int hdl) {
   if (InTable(hdl)) {
     IniHandle& handle = handles[static_cast<size_t>(hdl)];
@@ -46,7 +46,7 @@ IniHandle* FindHandle(int hdl) {
   return nullptr;
 }
 
-/// What is returned when no further line came.
+// What is returned when no further line came.
 int EndOfLines(IniHandle& handle) {
   handle.state = INI_ENDED;
   return handle.file.Error() != 0 ? Fail(handle.file.Error()) : handle.state;
@@ -57,7 +57,7 @@ int EnterSection(IniHandle& handle, std::string_view section) {
   return handle.state = INI_INSIDE;
 }
 
-/// Copies as much as fits. A NUL in the text ends what its reader sees.
+// Copies as much as fits. A NUL in the text ends what its reader sees.
 void CopyOut(std::string_view text, char* buf, int size) {
   const size_t length = text.copy(buf, static_cast<size_t>(size) - 1);
   buf[length] = '\0';

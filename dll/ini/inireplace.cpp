@@ -25,10 +25,10 @@ constexpr int LINK_LIMIT = 40;  // as many as the system follows
 constexpr int CREATE_LIMIT = 100;
 constexpr size_t RANDOM_BYTES = 16;
 
-/// With its slash; empty for a name in the working directory.
+// With its slash; empty for a name in the working directory.
 std::string Directory(const std::string& path) { return path.substr(0, path.rfind('/') + 1); }
 
-/// Writes two hexadecimal digits a byte. False when the system has no random bytes to give.
+// Writes two hexadecimal digits a byte. False when the system has no random bytes to give.
 bool RandomHex(char* to) {
   std::array<unsigned char, RANDOM_BYTES> bytes;
   if (Retry([&] { return getrandom(bytes.data(), bytes.size(), 0); }) != ssize_t{RANDOM_BYTES}) return false;

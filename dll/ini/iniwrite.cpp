@@ -12,14 +12,14 @@
 namespace vorlix {
 namespace {
 
-/// The bytes from `begin` to `end` make room for the entry.
+// The bytes from `begin` to `end` make room for the entry.
 struct Place {
   off_t begin = 0;
   off_t end = 0;
   bool needs_header = false;
 };
 
-/// False when the file could not be read.
+// False when the file could not be read.
 bool FindPlace(IniFile& file, std::string_view section, std::string_view name, Place& place) {
   place.needs_header = !SeekSection(file, section);
   std::string_view line;

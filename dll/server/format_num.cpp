@@ -23,7 +23,7 @@ struct TypedNumber {
   std::array<char, MAX_TYPED + 1> text;
   size_t length = 0;
 
-  /// False when there are more than MAX_TYPED characters.
+  // False when there are more than MAX_TYPED characters.
   bool Copy(std::string_view from) {
     for (const char c : from) {
       if (c == ' ') continue;
@@ -34,7 +34,7 @@ struct TypedNumber {
     return true;
   }
 
-  /// The value of as much as is a number; false when that is not all of it.
+  // The value of as much as is a number; false when that is not all of it.
   bool Convert(double& value) const {
     char* end = nullptr;
     value = std::strtod(text.data(), &end);

@@ -19,7 +19,7 @@ using Out = Type;
 template <class Type>
 using InOut = Type;
 
-#define FUNCTION(name, sentence, ...) int32_t name(__VA_ARGS__);
+#define FUNCTION(name, sentence, sample, ...) int32_t name(__VA_ARGS__);
 #include "dll/wire/functions.def"
 #undef FUNCTION
 

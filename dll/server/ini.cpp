@@ -14,10 +14,10 @@ namespace {
 
 using IniText = std::array<char, INI_TEXT_SIZE>;
 
-/// The buffer size that a String stands for.
+// The buffer size that a String stands for.
 int SizeFor(const DllString& s) { return std::min(s.max, INI_TEXT_SIZE); }
 
-/// A call that walks on to one text.
+// A call that walks on to one text.
 int32_t ReadText(const char* function, int (*next)(int hdl, char* text, int size), int32_t hdl, DllString& buf,
                  IntByReference eof) {
   DebugPrint(TRACE_INI, 3, "%s(hdl=%d)", function, hdl);

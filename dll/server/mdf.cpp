@@ -28,7 +28,7 @@ namespace {
 
 constexpr char PREFIX[] = "Mdf_";
 
-/// Rows of this type are known and never collected.
+// Rows of this type are known and never collected.
 constexpr char NOT_COLLECTED = '-';
 
 struct MdfItem {
@@ -55,10 +55,10 @@ constexpr MdfItem ITEMS[] = {
 };
 constexpr size_t ITEM_COUNT = std::size(ITEMS);
 
-/// Some of the rows.
+// Some of the rows.
 using Selection = std::bitset<ITEM_COUNT>;
 
-/// The section that was read last.
+// The section that was read last.
 struct Module {
   OwnedText section;  // its name; null when there is none
   std::array<std::optional<std::string>, ITEM_COUNT> values;
@@ -73,8 +73,8 @@ Selection RowsNamed(std::string_view name) {
   return rows;
 }
 
-/// The rows that a list of names selects; all of them when it is empty or "*". A name that is nothing but the prefix
-/// ends the list.
+// The rows that a list of names selects; all of them when it is empty or "*". A name that is nothing but the prefix
+// ends the list.
 Selection SelectRows(std::string_view filter) {
   if (filter.empty() || filter == "*") return Selection().set();
   Selection selected;
@@ -94,7 +94,7 @@ Selection SelectRows(std::string_view filter) {
 
 // ---- Reading --------------------------------------------------------------------------------------------------------
 
-/// Adds a line's value to what was collected before. Returns 0; or, without memory for it, what `rc_p` is to say.
+// Adds a line's value to what was collected before. Returns 0; or, without memory for it, what `rc_p` is to say.
 int32_t Collect(std::optional<std::string>& collected, std::string_view value) {
   const size_t size = collected ? collected->size() + 1 + value.size() : value.size();
   errno = 0;
@@ -112,7 +112,7 @@ int32_t Collect(std::optional<std::string>& collected, std::string_view value) {
   }
 }
 
-/// Takes one line. False ends the reading; `rc` becomes what is wrong, if anything is.
+// Takes one line. False ends the reading; `rc` becomes what is wrong, if anything is.
 bool TakeLine(Module& module, const char* item, const char* value, int32_t& rc) {
   const auto* const row = std::ranges::find(ITEMS, std::string_view(item), &MdfItem::item);
   if (row == std::end(ITEMS)) {
@@ -132,7 +132,7 @@ bool TakeLine(Module& module, const char* item, const char* value, int32_t& rc) 
   return true;
 }
 
-/// Reads the lines of the section. Returns 0, or what `rc_p` is to say.
+// Reads the lines of the section. Returns 0, or what `rc_p` is to say.
 int32_t ReadModule(Module& module, const char* fname) {
   const int hdl = IniOpen(fname, module.section.get());
   if (hdl < 0) return MinusErrno();
@@ -147,7 +147,7 @@ int32_t ReadModule(Module& module, const char* fname) {
   return rc != 0 ? rc : closed;
 }
 
-/// Makes the section the one that was read last. Returns 0; or what `rc_p` is to say, and none is kept.
+// Makes the section the one that was read last. Returns 0; or what `rc_p` is to say, and none is kept.
 int32_t ReadSection(const char* fname, const char* section) {
   module_read = {};
   errno = 0;

@@ -27,7 +27,7 @@ struct NamedValue {
 
 class VariableTable {
  public:
-  /// The entry that a name matches, or NONE.
+  // The entry that a name matches, or NONE.
   uint32_t Find(std::string_view name) const {
     uint32_t first = NONE;
     names_.SearchPrefixes(name, [&](uint32_t position) {
@@ -37,7 +37,7 @@ class VariableTable {
     return first;
   }
 
-  /// Makes the first free entry one of this name with an empty value. Throws std::bad_alloc, with nothing added.
+  // Makes the first free entry one of this name with an empty value. Throws std::bad_alloc, with nothing added.
   uint32_t Add(std::string_view name) {
     if (free_.empty()) Grow();
     const uint32_t position = free_.front();

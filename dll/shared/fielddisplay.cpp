@@ -23,7 +23,7 @@ using Int32 = std::numeric_limits<int32_t>;
 constexpr std::string_view TODAY = "$DATE";
 constexpr std::string_view NOW = "$TIME";
 
-/// Hundredths of an hour, which time fields store.
+// Hundredths of an hour, which time fields store.
 constexpr int64_t SECONDS_OF_HUNDREDTH = 36;
 constexpr double HUNDREDTHS_OF_HOUR = 100.0;
 
@@ -41,7 +41,7 @@ void ShowDate(FieldBuffer& out, const Object& field, const char* value, LocalTim
     FldFmtDate(out, ReadNumber(value), EqualNoCase(CText(field.fvtyp), "GREG"), field.flen, format);
 }
 
-/// The minutes are rounded to hundredths.
+// The minutes are rounded to hundredths.
 int32_t HundredthsOf(const std::tm& time) { return time.tm_hour * 100 + (time.tm_min * 100 + 50) / 60; }
 
 void ShowTime(FieldBuffer& out, const Object& field, const char* value, LocalTime now) {
@@ -82,10 +82,10 @@ void ShowText(FieldBuffer& out, const Object& field, const char* value, LocalTim
 
 // ---- Buttons and boxes ----------------------------------------------------------------------------------------------
 
-/// A bound as a whole number, without its decimals.
+// A bound as a whole number, without its decimals.
 int64_t WholeBound(double bound) { return static_cast<int64_t>(std::clamp<double>(bound, Int32::min(), Int32::max())); }
 
-/// FMAX of 0 is no bound.
+// FMAX of 0 is no bound.
 int64_t AtMostFmax(int64_t number, const Object& field) {
   return field.fmax != 0 ? std::min(number, WholeBound(field.fmax)) : number;
 }
@@ -98,7 +98,7 @@ void ShowRadioButton(FieldBuffer& out, const Object& field, const char* value, L
   out.AssignNumber(AtMostFmax(std::max<int64_t>(ReadNumber(value), WholeBound(field.fmin)), field));
 }
 
-/// Entries count from 1, the one of the value FMIN; FMAX bounds that count.
+// Entries count from 1, the one of the value FMIN; FMAX bounds that count.
 void ShowListBox(FieldBuffer& out, const Object& field, const char* value, LocalTime) {
   const int64_t first = WholeBound(field.fmin);
   const int64_t number = std::max<int64_t>(ReadNumber(value), first);

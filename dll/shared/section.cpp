@@ -13,7 +13,7 @@ void SectionList::Append(const SectionPtr& section) {
   }
 }
 
-/// Notes the group of a section that has been appended.
+// Notes the group of a section that has been appended.
 void SectionList::Group(const Section& section) {
   const std::string_view name = section.section.get();
   const size_t dot = name.find('.');

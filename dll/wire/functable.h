@@ -25,10 +25,16 @@ inline constexpr size_t MAX_DECLARED_ARGS = 9;
 struct FunctionInfo {
   std::string_view name;
   std::string_view sentence;  // what it does
+  std::string_view sample;    // words to call it with, see functions.def
   std::array<ArgInfo, MAX_DECLARED_ARGS> args;
   size_t arg_count = 0;
 
   constexpr std::span<const ArgInfo> Args() const { return {args.data(), arg_count}; }
+  /// Arguments that a caller gives: all but those that only return something.
+  constexpr size_t SentCount() const {
+    const auto is_sent = [](const ArgInfo& arg) { return arg.direction != Direction::Out; };
+    return static_cast<size_t>(std::ranges::count_if(Args(), is_sent));
+  }
 };
 
 /// Reads one parameter of a row, such as `Out<String> data`. One that names no declared type does not compile.
@@ -49,17 +55,25 @@ consteval ArgInfo ParseParameter(std::string_view parameter) {
   return arg;
 }
 
-consteval FunctionInfo ParseFunction(std::string_view name, std::string_view sentence, std::string_view parameters) {
-  FunctionInfo info{name, sentence, {}, 0};
+/// Words of a sample; none of them holds a blank.
+constexpr size_t CountWords(std::string_view text) {
+  return text.empty() ? 0 : 1 + static_cast<size_t>(std::ranges::count(text, ' '));
+}
+
+/// A row whose sample has another number of words than the function takes does not compile.
+consteval FunctionInfo ParseFunction(std::string_view name, std::string_view sentence, std::string_view sample,
+                                     std::string_view parameters) {
+  FunctionInfo info{name, sentence, sample, {}, 0};
   while (!parameters.empty()) {
     const std::string_view one = parameters.substr(0, parameters.find(','));
     info.args.at(info.arg_count++) = ParseParameter(one);
     parameters.remove_prefix(std::min(one.size() + 1, parameters.size()));
   }
+  if (CountWords(sample) != info.SentCount()) throw "the sample has another number of words";
   return info;
 }
 
-#define FUNCTION(name, sentence, ...) ParseFunction(#name, sentence, #__VA_ARGS__),
+#define FUNCTION(name, sentence, sample, ...) ParseFunction(#name, sentence, sample, #__VA_ARGS__),
 inline constexpr std::array FUNCTIONS = {
 #include "dll/wire/functions.def"
 };
