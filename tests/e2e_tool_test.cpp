@@ -102,6 +102,12 @@ TEST(Tool, RunsScripts) {
       {"$V run s.vx", 1, "dll_Revision => *\n", "vorlix: s.vx:1: str is 3.10, not 3.11\n", "dll_Revision => str=3.11"},
       {"$V run -q - <s.vx", 1, "", "vorlix: -:2: l_GetCurr answered 2002\n", "\nl_GetCurr 1 => data=\"\""},
       {"$V run -q s.vx", 1, "", "vorlix: s.vx:1: l_SeekNext answered 2002\n", "each l_SeekNext 1 until eol=1\nend"},
+      {"$V run -qk s.vx", 1, "on\n",
+       "vorlix: s.vx:1: l_GetCurr answered 2002\nvorlix: s.vx:3: round is 1, not 2\nvorlix: s.vx:6: cannot read "
+       "nosuch: *\n"
+       "vorlix: s.vx: 3 lines failed\n",
+       "l_GetCurr 1\neach l_CreateList a until hdl=2\n=> round=2\nend\necho on\nread x nosuch\n"},
+      {"$V run -k s.vx", 2, "", "vorlix: s.vx:2: hdl: *", "set x a\nl_GetCurr $x"},
       {"$V run s.vx", 2, "", "vorlix: s.vx:2: hdl: \"a\" is not a number\n", "set x a\nl_GetCurr $x"},
       {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot read nosuch: No such file or directory\n", "read x nosuch"},
       {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot read .: Is a directory\n", "read x ."},

@@ -17,7 +17,7 @@ namespace {
 // Plays a script against a server that gives back what it is given.
 void Play(const std::string& script) {
   const auto echo = [](std::string_view, const std::vector<host::Arg>& args) { return host::Result{0, args}; };
-  Player(echo, "s.vx", true).Play(ParseScript(script, "s.vx"));
+  Player(echo, "s.vx", {.quiet = true}).Play(ParseScript(script, "s.vx"));
 }
 
 // What a script that is right does is for the call scripts to show.

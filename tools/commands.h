@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/failure.h"
+#include "tools/player.h"
 #include "tools/session.h"
 
 namespace vorlix::tool {
@@ -14,7 +15,7 @@ namespace vorlix::tool {
 Status CallFunction(const Options& options, const std::vector<std::string>& words, bool json);
 
 /// `vorlix run`: runs the script in a file, or in standard input for "-", against one server.
-Status RunScript(const Options& options, const std::string& path, bool quiet);
+Status RunScript(const Options& options, const std::string& path, const PlayOptions& play);
 
 /// `vorlix functions`: prints all functions by family, or all about the one that is named.
 Status ListFunctions(const std::string& name);

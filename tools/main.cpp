@@ -22,7 +22,8 @@ class CommandLine {
     for (CLI::App* const app : {&app_, call_, run_}) AddServerOptions(*app);
     call_->add_flag("--json", json_, "Print one JSON object; texts that are not UTF-8 become {\"hex\": \"...\"}");
     call_->prefix_command()->allow_extras();  // from NAME on, nothing is an option
-    run_->add_flag("-q,--quiet", quiet_, "Print only what the script prints by itself");
+    run_->add_flag("-q,--quiet", play_.quiet, "Print only what the script prints by itself");
+    run_->add_flag("-k,--keep-going", play_.keep_going, "Report every line that fails, not the first alone");
     run_->add_option("FILE", path_, "The script, or - for standard input")->required();
     functions_->add_option("NAME", function_, "The function to describe");
   }
@@ -36,7 +37,7 @@ class CommandLine {
 
   Status Execute() const {
     if (call_->parsed()) return CallFunction(options_, call_->remaining(), json_);
-    if (run_->parsed()) return RunScript(options_, path_, quiet_);
+    if (run_->parsed()) return RunScript(options_, path_, play_);
     return ListFunctions(function_);
   }
 
@@ -67,7 +68,7 @@ class CommandLine {
 
   Options options_;
   bool json_ = false;
-  bool quiet_ = false;
+  PlayOptions play_;
   std::string path_;
   std::string function_;
   CLI::App app_{"Calls the functions of the server."};

@@ -58,8 +58,8 @@ bool Compare(Comparison comparison, const std::string& text, const std::string& 
 
 }  // namespace
 
-Player::Player(host::Caller call, std::string_view name, bool quiet)
-    : call_(std::move(call)), name_(name), quiet_(quiet) {
+Player::Player(host::Caller call, std::string_view name, const PlayOptions& options)
+    : call_(std::move(call)), name_(name), options_(options) {
   const std::string directory = std::filesystem::path(name_).parent_path().string();
   scope_.Set("here", directory.empty() ? "." : directory);
 }
@@ -70,9 +70,23 @@ void Player::Play(const std::vector<Statement>& statements) {
   } catch (const std::exception& error) {
     throw ToolError(StatusOf(error), Place(name_, line_) + error.what());
   }
+  if (failed_ == 0) return;
+  throw ToolError(Status::OtherCode,
+                  name_ + ": " + std::to_string(failed_) + (failed_ == 1 ? " line" : " lines") + " failed");
 }
 
+// Without a server there is nothing to go on with, and a line of a loop is one of its rounds: the loop goes on.
 void Player::Run(const Statement& statement) {
+  try {
+    Execute(statement);
+  } catch (const ToolError& error) {
+    if (!options_.keep_going || error.GetStatus() != Status::OtherCode) throw;
+    std::fprintf(stderr, "vorlix: %s%s\n", Place(name_, line_).c_str(), error.what());
+    ++failed_;
+  }
+}
+
+void Player::Execute(const Statement& statement) {
   line_ = statement.line;
   switch (statement.kind) {
     case Kind::Call: RunCall(statement); break;
@@ -181,7 +195,7 @@ void Player::Expect(const std::vector<Condition>& conditions) {
 }
 
 void Player::PrintLine(const std::string& line) const {
-  if (!quiet_) Print((line.empty() ? "" : std::string(2 * depth_, ' ')) + line + '\n');
+  if (!options_.quiet) Print((line.empty() ? "" : std::string(2 * depth_, ' ')) + line + '\n');
 }
 
 }  // namespace vorlix::tool

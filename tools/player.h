@@ -12,17 +12,25 @@
 
 namespace vorlix::tool {
 
+struct PlayOptions {
+  bool quiet = false;       // prints only what the script prints by itself
+  bool keep_going = false;  // reports a line that fails on standard error, and goes on with the next
+};
+
 class Player {
  public:
   /// Every call is made by `call`. `name` is the script's name in messages. Standard output gets what the script prints
-  /// by itself and, unless `quiet`, its comments and every call as a line of a script that expects what came back.
-  Player(host::Caller call, std::string_view name, bool quiet);
+  /// by itself and, unless quiet, its comments and every call as a line of a script that expects what came back.
+  Player(host::Caller call, std::string_view name, const PlayOptions& options = {});
 
-  /// Runs the statements in order. Throws ToolError with the place of the first one that fails.
+  /// Runs the statements in order. Throws ToolError with the place of the first one that fails; when it keeps going, at
+  /// the end with the number of those that failed.
   void Play(const std::vector<Statement>& statements);
 
  private:
+  /// Runs a statement; when it fails and the player keeps going, counts it.
   void Run(const Statement& statement);
+  void Execute(const Statement& statement);
   void RunCall(const Statement& statement);
   void RunEach(const Statement& statement);
   void RunCheck(const Statement& statement);
@@ -41,9 +49,10 @@ class Player {
 
   host::Caller call_;
   std::string name_;
-  bool quiet_;
-  int line_ = 0;      // of the statement that runs
-  size_t depth_ = 0;  // loops around it
+  PlayOptions options_;
+  size_t failed_ = 0;  // statements, when it keeps going
+  int line_ = 0;       // of the statement that runs
+  size_t depth_ = 0;   // loops around it
   Scope scope_;
 };
 

@@ -19,10 +19,10 @@ std::string ReadScript(const std::string& path) {
 
 }  // namespace
 
-Status RunScript(const Options& options, const std::string& path, bool quiet) {
+Status RunScript(const Options& options, const std::string& path, const PlayOptions& play) {
   const std::vector<Statement> statements = ParseScript(ReadScript(path), path);
   const auto server = StartServer(options);
-  Player(std::bind_front(&host::Server::Call, server.get()), path, quiet).Play(statements);
+  Player(std::bind_front(&host::Server::Call, server.get()), path, play).Play(statements);
   return Status::Ok;
 }
 

@@ -53,15 +53,13 @@ constexpr uint32_t NotifyFlags() {
   return flags;
 }
 
-bool IsLetter(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
-
 // The flag of the next word, 0 when there is no such word. Skips what stands before the word and the one character
 // behind it, which becomes its NUL: so a text can end in one character that is no letter, but not in two, where the
 // second announces a word that does not come.
 uint32_t NextNotifyFlag(char*& text) {
-  while (*text != '\0' && !IsLetter(*text)) ++text;
+  while (*text != '\0' && !IsNameLetter(*text)) ++text;
   const char* const word = text;
-  while (IsLetter(*text)) ++text;
+  while (IsNameLetter(*text)) ++text;
   if (*text != '\0') *text++ = '\0';
   const auto* const row =
       std::ranges::find_if(NOTIFY_WORDS, [word](const NotifyWord& entry) { return EqualNoCase(entry.word, word); });
