@@ -38,10 +38,11 @@ TEST(Xpack, ReadsItems) {
       {"Xab.0=a\0b;Nab.1=;"s, {"Xab~~003~a\0bNAB~01~~$"s}}, {"X" + n79 + ".3=;", {"x" + n79 + "~3~0~$"}},
       {"corrupt (1) at 0", {"Yabc~0~0~$", "X9abc~0~0~$", "X_~0~0~$", "X~0~0~$", "Xa.b~0~0~$", "X\xE4~0~0~$",
                             "Xn" + n79 + "~3~0~$", "Xa~-1~0~$", "Xa~1$", "Xa~2147483648~0~$"}},
-      {"corrupt (2) at 0", {""}}, {"corrupt (2) at 2", {"X"}}, {"corrupt (2) at 7", {"Xab~12"}},
+      {"corrupt (2) at 0", {""}}, {"corrupt (2) at 1", {"X"}}, {"corrupt (2) at 6", {"Xab~12"}},
+      {"Xa.0=b;corrupt (2) at 8", {"Xa~0~1~b"}}, {"corrupt (4) at 6", {"Xa~0~3"}},
       {"corrupt (3) at 5", {"Xa~0~x~$", "Xa~0~3$", "Xa~0~-1~a$", "Xa~0~+1~a$", "Xa~0~4294967296~a$"}},
       {"Xa.0=b;corrupt (3) at 13", {"Xa~0~1~bXa~0~" + std::string(300, '1') + "~a$"}},
-      {"corrupt (4) at 10", {"Xa~0~3", "Xa~0~3~ab"}}, {"corrupt (4) at 4294967311", {"Xa~0~4294967295~a$"}},
+      {"corrupt (4) at 10", {"Xa~0~3~ab"}}, {"corrupt (4) at 4294967311", {"Xa~0~4294967295~a$"}},
   };
   for (const auto& [read, xbufs] : ROWS)
     for (const std::string& xbuf : xbufs) EXPECT_EQ(Read(xbuf), read) << xbuf;

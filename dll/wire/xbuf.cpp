@@ -139,22 +139,30 @@ int64_t xunpack_value(std::string_view src, XbufItem& item) {
 
 XbufReader::Step XbufReader::Next(XbufItem& item) {
   if (fault_ != XBUF_SOUND) return Step::Corrupt;
-  if (Rest().empty()) {
-    fault_ = XBUF_HEADER_PAST_END;
-    return Step::Corrupt;
-  }
-  if (Rest().front() == END_MARK) return Step::End;
-  const bool read = Advance(xunpack_item(Rest(), item), XBUF_BAD_HEADER, XBUF_HEADER_PAST_END) &&
-                    Advance(xunpack_value(Rest(), item), XBUF_BAD_LENGTH, XBUF_VALUE_PAST_END);
-  return read ? Step::Item : Step::Corrupt;
+  if (!Rest().empty() && Rest().front() == END_MARK) return Step::End;
+  return ReadHeader(item) && ReadValue(item) ? Step::Item : Step::Corrupt;
 }
 
-bool XbufReader::Advance(int64_t consumed, XbufFault malformed, XbufFault past_end) {
-  if (consumed < 0)
-    fault_ = malformed;
-  else if ((offset_ += consumed) > static_cast<int64_t>(xbuf_.size()))
-    fault_ = past_end;
-  return fault_ == XBUF_SOUND;
+bool XbufReader::Stop(XbufFault fault) {
+  fault_ = fault;
+  return false;
+}
+
+bool XbufReader::ReadHeader(XbufItem& item) {
+  const int64_t consumed = xunpack_item(Rest(), item);
+  if (consumed < 0) return Stop(XBUF_BAD_HEADER);
+  const int64_t end = offset_ + consumed;
+  offset_ = std::min(end, Size());
+  return end <= Size() ? true : Stop(XBUF_HEADER_PAST_END);
+}
+
+bool XbufReader::ReadValue(XbufItem& item) {
+  const bool is_length_whole = Rest().find(SEPARATOR) != std::string_view::npos;
+  const int64_t consumed = xunpack_value(Rest(), item);
+  if (consumed < 0) return Stop(XBUF_BAD_LENGTH);
+  const int64_t end = offset_ + consumed;
+  offset_ = is_length_whole ? end : Size();
+  return end <= Size() ? true : Stop(XBUF_VALUE_PAST_END);
 }
 
 }  // namespace vorlix

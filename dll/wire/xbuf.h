@@ -87,13 +87,16 @@ class XbufReader {
   Step Next(XbufItem& item);
 
   XbufFault Fault() const { return fault_; }
-  /// Bytes read so far. With a fault: where a malformed piece starts, or where a piece ends that goes on past the end,
-  /// as far as that is known, which is at least a byte past it. For an XBUF without its "$": its length.
+  /// Bytes read so far. With a fault: where a malformed piece starts; the end of the XBUF when that cuts a header or a
+  /// length off; where a value would end that goes on past the end.
   int64_t Offset() const { return offset_; }
 
  private:
+  int64_t Size() const { return static_cast<int64_t>(xbuf_.size()); }
   std::string_view Rest() const { return xbuf_.substr(static_cast<size_t>(offset_)); }
-  bool Advance(int64_t consumed, XbufFault malformed, XbufFault past_end);
+  bool Stop(XbufFault fault);
+  bool ReadHeader(XbufItem& item);
+  bool ReadValue(XbufItem& item);
 
   std::string_view xbuf_;
   int64_t offset_ = 0;
