@@ -24,8 +24,8 @@ struct Arg {
   /// Whether the host takes a value back. In a Result: false when the server said that it gave none back.
   bool by_ref = false;
 
-  /// Texts: the most bytes that each element can hold. Elements longer than that are sent as they are, which the server
-  /// answers with an error.
+  /// Texts: the most bytes that each element can hold. Elements longer than that are sent as they are; the
+  /// server reads them, and writes no more than that.
   int32_t capacity = 0;
 
   HostClass Class() const { return static_cast<HostClass>(values.index() + 1); }

@@ -72,7 +72,7 @@ TEST(HostXbuf, IsReadAndWritten) {
       {"Xa-b~0~0~$", "XBUF: bad type letter, name or element index at offset 0"},
       {"X~0~0~$", "XBUF: bad type letter, name or element index at offset 0"},
       {"Xn" + longest.substr(1), "XBUF: bad type letter, name or element index at offset 0"},
-      {"Xabc", "XBUF: no $ at offset 5"},
+      {"Xabc", "XBUF: no $ at offset 4"},
       {"Xa~-1~0~$", "XBUF: bad type letter, name or element index at offset 0"},
       {"Xa~2147483648~0~$", "XBUF: bad type letter, name or element index at offset 0"},
       {"Xa~0~9x~$", "XBUF: bad length at offset 5"},

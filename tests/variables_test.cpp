@@ -55,6 +55,33 @@ TEST(Variables, AgreeWithASearchFromTheFront) {
   for (const Entry& entry : model) v_Unset(TestString(9, entry.name));
 }
 
+// Of a field description only the parts that come back are looked at, and only the room that there is changes.
+TEST(FieldDescriptions, TakeNeitherMemoryNorRoomThatIsNotTheirs) {
+  const struct {
+    std::string text;
+    int32_t room;
+    std::string begins;  // afterwards
+  } rows[] = {{"FELD:U,7,M" + std::string(4'000'000, ',') + ";", 6, "feld:u,7,M,"}, {"FELD:U,7,M;", -1, "FELD:U,7,M;"}};
+  for (const auto& row : rows) {
+    std::string memory = row.text;
+    DllString udata{row.room, static_cast<int32_t>(memory.size()), memory.data()};
+    TestString type(1);
+    int32_t length = 0;
+    int32_t rest = 0;
+    int32_t mandatory = 0;
+    int32_t rc = 0;
+    double real = 0;
+    {
+      const test::FailAllocation fail(0, true);
+      u_udata(udata, type, IntByReference(&length), IntByReference(&rest), IntByReference(&rest),
+              IntByReference(&mandatory), real, real, IntByReference(&rc));
+    }
+    EXPECT_EQ(type.View(), "U") << row.room;
+    EXPECT_TRUE(rc == 1 && length == 7 && mandatory == 1) << row.room << ": " << rc;
+    EXPECT_EQ(memory.substr(0, row.begins.size()), row.begins) << row.room;
+  }
+}
+
 // A long value needs new memory after that of the last one was given back.
 TEST(Variables, GiveBackTheMemoryOfTheirValues) {
   const TestString name(1, "a");

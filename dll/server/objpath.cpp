@@ -1,5 +1,6 @@
 // Object paths, whose components are separated by ".", and field descriptions of the "feld:" notation.
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -26,34 +27,33 @@ int32_t ReturnLower(std::string_view component, DllString& to) {
   return code;
 }
 
-// The parts between "feld:" and the first ";" behind it. Each is looked for when it is asked for: a host can send
-// millions.
+// The parts between "feld:" and the first ";" behind it, as many as a field description has. They borrow from the text,
+// which the host may change meanwhile: each is used through a copy in lower case.
 class UdataParts {
  public:
   enum class Outcome { NoField, NoEnd, Split };
 
-  // `text` is borrowed.
   Outcome Split(std::string_view text) {
     constexpr std::string_view MARKER = "feld:";
     text = BeforeNul(text);
-    const size_t marker = text.find(MARKER);
-    if (marker == std::string_view::npos) return Outcome::NoField;
-    text.remove_prefix(marker + MARKER.size());
+    const auto marker = std::ranges::search(text, MARKER, {}, LowerCase);
+    if (marker.empty()) return Outcome::NoField;
+    text = {marker.end(), text.end()};
     const size_t end = text.find(';');
     if (end == std::string_view::npos) return Outcome::NoEnd;
-    parts_ = text.substr(0, end);
+    text = text.substr(0, end);
+    for (std::string_view& part : parts_) {
+      part = text.substr(0, text.find(','));
+      text.remove_prefix(std::min(part.size() + 1, text.size()));
+    }
     return Outcome::Split;
   }
 
-  // Part `index`, empty when the text has fewer.
+  // Part `index`, empty when the text has fewer. It ends where a number that is read from it ends at the latest.
   std::string At(size_t index) const {
-    std::string_view rest = parts_;
-    for (; index > 0; --index) {
-      const size_t comma = rest.find(',');
-      if (comma == std::string_view::npos) return {};
-      rest.remove_prefix(comma + 1);
-    }
-    return std::string(rest.substr(0, rest.find(',')));
+    std::string part(parts_[index]);
+    std::ranges::transform(part, part.begin(), LowerCase);
+    return part;
   }
   int32_t IntAt(size_t index) const { return ReadNumber(At(index).c_str()); }
   double RealAt(size_t index, size_t from) const {
@@ -63,7 +63,7 @@ class UdataParts {
   int32_t IsMandatory(size_t index) const { return At(index).starts_with('m') ? 1 : 0; }
 
  private:
-  std::string_view parts_;
+  std::array<std::string_view, 7> parts_;  // a number has the most
 };
 
 }  // namespace
@@ -92,12 +92,10 @@ int32_t u_udata(InOut<String> Udata, Out<String> Feldtyp, Out<IntByReference> Fl
   for (IntByReference result : {Fld_length, Fld_nk, Numtyp, Mussfeld}) result.Set(0);
   Numvon = 0.0;
   Numbis = 0.0;
-  std::string text(Udata.View());
-  std::transform(text.begin(), text.end(), text.begin(), LowerCase);
   LowerInPlace(Udata);
 
   UdataParts parts;
-  const UdataParts::Outcome outcome = parts.Split(text);
+  const UdataParts::Outcome outcome = parts.Split(Udata.View());
   if (outcome != UdataParts::Outcome::Split) {
     rc.Set(outcome == UdataParts::Outcome::NoField ? 0 : -1);
     return RESULT_OK;
