@@ -92,7 +92,7 @@ double ReadNum(const std::string& text) {
   static FieldBuffer out;
   double value = 0;
   char badchar = 0;
-  ScanNum(value, out, text, 2, 0, 0, FMCHK_NONE, badchar);
+  bench::Expect(ScanNum(value, out, text, 2, 0, 0, FMCHK_NONE, badchar) == SCAN_OK, "a number is refused");
   return value;
 }
 

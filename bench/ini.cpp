@@ -242,9 +242,9 @@ void MeasureRewrite(const char* what) {
   std::ifstream file(path);
   const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   std::vector<Contender> contenders = {{"IniSetString", [] {
-                                          const int done =
+                                          const bool done =
                                               IniSetString(LAST_SECTION, LAST_ENTRY, NextValue(), path.c_str());
-                                          Expect(done == 1, "IniSetString fails");
+                                          Expect(done, "IniSetString fails");
                                         }}};
 #ifdef HAVE_GLIB
   contenders.push_back({"GKeyFile (flushes)", RewriteGlib, REWRITE_GOAL});

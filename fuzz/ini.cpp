@@ -41,10 +41,14 @@ void Walk(int hdl, char step, uint8_t size) {
   const std::unique_ptr<char[]> first(new char[size]);  // guarded to the last byte
   const std::unique_ptr<char[]> second(new char[size]);
   switch (step) {
-    case 'l': IniNextLine(hdl, first.get(), size); break;
-    case 's': IniNextSection(hdl, first.get(), size); break;
-    case 'e': IniNextEntry(hdl, first.get(), size, second.get(), size); break;
-    case 'f': IniFindSection(hdl, IniNextSection(hdl, first.get(), size) == INI_INSIDE ? first.get() : ""); break;
+    case 'l': static_cast<void>(IniNextLine(hdl, first.get(), size)); break;
+    case 's': static_cast<void>(IniNextSection(hdl, first.get(), size)); break;
+    case 'e': static_cast<void>(IniNextEntry(hdl, first.get(), size, second.get(), size)); break;
+    case 'f': {
+      const bool inside = IniNextSection(hdl, first.get(), size) == INI_INSIDE;
+      static_cast<void>(IniFindSection(hdl, inside ? first.get() : ""));
+      break;
+    }
     default: break;
   }
 }
@@ -80,7 +84,7 @@ void Rewrite(const std::string& path, uint8_t choice, bool new_name) {
   // What such a name would make is no entry, and a text that goes on behind a NUL is not what is read of it.
   const bool is_plain = !set.name.starts_with('[') && !set.name.starts_with(';') && !set.name.starts_with('#');
   if (!is_plain || set.name.size() > 1000 || bytes.find('\0') != std::string::npos) return;
-  Require(IniSetString(set.section, set.name, set.value, path.c_str()) == 1, "the file can be rewritten");
+  Require(IniSetString(set.section, set.name, set.value, path.c_str()), "the file can be rewritten");
   Text value;
   IniGetString(set.section, set.name, "?", value.data(), INI_TEXT_SIZE, path.c_str());
   Require(value.data() == set.value, "what was set is read");

@@ -63,7 +63,7 @@ void Run(Input input);
 
 /// How libFuzzer calls the target.
 extern "C" [[gnu::used]] inline int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  static const int32_t setup = vorlix::define_locale("LANG=C");
+  static const int32_t setup = vorlix::DescribeLanguages("LANG=C");
   vorlix::fuzz::Require(setup == 0, "there is a \"C\" locale");
   vorlix::fuzz::Run({bytes, size});
   return 0;

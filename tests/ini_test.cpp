@@ -115,8 +115,8 @@ TEST_F(Ini, ReadsNamesInTheLanguage) {
   const std::string path = Make("[i\xe4]\nifi=7\n");
   std::array<char, 9> section, entry, value;
   const int hdl = IniOpen(path.c_str(), "");
-  IniNextSection(hdl, section.data(), 9);
-  IniNextEntry(hdl, entry.data(), 9, value.data(), 9);
+  EXPECT_EQ(IniNextSection(hdl, section.data(), 9), INI_INSIDE);
+  EXPECT_EQ(IniNextEntry(hdl, entry.data(), 9, value.data(), 9), INI_INSIDE);
   EXPECT_EQ(section.data() + "."s + entry.data(), "I\xc4.IFI");
   EXPECT_EQ(IniGetInt("I\xc4", "IFI", 5, path.c_str()), 7);
   std::setlocale(LC_CTYPE, "C");

@@ -26,44 +26,46 @@ inline constexpr int INI_HANDLE_COUNT = 3;
 /// Room that any line, name or value fits into with its NUL.
 inline constexpr int INI_TEXT_SIZE = 1024;
 
-/// Where the walk through a file stands.
-enum IniState : int {
-  INI_INSIDE = 0,       // in a section, more lines may follow
-  INI_ENDED = 1,        // the section or the file has ended, or the section was not found
-  INI_HEADER_NEXT = 2,  // the next line begins with '[' and has been left unread
+/// Where the walk through a file stands, or that a step of it failed.
+enum [[nodiscard]] IniState : int{
+    INI_FAILED = -1,      // errno says why
+    INI_INSIDE = 0,       // in a section, more lines may follow
+    INI_ENDED = 1,        // the section or the file has ended, or the section was not found
+    INI_HEADER_NEXT = 2,  // the next line begins with '[' and has been left unread
 };
 
 // ---- Walking --------------------------------------------------------------------------------------------------------
 //
 // Buffers are `size` bytes large: at most size - 1 characters arrive, and a NUL. Every operation that returns a state
-// returns -1 instead, with errno set, for a handle that is not open or a size below 1 (EINVAL), and when the file
-// cannot be read on (as the system says); IniNextLine says so once.
+// fails for a handle that is not open or a size below 1 (EINVAL), and when the file cannot be read on (as the system
+// says); IniNextLine says so once.
 
 /// Opens a regular file at the first line of `section`, or at its start when `section` is empty. A section that does
-/// not exist leaves the state INI_ENDED. Returns the lowest free handle, or -1 with errno set: ENOSPC when all handles
-/// are in use, else what the system says; directories are EISDIR, devices and pipes ENODEV.
-int IniOpen(const char* path, std::string_view section);
+/// not exist leaves the state INI_ENDED. Gives the lowest free handle, or NO_INI_HANDLE with errno set: ENOSPC when all
+/// handles are in use, else what the system says; directories are EISDIR, devices and pipes ENODEV.
+inline constexpr int NO_INI_HANDLE = -1;
+[[nodiscard]] int IniOpen(const char* path, std::string_view section);
 
-/// Gives a handle back. Returns 0, also when nothing was open; -1 with errno EINVAL for a number that is no handle, and
+/// Gives a handle back. True, also when nothing was open; false with errno EINVAL for a number that is no handle, and
 /// for all numbers before the first IniOpen and after IniCloseAll.
-int IniClose(int hdl);
+bool IniClose(int hdl);
 
 void IniCloseAll();
 
 /// Starts again from the top: to the first line of `section`, or to the start of the file when it is empty.
-int IniFindSection(int hdl, std::string_view section);
+IniState IniFindSection(int hdl, std::string_view section);
 
 /// Reads the next line of the section as it stands, comments and line feeds included; of a line that is longer than the
 /// buffer each part counts as a line, and a buffer without room for a character brings the line no further. In the
 /// states INI_ENDED and INI_HEADER_NEXT it reads nothing.
-int IniNextLine(int hdl, char* buf, int size);
+IniState IniNextLine(int hdl, char* buf, int size);
 
 /// Goes to the next section header, whatever the state, and gives its name in upper case.
-int IniNextSection(int hdl, char* name, int size);
+IniState IniNextSection(int hdl, char* name, int size);
 
 /// Goes to the next entry of the section, whatever the state, and gives its name in upper case and its value as
 /// written.
-int IniNextEntry(int hdl, char* item, int isize, char* value, int vsize);
+IniState IniNextEntry(int hdl, char* item, int isize, char* value, int vsize);
 
 // ---- One entry ------------------------------------------------------------------------------------------------------
 
@@ -77,8 +79,8 @@ int IniGetString(std::string_view section, std::string_view entry, std::string_v
 int32_t IniGetInt(std::string_view section, std::string_view entry, int32_t fallback, const char* path);
 
 /// Replaces the first such entry in the first such section, or adds it at the section's end, after adding the section
-/// at the end of the file where needed; a missing file is created. Returns 1; 0 when it failed, and the file stands as
-/// it was.
-int IniSetString(std::string_view section, std::string_view entry, std::string_view value, const char* path);
+/// at the end of the file where needed; a missing file is created. False when it failed, and the file stands as it
+/// was.
+bool IniSetString(std::string_view section, std::string_view entry, std::string_view value, const char* path);
 
 }  // namespace vorlix

@@ -14,7 +14,7 @@ namespace {
 
 struct IniHandle {
   IniFile file;
-  int state = INI_ENDED;
+  IniState state = INI_ENDED;
 };
 
 // The blocks are static, so no operation can run out of memory.
@@ -29,9 +29,14 @@ void LoadUpperCase() {
   for (size_t c = 0; c < upper_case.size(); ++c) upper_case[c] = UpperCase(static_cast<char>(c));
 }
 
-int Fail(int error) {
+IniState Fail(int error) {
   errno = error;
-  return -1;
+  return INI_FAILED;
+}
+
+int NoHandle(int error) {
+  errno = error;
+  return NO_INI_HANDLE;
 }
 
 bool InTable(int hdl) { return table_set_up && hdl >= 0 && hdl < INI_HANDLE_COUNT; }
@@ -47,12 +52,12 @@ IniHandle* FindHandle(int hdl) {
 }
 
 // What is returned when no further line came.
-int EndOfLines(IniHandle& handle) {
+IniState EndOfLines(IniHandle& handle) {
   handle.state = INI_ENDED;
   return handle.file.Error() != 0 ? Fail(handle.file.Error()) : handle.state;
 }
 
-int EnterSection(IniHandle& handle, std::string_view section) {
+IniState EnterSection(IniHandle& handle, std::string_view section) {
   if (!SeekSection(handle.file, section)) return EndOfLines(handle);
   return handle.state = INI_INSIDE;
 }
@@ -81,21 +86,24 @@ bool FindEntry(IniFile& file, std::string_view section, std::string_view name, I
 int IniOpen(const char* path, std::string_view section) {
   table_set_up = true;
   const auto free = std::find_if(handles.begin(), handles.end(), [](const IniHandle& h) { return !h.file.IsOpen(); });
-  if (free == handles.end()) return Fail(ENOSPC);
-  if (const int error = free->file.Open(path); error != 0) return Fail(error);
+  if (free == handles.end()) return NoHandle(ENOSPC);
+  if (const int error = free->file.Open(path); error != 0) return NoHandle(error);
   LoadUpperCase();
-  EnterSection(*free, section);
-  if (const int error = free->file.Error(); error != 0) {
+  if (EnterSection(*free, section) == INI_FAILED) {
+    const int error = errno;
     free->file.Close();
-    return Fail(error);
+    return NoHandle(error);
   }
   return static_cast<int>(free - handles.begin());
 }
 
-int IniClose(int hdl) {
-  if (!InTable(hdl)) return Fail(EINVAL);
+bool IniClose(int hdl) {
+  if (!InTable(hdl)) {
+    errno = EINVAL;
+    return false;
+  }
   handles[static_cast<size_t>(hdl)].file.Close();
-  return 0;
+  return true;
 }
 
 void IniCloseAll() {
@@ -103,16 +111,16 @@ void IniCloseAll() {
   table_set_up = false;
 }
 
-int IniFindSection(int hdl, std::string_view section) {
+IniState IniFindSection(int hdl, std::string_view section) {
   IniHandle* handle = FindHandle(hdl);
-  if (handle == nullptr) return -1;
+  if (handle == nullptr) return INI_FAILED;
   handle->file.Rewind();
   return EnterSection(*handle, section);
 }
 
-int IniNextLine(int hdl, char* buf, int size) {
+IniState IniNextLine(int hdl, char* buf, int size) {
   IniHandle* handle = FindHandle(hdl);
-  if (handle == nullptr) return -1;
+  if (handle == nullptr) return INI_FAILED;
   if (size < 1) return Fail(EINVAL);
   if (handle->state != INI_INSIDE) return handle->state;
   std::string_view line;
@@ -127,9 +135,9 @@ int IniNextLine(int hdl, char* buf, int size) {
   return handle->state;
 }
 
-int IniNextSection(int hdl, char* name, int size) {
+IniState IniNextSection(int hdl, char* name, int size) {
   IniHandle* handle = FindHandle(hdl);
-  if (handle == nullptr) return -1;
+  if (handle == nullptr) return INI_FAILED;
   if (size < 1) return Fail(EINVAL);
   std::string_view line;
   std::string_view section;
@@ -140,9 +148,9 @@ int IniNextSection(int hdl, char* name, int size) {
   return handle->state = INI_INSIDE;
 }
 
-int IniNextEntry(int hdl, char* item, int isize, char* value, int vsize) {
+IniState IniNextEntry(int hdl, char* item, int isize, char* value, int vsize) {
   IniHandle* handle = FindHandle(hdl);
-  if (handle == nullptr) return -1;
+  if (handle == nullptr) return INI_FAILED;
   if (isize < 1 || vsize < 1) return Fail(EINVAL);
   std::string_view line;
   IniEntry entry;

@@ -83,11 +83,11 @@ bool SetString(std::string_view section, std::string_view entry, std::string_vie
 
 }  // namespace
 
-int IniSetString(std::string_view section, std::string_view entry, std::string_view value, const char* path) {
+bool IniSetString(std::string_view section, std::string_view entry, std::string_view value, const char* path) {
   try {
-    return SetString(section, entry, value, path) ? 1 : 0;
+    return SetString(section, entry, value, path);
   } catch (const std::bad_alloc&) {
-    return 0;  // nothing is allocated once the temporary file exists
+    return false;  // nothing is allocated once the temporary file exists
   }
 }
 

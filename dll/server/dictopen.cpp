@@ -77,15 +77,17 @@ class DictFile {
   DictFile(const DictFile&) = delete;
   DictFile& operator=(const DictFile&) = delete;
 
-  bool IsOpen() const { return hdl_ >= 0; }
-  int NextSection(NameText& name) const { return IniNextSection(hdl_, name.data(), static_cast<int>(name.size())); }
+  bool IsOpen() const { return hdl_ != NO_INI_HANDLE; }
+  IniState NextSection(NameText& name) const {
+    return IniNextSection(hdl_, name.data(), static_cast<int>(name.size()));
+  }
   bool NextEntry() {
     state_ =
         IniNextEntry(hdl_, item.data(), static_cast<int>(item.size()), value.data(), static_cast<int>(value.size()));
     return state_ == INI_INSIDE;
   }
   // Whether the last section has no further entry because it could not be read on.
-  bool Failed() const { return state_ < 0; }
+  bool Failed() const { return state_ == INI_FAILED; }
 
   // The entry that was read last.
   NameText item;
@@ -93,7 +95,7 @@ class DictFile {
 
  private:
   int hdl_;
-  int state_ = INI_INSIDE;
+  IniState state_ = INI_INSIDE;
 };
 
 void ReadCatalog(Dict& dict, DictFile& file) {
@@ -134,7 +136,7 @@ void StartDict(std::list<DictPtr>& fresh, const char* id, DictKind kind) {
 // Reads a whole file into a list of one dictionary. Returns what `rc_p` gets.
 int32_t ReadSections(std::list<DictPtr>& fresh, DictFile& file, const char* id, DictKind kind) {
   NameText name;
-  int status;
+  IniState status;
   while ((status = file.NextSection(name)) == INI_INSIDE) {
     if (EqualNoCase(name.data(), "xx")) {
       DebugPrint(TRACE_DICT, 2, "OpenDict() warning: obsolete section '%s'", name.data());
@@ -150,7 +152,7 @@ int32_t ReadSections(std::list<DictPtr>& fresh, DictFile& file, const char* id, 
     else if (!ReadSection(dict, file, name.data()))
       return CONTENT_REFUSED;
   }
-  if (status < 0) return MinusErrno();
+  if (status == INI_FAILED) return MinusErrno();
   return fresh.empty() ? CONTENT_REFUSED : 0;
 }
 

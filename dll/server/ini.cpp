@@ -18,14 +18,14 @@ using IniText = std::array<char, INI_TEXT_SIZE>;
 int SizeFor(const DllString& s) { return std::min(s.max, INI_TEXT_SIZE); }
 
 // A call that walks on to one text.
-int32_t ReadText(const char* function, int (*next)(int hdl, char* text, int size), int32_t hdl, DllString& buf,
+int32_t ReadText(const char* function, IniState (*next)(int hdl, char* text, int size), int32_t hdl, DllString& buf,
                  IntByReference eof) {
   DebugPrint(TRACE_INI, 3, "%s(hdl=%d)", function, hdl);
   buf.len = 0;
   IniText text;
-  const int state = next(hdl, text.data(), SizeFor(buf));
+  const IniState state = next(hdl, text.data(), SizeFor(buf));
   eof.Set(state);
-  if (state == 0) {
+  if (state == INI_INSIDE) {
     DllStrFromC(text.data(), buf);
     DebugPrint(TRACE_INI, 3, "%s: buf = \"%s\"", function, text.data());
   }
@@ -65,7 +65,7 @@ int32_t ini_SetString(zString section, zString entry, zString val, zString fname
 int32_t ini_Open(zString fname, zString section, Out<IntByReference> hdl) {
   DebugPrint(TRACE_INI, 3, "ini_Open(fname=\"%s\",section=\"%s\")", fname, section);
   int result = IniOpen(fname, section);
-  if (result < 0) result = MinusErrno();
+  if (result == NO_INI_HANDLE) result = MinusErrno();
   hdl.Set(result);
   DebugPrint(TRACE_INI, 3, "ini_Open: hdl = %d", result);
   return RESULT_OK;
@@ -73,7 +73,7 @@ int32_t ini_Open(zString fname, zString section, Out<IntByReference> hdl) {
 
 int32_t ini_Close(IntByValue hdl, Out<IntByReference> rc) {
   DebugPrint(TRACE_INI, 3, "ini_Close(hdl=%d)", hdl);
-  rc.Set(IniClose(hdl));
+  rc.Set(IniClose(hdl) ? 0 : -1);
   return RESULT_OK;
 }
 
@@ -85,7 +85,7 @@ int32_t ini_CloseAll() {
 
 int32_t ini_FindSection(IntByValue hdl, zString section, Out<IntByReference> eof) {
   DebugPrint(TRACE_INI, 3, "ini_FindSection(hdl=%d,section=\"%s\")", hdl, section);
-  const int state = IniFindSection(hdl, section);
+  const IniState state = IniFindSection(hdl, section);
   eof.Set(state);
   DebugPrint(TRACE_INI, 3, "ini_FindSection: eof = %d", state);
   return RESULT_OK;
@@ -104,9 +104,9 @@ int32_t ini_NextEntry(IntByValue hdl, Out<String> item, Out<String> value, Out<I
   item.len = value.len = 0;
   IniText name;
   IniText text;
-  const int state = IniNextEntry(hdl, name.data(), SizeFor(item), text.data(), SizeFor(value));
+  const IniState state = IniNextEntry(hdl, name.data(), SizeFor(item), text.data(), SizeFor(value));
   eof.Set(state);
-  if (state == 0) {
+  if (state == INI_INSIDE) {
     DllStrFromC(name.data(), item);
     DllStrFromC(text.data(), value);
     DebugPrint(TRACE_INI, 3, "ini_NextEntry: item = \"%s\", value = \"%s\"", name.data(), text.data());

@@ -135,15 +135,15 @@ bool TakeLine(Module& module, const char* item, const char* value, int32_t& rc) 
 // Reads the lines of the section. Returns 0, or what `rc_p` is to say.
 int32_t ReadModule(Module& module, const char* fname) {
   const int hdl = IniOpen(fname, module.section.get());
-  if (hdl < 0) return MinusErrno();
+  if (hdl == NO_INI_HANDLE) return MinusErrno();
   int32_t rc = 0;
   std::array<char, 80> item;
   std::array<char, 256> value;
-  int state;
+  IniState state;
   do state = IniNextEntry(hdl, item.data(), std::size(item), value.data(), std::size(value));
   while (state == INI_INSIDE && TakeLine(module, item.data(), value.data(), rc));
-  if (state < 0 && rc == 0) rc = MinusErrno();
-  const int closed = IniClose(hdl);
+  if (state == INI_FAILED && rc == 0) rc = MinusErrno();
+  const int32_t closed = IniClose(hdl) ? 0 : -1;
   return rc != 0 ? rc : closed;
 }
 

@@ -36,9 +36,10 @@ class UdataParts {
   Outcome Split(std::string_view text) {
     constexpr std::string_view MARKER = "feld:";
     text = BeforeNul(text);
-    const auto marker = std::ranges::search(text, MARKER, {}, LowerCase);
-    if (marker.empty()) return Outcome::NoField;
-    text = {marker.end(), text.end()};
+    const auto* const marker = std::search(text.begin(), text.end(), MARKER.begin(), MARKER.end(),
+                                           [](char own, char wanted) { return LowerCase(own) == wanted; });
+    if (marker == text.end()) return Outcome::NoField;
+    text.remove_prefix(static_cast<size_t>(marker - text.begin()) + MARKER.size());
     const size_t end = text.find(';');
     if (end == std::string_view::npos) return Outcome::NoEnd;
     text = text.substr(0, end);
