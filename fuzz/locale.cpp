@@ -15,7 +15,7 @@ void Run(Input input) {
   static const std::string plain_tables(CSDX_Contents()->substr(HEADER_SIZE, TABLES_SIZE));
   const std::string_view bytes = input.Rest();
   const std::string text = (bytes.size() < TABLES_SIZE ? plain_tables : "") + std::string(bytes);
-  if (GetLocaleInfo(text.data(), text.size()) != 0) return;
+  if (GetLocaleInfo(text.data(), text.size()) != LocaleInfo::Ok) return;
 
   FieldBuffer shown;
   FieldBuffer out;
@@ -23,18 +23,18 @@ void Run(Input input) {
   int32_t value = 0;
   for (const double amount : {1234567.891, -0.5}) {
     FldFmtNum(shown, amount, 20, 3, "RTPG");
-    FldScanNum(number, out, shown.View(), "", 3, 0, 0, "");
+    static_cast<void>(FldScanNum(number, out, shown.View(), "", 3, 0, 0, ""));
   }
   for (const char* format : {"", "%c|%x|%X", "%p %I %a %A %b %B", "%.2A%30b"}) {
     FldFmtDate(shown, 10227, true, 60, format);
-    FldScanDate(value, out, shown.View(), "GREG", format, "");
+    static_cast<void>(FldScanDate(value, out, shown.View(), "GREG", format, ""));
     FldFmtWeek(shown, 199952, 0, "KW", format);
-    FldScanWeek(value, out, shown.View(), "KW", format, "");
-    FldScanMonth(value, out, shown.View(), "", format, "[A-Z0-9/]*");
+    static_cast<void>(FldScanWeek(value, out, shown.View(), "KW", format, ""));
+    static_cast<void>(FldScanMonth(value, out, shown.View(), "", format, "[A-Z0-9/]*"));
     FldFmtTime(shown, 45000, 30, format);
   }
   FldFmtText(shown, bytes, 40, "RU");
-  FldScanText(out, shown.View(), 40, "V", "[^a-z]*");
+  static_cast<void>(FldScanText(out, shown.View(), 40, "V", "[^a-z]*"));
 }
 
 }  // namespace vorlix::fuzz
