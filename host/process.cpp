@@ -4,7 +4,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -73,7 +72,6 @@ struct Launch {
   char** environment;
   int error_end;   // becomes standard error; -1: it stays
   int report_end;  // takes errno when the program cannot be executed; closed by a successful exec
-  pid_t host;
 };
 
 // Puts the pipe at descriptor 2. It may have got that number when the host has no standard error of its own.
@@ -86,8 +84,6 @@ void ConnectStandardError(int error_end) {
 
 [[noreturn]] void RunServer(const Launch& launch) {
   for (int signal = 1; signal < NSIG; ++signal) std::signal(signal, SIG_DFL);
-  prctl(PR_SET_PDEATHSIG, SIGTERM);
-  if (getppid() != launch.host) _exit(EXIT_SUCCESS);  // the host died before the line above
   if (launch.error_end >= 0) ConnectStandardError(launch.error_end);
   const sigset_t kept_pending = SignalSet({SIGUSR2, SIGTERM});
   sigprocmask(SIG_SETMASK, &kept_pending, nullptr);
@@ -188,8 +184,8 @@ void Process::Start(const std::string& program, const std::vector<std::string>& 
   all_args.insert(all_args.end(), args.begin(), args.end());
   std::vector<std::string> environment = ChangedEnvironment(changes);
   auto [report, report_input] = MakePipe();
-  pid_ = ForkServer({program.c_str(), Pointers(all_args).data(), Pointers(environment).data(), error_end,
-                     report_input.Get(), getpid()});
+  pid_ = ForkServer(
+      {program.c_str(), Pointers(all_args).data(), Pointers(environment).data(), error_end, report_input.Get()});
   if (pid_ < 0) ThrowSystemError("fork");
   report_input = Descriptor();
   const int error = ExecError(report.Get());

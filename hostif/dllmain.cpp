@@ -1,14 +1,21 @@
 // The server process: start-up, the signal loop, the end.
 //
-// SIGUSR2 is blocked for good and taken by sigwait, so calls never nest; one that comes meanwhile waits for its turn. A
-// handler would do the same, and make a round trip a sixth longer. SIGTERM alone has one, and may interrupt a call
-// at any instant: its handler does nothing that is not safe then, so it ends the process with _exit; every other part
-// of the server writes its files without buffers of its own.
+// SIGUSR2 is blocked for good and taken by sigtimedwait, so calls never nest; one that comes meanwhile waits for its
+// turn. A handler would do the same, and make a round trip a sixth longer. SIGTERM alone has one, and may interrupt a
+// call at any instant: its handler does nothing that is not safe then, so it ends the process with _exit; every other
+// part of the server writes its files without buffers of its own.
+//
+// A host that dies while no call is under way cannot say so. While it waits, the server looks now and then whether its
+// host is gone and nobody else has the segment attached: then nobody can ever call it again, and it ends as SIGTERM
+// ends it. A host that goes on in a child of its own, or has not yet written its id, still has the segment attached.
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/shm.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstdio>
@@ -26,7 +33,11 @@ namespace {
 constexpr int EXIT_BAD_CALL = 2;
 constexpr int LAST_SIGNAL = 31;
 
+// Between two looks at the host.
+constexpr timespec LOOK_INTERVAL = {2, 0};
+
 void* attached = nullptr;
+int segment = -1;
 
 void ResetDispositions() {
   struct sigaction action {};
@@ -57,6 +68,7 @@ void KeepStandardError() {
 // Attaches the segment and checks that it is a call block of this version. Returns 0 or an exit status.
 int AttachBlock(int identifier) {
   shmid_ds status;
+  segment = identifier;
   attached = shmat(identifier, nullptr, 0);
   if (attached == reinterpret_cast<void*>(-1) || shmctl(identifier, IPC_STAT, &status) != 0) {
     std::perror("shmat");
@@ -98,15 +110,35 @@ void InstallEnd(const sigset_t& held) {
   sigprocmask(SIG_SETMASK, &held, nullptr);
 }
 
+// Whether no other process with this id runs. One that has ended and has not been waited for does not run any more.
+bool HasEnded(pid_t host) {
+  if (host <= 0 || host == getpid()) return true;
+  const auto pidfd = static_cast<int>(syscall(SYS_pidfd_open, host, 0));
+  if (pidfd < 0) return errno == ESRCH;
+  pollfd end = {pidfd, POLLIN, 0};
+  const bool ended = poll(&end, 1, 0) == 1;
+  close(pidfd);
+  return ended;
+}
+
+bool IsLeftAlone() {
+  shmid_ds status;
+  if (shmctl(segment, IPC_STAT, &status) != 0 || status.shm_nattch != 1) return false;
+  DllReadHeader();
+  return HasEnded(DllHostPid());
+}
+
 [[noreturn]] void ServeCalls() {
   sigset_t calls;
   sigemptyset(&calls);
   sigaddset(&calls, SIGUSR2);
   for (;;) {
-    int number = 0;
-    if (sigwait(&calls, &number) != 0) continue;
-    DllSetResult(DllCall());
-    if (!AnswerHost(DllHostPid())) raise(SIGTERM);
+    if (sigtimedwait(&calls, nullptr, &LOOK_INTERVAL) == SIGUSR2) {
+      DllSetResult(DllCall());
+      if (!AnswerHost(DllHostPid())) raise(SIGTERM);
+    } else if (errno == EAGAIN && IsLeftAlone()) {
+      raise(SIGTERM);
+    }
   }
 }
 

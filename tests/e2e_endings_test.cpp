@@ -9,10 +9,14 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <random>
 #include <set>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "host/csdx.h"
 #include "host/server.h"
@@ -108,7 +112,7 @@ TEST_F(Endings, LeaveNothingHalfDone) {
       {"SIGTERM to the server", SIGTERM, false, 200, {0, 0}, {0}, false},
       {"SIGKILL to the server", SIGKILL, false, 40, {-1, SIGKILL}, {0}, true},
       // A server that comes too late for the segment says so, often to a pipe that nobody reads any more.
-      {"SIGKILL to the host", SIGKILL, true, 200, {}, {SIGKILL, 0, W_EXITCODE(2, 0), SIGPIPE}, false},
+      {"SIGKILL to the host", SIGKILL, true, 10, {}, {SIGKILL, 0, W_EXITCODE(2, 0), SIGPIPE}, false},
   };
   std::mt19937 random{std::random_device{}()};
   // The time that a host takes to start its server and to make all its calls a few times.
@@ -132,6 +136,55 @@ TEST_F(Endings, LeaveNothingHalfDone) {
       for (const auto& entry : std::filesystem::directory_iterator(directory_.Path()))
         EXPECT_TRUE(entry.path() == ini_ || (row.may_leave_files && std::filesystem::remove(entry))) << entry.path();
     }
+}
+
+// How many hosts are lost between calls, more in a long run.
+int HostsToLose() {
+  const char* const wanted = std::getenv("VORLIX_HOSTS_TO_LOSE");
+  return wanted != nullptr ? std::atoi(wanted) : 20;
+}
+
+TEST_F(Endings, FollowHostsThatDieBetweenCalls) {
+  std::vector<pid_t> hosts;
+  progress_->rounds = 0;
+  for (int i = 0; i < HostsToLose(); ++i) {
+    hosts.push_back(fork());
+    if (hosts.back() != 0) continue;
+    ServerOptions options = test::TestServer();
+    options.segment_size = segment_size_;
+    Server server(options);
+    server.Call("l_DeleteAll");
+    ++progress_->rounds;
+    for (;;) pause();
+  }
+  while (progress_->rounds < HostsToLose()) usleep(1000);
+  EXPECT_TRUE(HasSegment());
+  for (const pid_t host : hosts) kill(host, SIGKILL);
+  for (const auto end = Clock::now() + std::chrono::seconds(5); HasSegment() && Clock::now() < end;) usleep(1000);
+  EXPECT_FALSE(HasSegment()) << "though nobody has waited for the hosts";
+  EXPECT_EQ(AwaitEnds(), (std::set<int>{0, SIGKILL}));
+}
+
+TEST_F(Endings, DoNotComeWhileTheHostGoesOn) {
+  const auto goes_on = [](Server& server) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2500));  // a look at the host lies in between
+    Block block(server.Memory(), server.GetBlock().HostBase());    // with the id of this process
+    PlaceCall(block, "l_DeleteAll", {});
+    return server.Ring() == 0;
+  };
+  const pid_t first = fork();
+  if (first == 0) {
+    Server server(test::TestServer());
+    if (fork() == 0) _exit(goes_on(server) ? 0 : 1);
+    _exit(0);  // without the destructor, which would end the server
+  }
+  // Meanwhile a thread that starts a server and ends.
+  const AnswersBlocked blocked;
+  std::unique_ptr<Server> server;
+  std::thread([&] { server = std::make_unique<Server>(test::TestServer()); }).join();
+  EXPECT_TRUE(goes_on(*server));
+  server.reset();
+  EXPECT_EQ(AwaitEnds(), (std::set<int>{0}));
 }
 
 }  // namespace
