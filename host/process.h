@@ -60,8 +60,8 @@ class Descriptor {
 /// One server process.
 ///
 /// It starts with all signals at their defaults and with SIGUSR2 and SIGTERM blocked: a call or an end that comes
-/// before the server waits for signals stays pending until then. A host that crashes leaves no server behind: the server
-/// itself notices within two seconds that it has been left alone (see docs/protocol.md).
+/// before the server waits for signals stays pending until then. A host that crashes leaves no server behind: the
+/// server itself notices within two seconds that it has been left alone (see docs/protocol.md).
 class Process {
  public:
   /// Starts the program at the path `program`. Throws ServerError (NoServer) when it cannot be executed, and
