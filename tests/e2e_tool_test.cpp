@@ -105,9 +105,8 @@ TEST(Tool, RunsScripts) {
       {"$V run -qk s.vx", 1, "on\n",
        "vorlix: s.vx:1: l_GetCurr answered 2002\nvorlix: s.vx:3: round is 1, not 2\nvorlix: s.vx:6: cannot read "
        "nosuch: *\n"
-       "vorlix: s.vx: 3 lines failed\n",
-       "l_GetCurr 1\neach l_CreateList a until hdl=2\n=> round=2\nend\necho on\nread x nosuch\n"},
-      {"$V run -k s.vx", 2, "", "vorlix: s.vx:2: hdl: *", "set x a\nl_GetCurr $x"},
+       "vorlix: s.vx: 4 lines failed\n",
+       "l_GetCurr 1\neach l_CreateList a until hdl=2\n=> round=2\nend\necho on\nread x nosuch\nl_GetCurr $x\n"},
       {"$V run s.vx", 2, "", "vorlix: s.vx:2: hdl: \"a\" is not a number\n", "set x a\nl_GetCurr $x"},
       {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot read nosuch: No such file or directory\n", "read x nosuch"},
       {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot read .: Is a directory\n", "read x ."},

@@ -75,12 +75,12 @@ void Player::Play(const std::vector<Statement>& statements) {
                   name_ + ": " + std::to_string(failed_) + (failed_ == 1 ? " line" : " lines") + " failed");
 }
 
-// Without a server there is nothing to go on with, and a line of a loop is one of its rounds: the loop goes on.
+// Without a server there is nothing to go on with. A line of a loop is one of its rounds: the loop goes on.
 void Player::Run(const Statement& statement) {
   try {
     Execute(statement);
   } catch (const ToolError& error) {
-    if (!options_.keep_going || error.GetStatus() != Status::OtherCode) throw;
+    if (!options_.keep_going) throw;
     std::fprintf(stderr, "vorlix: %s%s\n", Place(name_, line_).c_str(), error.what());
     ++failed_;
   }
