@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <clocale>
 #include <string>
+#include <utility>
 
 #include "dll/server/srvlocal.h"
 #include "dll/shared/csdx.h"
@@ -46,6 +49,22 @@ TEST(LocaleDescription, IsReadWholeOrNotAtAll) {
   }
 }
 // clang-format on
+
+TEST(LocaleDescription, ClassesEveryCharacterAsTheLanguageDoes) {
+  ASSERT_NE(std::setlocale(LC_CTYPE, "de_DE"), nullptr);
+  ASSERT_EQ(BuildLocale(), RESULT_OK);
+  const std::pair<CharClass, int (*)(int)> CLASSES[] = {
+      {CLASS_ALNUM, isalnum}, {CLASS_ALPHA, isalpha}, {CLASS_CNTRL, iscntrl},   {CLASS_DIGIT, isdigit},
+      {CLASS_GRAPH, isgraph}, {CLASS_LOWER, islower}, {CLASS_PRINT, isprint},   {CLASS_PUNCT, ispunct},
+      {CLASS_SPACE, isspace}, {CLASS_UPPER, isupper}, {CLASS_XDIGIT, isxdigit}, {CLASS_ASCII, isascii},
+  };
+  for (int c = 0; c < 256; ++c)
+    for (const auto& [bit, holds] : CLASSES)
+      EXPECT_EQ(LocaleInForce().Is(static_cast<unsigned char>(c), bit), holds(c) != 0) << c << " " << bit;
+  std::setlocale(LC_CTYPE, "C");
+  ASSERT_EQ(BuildLocale(), RESULT_OK);
+  CSDX_Reset();
+}
 
 }  // namespace
 }  // namespace vorlix::test

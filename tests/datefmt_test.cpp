@@ -6,6 +6,9 @@
 #include <string>
 
 #include "dll/field/calendar.h"
+#include "dll/server/srvlocal.h"
+#include "dll/shared/clilocal.h"
+#include "dll/shared/csdx.h"
 #include "tests/support/callables.h"
 
 namespace vorlix::test {
@@ -90,6 +93,26 @@ TEST(FmtDate, OverflowsWhereAFieldIsOutsideItsRange) {
     }
     for (const char* fmt : {"%y %Y", "%w", "%j"}) EXPECT_TRUE(FmtDate(out, tm, 20, fmt)) << fmt << " of " << value;
   }
+}
+
+TEST(FmtDate, ShowsNamesOfAllLengths) {
+  const UseLocale restored_in_the_end{TestLocale()};
+  ASSERT_EQ(BuildLocale(), RESULT_OK);
+  const std::string plain(CSDX_Contents()->substr(10));
+  const size_t march = plain.find("5~March");
+  std::tm tm{};
+  SetDate(tm, DayNumber(1999, 3, 5));
+  FieldBuffer out;
+  for (size_t length = 0; length <= 20; ++length) {
+    const std::string name = std::string("abcdefghijklmnopqrst").substr(0, length);
+    const std::string text = std::string(plain).replace(march, 7, std::to_string(length) + "~" + name);
+    ASSERT_EQ(GetLocaleInfo(text.data(), text.size()), LocaleInfo::Ok);
+    EXPECT_TRUE(FmtDate(out, tm, 23, "<%B>!"));
+    EXPECT_EQ(out.View(), "<" + name + ">!");
+    EXPECT_TRUE(FmtDate(out, tm, 23, "%.7B|"));
+    EXPECT_EQ(out.View(), name.substr(0, 7) + "|");
+  }
+  CSDX_Reset();
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <string>
 
 namespace vorlix {
@@ -43,6 +44,15 @@ TEST(Debug, LinesGoToStandardErrorWhileNoFileIsOpen) {
             "/nowhere/trace: No such file or directory\nD1: one 1%\nF0: always\n"
             "D3: OpenDict(): file dll/server/dict.cpp, line 7\nD2: " +
                 std::string(1023, 'x') + "\n");
+}
+
+// Callers report the error of what failed before the line.
+TEST(Debug, LinesLeaveTheErrorNumberAlone) {
+  SetDebugFlags("D1", "/dev/full");
+  errno = EDOM;
+  DebugPrint('D', 1, "lost");
+  EXPECT_EQ(errno, EDOM);
+  SetDebugFlags("", "");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <vector>
 
@@ -201,6 +202,46 @@ TEST_F(CallFrame, WritesBackEveryElement) {
 
   Place("f_i", {host::ByRef(host::Int(1))});
   EXPECT_FALSE(host::ReadBack(block_).args[0].by_ref) << "nothing goes back into a value";
+}
+
+// What the host writes while the function runs: the call goes by what it has read and checked.
+TEST_F(CallFrame, GoesByWhatItHasReadWhenTheBlockChangesMeanwhile) {
+  constexpr size_t STRING = 1000, REAL = 2000;
+  const auto place = [this] {
+    std::fill(memory_.begin(), memory_.end(), std::byte{0});
+    host::PlaceCall(block_, "f_s", {host::Int(0)});
+  };
+  const ArgDescriptor nonsense = {77, 0, 0x12345678, INT32_MAX, INT32_MAX, INT32_MAX};
+  place();
+  block_.StoreDescriptor(1, {HOST_STRING, 1, block_.AddressOf(STRING), 5, 0, 1});
+  block_.StoreText(STRING, "ab");
+  const Body rewrite = [&](const ArgVector& args) {
+    auto& text = *static_cast<DllString*>(args[0]);
+    block_.StoreDescriptor(1, nonsense);
+    block_.Store(STRING, INT32_MAX);
+    block_.Store(offsetof(BlockHeader, arg_count), int32_t{50});
+    EXPECT_EQ(text.View(), "ab");
+    EXPECT_EQ(DllStrFromC("abcdef", text), RESULT_TOO_SHORT);
+    return DllStrFromC("vwxyz", text);
+  };
+  EXPECT_EQ(Run(rewrite), 0);
+  EXPECT_EQ(block_.LoadText(STRING, 99), "vwxyz");
+  EXPECT_TRUE(
+      std::ranges::all_of(memory_.begin() + STRING + 9, memory_.end(), [](auto b) { return b == std::byte{}; }));
+
+  place();
+  host::PlaceCall(block_, "f_rr", {host::RealRef()});
+  block_.StoreDescriptor(1, {HOST_REAL, 1, block_.AddressOf(REAL), 0, 0, 1});
+  block_.Store(REAL, REAL_LARGEST);
+  const Body set = [&](const ArgVector& args) {
+    block_.StoreDescriptor(1, nonsense);
+    block_.Store(REAL, HostReal{0, REAL_INVALID, 9, {}});
+    *static_cast<double*>(args[0]) = 0.5;
+    return 3;
+  };
+  EXPECT_EQ(Run(set), 3);
+  EXPECT_EQ(block_.Load<HostReal>(REAL), (HostReal{0, REAL_POSITIVE, 1, {50}}));
+  EXPECT_EQ(block_.LoadDescriptor(1).capacity, INT32_MAX) << "the descriptor is the host's";
 }
 
 }  // namespace
