@@ -167,7 +167,7 @@ int32_t ReadDict(std::list<DictPtr>& fresh, DictFile& file, const char* id, Dict
 
 // ---- Opening --------------------------------------------------------------------------------------------------------
 
-// What the host is told: the result of the call, and what came of it in `rc_p`, which nothing leaves as it is.
+// What the host is told: the result of the call, and what came of it in `rc_p`. Without a value that is left alone.
 struct OpenOutcome {
   ResultCode result = RESULT_OK;
   std::optional<int32_t> rc;

@@ -46,7 +46,7 @@ class DlgTable {
   /// The newest dialog with this alias.
   Alias FindAlias(std::string_view id) const;
 
-  /// The newest dialog with this catalog dialog, or NONE.
+  /// The newest dialog with this catalog handle, or NONE.
   size_t FindHandle(std::string_view hdl) const;
 
  private:
