@@ -95,16 +95,16 @@ void PrintArg(const CallArg& arg) {
   }
 }
 
-// Finds the function that is named in descriptor 0. Returns 0, or the code of the refusal.
-int32_t FindEntry(int32_t& index) {
+// Finds the function that is named in descriptor 0; or the code of the refusal.
+ResultCode FindEntry(int32_t& index) {
   ArgDesc desc;
-  if (const int32_t code = DllGetArgDesc(0, desc); code != RESULT_OK) return code;
+  if (const ResultCode code = DllGetArgDesc(0, desc); code != RESULT_OK) return code;
   if (desc.host_class != HOST_STRING) {
     CallTrace(3, "first argument must be function name\n");
     return RESULT_WRONG_CLASS;
   }
   std::string_view name;
-  if (const int32_t code = DllElementText(desc, name); code != RESULT_OK) return code;
+  if (const ResultCode code = DllElementText(desc, name); code != RESULT_OK) return code;
   const auto entry = std::ranges::find(FunctionTable, name, &FunctionEntry::name);
   index = static_cast<int32_t>(entry - FunctionTable.begin());
   if (entry != FunctionTable.end()) return RESULT_OK;
@@ -117,10 +117,9 @@ int32_t FindEntry(int32_t& index) {
 }
 
 // Reads descriptor `index`, checks it against the declaration and presents it as argument `index` - 1.
-int32_t TakeArg(int32_t index, const ArgSpec& spec) {
+ResultCode TakeArg(int32_t index, const ArgSpec& spec) {
   ArgDesc desc;
-  const int32_t code = DllGetArgDesc(index, desc);
-  if (code != RESULT_OK) return code;
+  if (const ResultCode code = DllGetArgDesc(index, desc); code != RESULT_OK) return code;
   CallTrace(3, " arg = %.*s, %s, CALL = %s, elcnt = %d (%s)\n", static_cast<int>(spec.name.size()), spec.name.data(),
             TypeName(spec.type), ClassName(desc.host_class), desc.count, desc.by_ref != 0 ? "ByRef" : "ByValue");
   if (spec.type < DeclaredType::VarArg || spec.type > DeclaredType::StringArray) return RESULT_BAD_TYPE;
@@ -130,7 +129,7 @@ int32_t TakeArg(int32_t index, const ArgSpec& spec) {
   const auto slot = static_cast<size_t>(index - 1);
   args_taken = slot + 1;
   call_args[slot].spec = &spec;
-  const int32_t presented = call_args[slot].presented.Present(how, desc);
+  const ResultCode presented = call_args[slot].presented.Present(how, desc);
   arg_vector[slot] = call_args[slot].presented.Value();
   return presented;
 }
@@ -144,7 +143,7 @@ void ReleaseArgs() {
 }
 
 // Takes all arguments in order. A VarArg declaration serves every argument from its place on.
-int32_t TakeArgs(const FunctionEntry& entry, int32_t count) {
+ResultCode TakeArgs(const FunctionEntry& entry, int32_t count) {
   auto declared = ArgSpecs.subspan(static_cast<size_t>(entry.first_arg), static_cast<size_t>(entry.arg_count));
   for (int32_t i = 1; i <= count; ++i) {
     if (declared.empty()) {
@@ -152,8 +151,7 @@ int32_t TakeArgs(const FunctionEntry& entry, int32_t count) {
       return RESULT_WRONG_COUNT;
     }
     const ArgSpec& spec = declared.front();
-    const int32_t code = TakeArg(i, spec);
-    if (code != RESULT_OK) return code;
+    if (const ResultCode code = TakeArg(i, spec); code != RESULT_OK) return code;
     if (spec.type != DeclaredType::VarArg) declared = declared.subspan(1);
   }
   if (declared.empty() || declared.front().type == DeclaredType::VarArg) return RESULT_OK;
@@ -190,8 +188,8 @@ int32_t RunFunction(int32_t index, int32_t count) {
   const FunctionEntry& entry = FunctionTable[static_cast<size_t>(index)];
   CallTrace(3, "\nfunction name = \"%.*s\", argc = %d\n", static_cast<int>(entry.name.size()), entry.name.data(),
             count);
-  const int32_t refusal = TakeArgs(entry, count);
-  const int32_t result = refusal == RESULT_OK ? CallTaken(index, entry, count) : refusal;
+  const ResultCode refusal = TakeArgs(entry, count);
+  const int32_t result = refusal == RESULT_OK ? CallTaken(index, entry, count) : int32_t{refusal};
   ReleaseArgs();
   return result;
 }
@@ -220,7 +218,7 @@ int32_t DllCall() {
     return RESULT_TOO_MANY_ARGS;
   }
   int32_t index = 0;
-  if (const int32_t code = FindEntry(index); code != RESULT_OK) return code;
+  if (const ResultCode code = FindEntry(index); code != RESULT_OK) return code;
   return RunFunction(index, count);
 }
 

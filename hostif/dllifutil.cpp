@@ -91,7 +91,7 @@ void DllSetResult(int32_t code) {
   std::atomic_ref(word).store(code, std::memory_order_release);
 }
 
-int32_t DllGetArgDesc(int32_t index, ArgDesc& out) {
+ResultCode DllGetArgDesc(int32_t index, ArgDesc& out) {
   out = ArgDesc();
   if (!IsArgIndex(index)) return RESULT_OK;
   const size_t at = DescriptorOffset(static_cast<size_t>(index));
@@ -108,7 +108,7 @@ int32_t DllClearByRef(int32_t index) {
   return 0;
 }
 
-int32_t DllElementText(const ArgDesc& desc, std::string_view& text) {
+ResultCode DllElementText(const ArgDesc& desc, std::string_view& text) {
   if (!FitsInBlock(desc.offset, sizeof(int32_t))) return RESULT_CORRUPT;
   const auto length = ReadFrom<int32_t>(block.base + desc.offset);
   const size_t characters = desc.offset + sizeof(int32_t);
@@ -145,7 +145,7 @@ Presentation PresentedArg::Choose(DeclaredType type, int32_t host_class) {
   }
 }
 
-int32_t PresentedArg::Present(Presentation how, const ArgDesc& desc) {
+ResultCode PresentedArg::Present(Presentation how, const ArgDesc& desc) {
   Release();
   desc_ = desc;
   count_ = std::max(desc.count, 1);
@@ -189,7 +189,7 @@ char* PresentedArg::Element(int32_t k) const {
   return block.base + desc_.offset + static_cast<size_t>(k) * step;
 }
 
-int32_t PresentedArg::MakeStrings() {
+ResultCode PresentedArg::MakeStrings() {
   memory_.reset(new (std::nothrow) std::byte[static_cast<size_t>(count_) * sizeof(DllString)]);
   if (memory_ == nullptr) return RESULT_NO_MEMORY;
   for (int32_t k = 0; k < count_; ++k) {
@@ -207,7 +207,7 @@ int32_t PresentedArg::MakeStrings() {
   return RESULT_OK;
 }
 
-int32_t PresentedArg::MakeText() {
+ResultCode PresentedArg::MakeText() {
   std::string_view text;
   if (DllElementText(desc_, text) != RESULT_OK) return RESULT_CORRUPT;
   memory_.reset(new (std::nothrow) std::byte[text.size() + 1]);
@@ -219,7 +219,7 @@ int32_t PresentedArg::MakeText() {
 }
 
 template <class To, class Convert>
-int32_t PresentedArg::MakeArray(Convert convert) {
+ResultCode PresentedArg::MakeArray(Convert convert) {
   memory_.reset(new (std::nothrow) std::byte[static_cast<size_t>(count_) * sizeof(To)]);
   if (memory_ == nullptr) return RESULT_NO_MEMORY;
   for (int32_t k = 0; k < count_; ++k)

@@ -98,15 +98,15 @@ struct ArgDesc {
   int32_t count = 0;
 };
 
-/// Copies descriptor `index`; an index outside the argument count gives six zero words. Returns 0, or RESULT_CORRUPT
+/// Copies descriptor `index`; an index outside the argument count gives six zero words. RESULT_OK, or RESULT_CORRUPT
 /// when the descriptor does not lie in the segment.
-int32_t DllGetArgDesc(int32_t index, ArgDesc& out);
+[[nodiscard]] ResultCode DllGetArgDesc(int32_t index, ArgDesc& out);
 
 /// Sets the by-reference flag of descriptor `index` to 0. Returns 0, or -1 for an index outside the argument count.
 int32_t DllClearByRef(int32_t index);
 
-/// The characters of the first STRING element, borrowed from the block. Returns 0 or RESULT_CORRUPT.
-int32_t DllElementText(const ArgDesc& desc, std::string_view& text);
+/// The characters of the first STRING element, borrowed from the block. RESULT_OK or RESULT_CORRUPT.
+[[nodiscard]] ResultCode DllElementText(const ArgDesc& desc, std::string_view& text);
 
 // ---- Presentation of arguments --------------------------------------------------------------------------------------
 
@@ -127,8 +127,8 @@ class PresentedArg {
   /// The presentation of a host class under a declared type; None when the type does not accept the class.
   static Presentation Choose(DeclaredType type, int32_t host_class);
 
-  /// Presents the argument. Returns 0, RESULT_CORRUPT when an element does not lie in the segment, or RESULT_NO_MEMORY.
-  int32_t Present(Presentation how, const ArgDesc& desc);
+  /// Presents the argument. RESULT_OK, RESULT_CORRUPT when an element does not lie in the segment, or RESULT_NO_MEMORY.
+  [[nodiscard]] ResultCode Present(Presentation how, const ArgDesc& desc);
 
   /// Brings what the function left in private memory back into the block: lengths of Strings, host reals.
   void WriteBack() const;
@@ -151,10 +151,10 @@ class PresentedArg {
  private:
   bool ElementsFit() const;
   char* Element(int32_t k) const;
-  int32_t MakeStrings();
-  int32_t MakeText();
+  ResultCode MakeStrings();
+  ResultCode MakeText();
   template <class To, class Convert>
-  int32_t MakeArray(Convert convert);
+  ResultCode MakeArray(Convert convert);
 
   Presentation how_ = Presentation::None;
   ArgDesc desc_;
