@@ -5,61 +5,36 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <atomic>
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <new>
 #include <string>
 #include <utility>
 
+#include "host/call.h"
+#include "host/process.h"
 #include "hostif/layout.h"
 
 namespace vorlix {
 namespace {
 
-// A segment with the call l_DeleteAll in it, whatever host it names, and a server that is attached to it.
+// A segment with the call l_DeleteAll in it, and a server that is attached to it.
 class BareServer : public testing::Test {
  protected:
-  BareServer() {
-    id_ = shmget(IPC_PRIVATE, 4096, 0600);
-    memory_ = static_cast<char*>(shmat(id_, nullptr, 0));
+  BareServer()
+      : id_(shmget(IPC_PRIVATE, SIZE, 0600)),
+        memory_(static_cast<std::byte*>(shmat(id_, nullptr, 0))),
+        block_({memory_, SIZE}, 0) {
     shmctl(id_, IPC_RMID, nullptr);
-    Name(getpid());
-    const std::string name = "l_DeleteAll";
-    const auto length = static_cast<int32_t>(name.size());
-    new (memory_ + DescriptorOffset(0)) ArgDescriptor{HOST_STRING, 0, 1000, 0, 0, 1};
-    std::copy_n(reinterpret_cast<const char*>(&length), sizeof length, memory_ + 1000);
-    std::copy(name.begin(), name.end(), memory_ + 1000 + sizeof length);
-    sigset_t answers;
-    sigemptyset(&answers);
-    sigaddset(&answers, SIGUSR2);
-    sigprocmask(SIG_BLOCK, &answers, &before_);
+    host::PlaceCall(block_, "l_DeleteAll", {});
   }
   ~BareServer() override {
     if (server_ > 0) End();
     shmdt(memory_);
-    timespec no_time{};
-    sigset_t answers;
-    sigemptyset(&answers);
-    sigaddset(&answers, SIGUSR2);
-    while (sigtimedwait(&answers, nullptr, &no_time) > 0) continue;
-    sigprocmask(SIG_SETMASK, &before_, nullptr);
   }
 
-  void Name(int32_t host) {
-    new (memory_) BlockHeader{.magic = DLL_MAGIC,
-                              .version = DLL_VERSION,
-                              .host_pid = host,
-                              .host_base = 0,
-                              .result_code = -99,
-                              .request_area_size = 0,
-                              .request_area_address = 0,
-                              .request_code = 0,
-                              .arg_count = 1};
-  }
   // `prepare` runs between fork and exec.
   void Start(const std::function<void()>& prepare = [] {}) {
     server_ = fork();
@@ -70,12 +45,12 @@ class BareServer : public testing::Test {
   }
   // Rings until the server has answered; the first signals come before it waits for any.
   int32_t Call() {
-    const auto& result = reinterpret_cast<BlockHeader*>(memory_)->result_code;
-    for (int i = 0; i < 2000 && std::atomic_ref(const_cast<int32_t&>(result)).load() == -99; ++i) {
+    block_.StoreResult(host::NO_RESULT);
+    for (int i = 0; i < 2000 && block_.LoadResult() == host::NO_RESULT; ++i) {
       kill(server_, SIGUSR2);
       usleep(5000);
     }
-    return result;
+    return block_.LoadResult();
   }
   std::string Status(const std::string& line) const {
     std::ifstream status("/proc/" + std::to_string(server_) + "/status");
@@ -91,16 +66,17 @@ class BareServer : public testing::Test {
     return status;
   }
 
-  int id_;
-  char* memory_;
+  static constexpr size_t SIZE = 4096;
+  const host::AnswersBlocked answers_blocked_;
+  const int id_;
+  std::byte* const memory_;
+  host::Block block_;
   pid_t server_ = -1;
-  sigset_t before_;
 };
 
 TEST_F(BareServer, ClosesWhatItInheritsAndResetsWhatIsIgnored) {
   Start([] {
     for (const int number : {SIGPIPE, SIGHUP, SIGUSR1, SIGSEGV}) std::signal(number, SIG_IGN);
-    signal(SIGUSR2, SIG_DFL);
     for (int fd = 3; fd < 40; ++fd) dup2(STDERR_FILENO, fd);
   });
   EXPECT_EQ(Call(), 0);
@@ -121,10 +97,10 @@ TEST_F(BareServer, AnswersNobodyButAProcess) {
       {"the server", [this] { return server_; }},
   };
   for (const auto& [what, host] : HOSTS) {
-    Name(getpid());
+    block_.Store(0, block_.MakeHeader(1));
     Start([] { setpgid(0, 0); });
     EXPECT_EQ(Call(), 0);
-    Name(host());
+    block_.Store(offsetof(BlockHeader, host_pid), host());
     kill(server_, SIGUSR2);
     int status = -1;
     for (int i = 0; i < 400 && waitpid(server_, &status, WNOHANG) == 0; ++i) usleep(5000);
