@@ -1,12 +1,12 @@
 // Two signals and the work between them: what a call cannot do without.
 //
-// The peer waits in sigwait as the server does, and this side with the client library as for any call.
+// Both sides wait with sigtimedwait: that is the least that two signals cost.
 #pragma once
 
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
+#include <string>
 
 #include "bench/measure.h"
 #include "host/process.h"
@@ -26,11 +26,25 @@ template <class Work>
   }
 }
 
-/// This side: one signal there and one back.
-inline void PingPong(host::Process& peer) {
-  peer.Signal(SIGUSR2);
-  const auto event = peer.Wait(host::Clock::now() + std::chrono::seconds(10));
-  Expect(event == host::Process::Event::Answer, "the peer does not answer");
-}
+/// This side, which starts this program again as the peer and keeps SIGUSR2 blocked.
+class Peer {
+ public:
+  explicit Peer(const std::string& argument) : process_("/proc/self/exe", {argument}) {
+    sigemptyset(&answers_);
+    sigaddset(&answers_, SIGUSR2);
+    sigprocmask(SIG_BLOCK, &answers_, nullptr);
+  }
+
+  /// One signal there and one back.
+  void PingPong() {
+    constexpr timespec LONG = {10, 0};
+    process_.Signal(SIGUSR2);
+    Expect(sigtimedwait(&answers_, nullptr, &LONG) == SIGUSR2, "the peer does not answer");
+  }
+
+ private:
+  host::Process process_;
+  sigset_t answers_;
+};
 
 }  // namespace vorlix::bench

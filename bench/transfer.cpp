@@ -45,10 +45,10 @@ void SendNextBare() {
   bench::AnswerSignals(SendNextBare);
 }
 
-void FetchBare(host::Process& peer, std::string& result) {
+void FetchBare(bench::Peer& peer, std::string& result) {
   result.clear();
   do {
-    bench::PingPong(peer);
+    peer.PingPong();
     result.append(bare->bytes, static_cast<size_t>(bare->length));
   } while (bare->length > 0);
 }
@@ -82,7 +82,7 @@ class PlacedFetch {
 
 void Measure(int32_t capacity) {
   host::Segment segment(sizeof(BareBlock) + 65'536);
-  host::Process peer("/proc/self/exe", {std::to_string(segment.Id())});
+  bench::Peer peer(std::to_string(segment.Id()));
   bare = reinterpret_cast<BareBlock*>(segment.Memory().data());
   bare->capacity = capacity;
   host::Server server({.program = VORLIX_SERVER, .environment = {{"LANG", "C"}}});

@@ -1,5 +1,7 @@
 #include "host/block.h"
 
+#include <linux/futex.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,8 +10,7 @@
 
 namespace vorlix::host {
 
-Block::Block(std::span<std::byte> memory, uint32_t host_base)
-    : memory_(memory), host_base_(host_base), host_pid_(getpid()) {}
+Block::Block(std::span<std::byte> memory, uint32_t host_base) : memory_(memory), host_base_(host_base) {}
 
 std::byte* Block::At(size_t offset, size_t size) const {
   if (offset > memory_.size() || size > memory_.size() - offset)
@@ -35,21 +36,26 @@ BlockHeader Block::MakeHeader(int32_t arg_count) const {
   BlockHeader header{};
   header.magic = DLL_MAGIC;
   header.version = DLL_VERSION;
-  header.host_pid = host_pid_;
+  header.host_pid = getpid();
   header.host_base = host_base_;
   header.result_code = NO_RESULT;
   header.arg_count = arg_count;
   return header;
 }
 
-void Block::StoreResult(int32_t code) {
-  std::byte* word = At(offsetof(BlockHeader, result_code), WORD_SIZE);
-  std::atomic_ref(*reinterpret_cast<int32_t*>(word)).store(code, std::memory_order_release);
+int32_t& Block::ResultWord() const {
+  return *reinterpret_cast<int32_t*>(At(offsetof(BlockHeader, result_code), WORD_SIZE));
 }
 
-int32_t Block::LoadResult() const {
-  std::byte* word = At(offsetof(BlockHeader, result_code), WORD_SIZE);
-  return std::atomic_ref(*reinterpret_cast<int32_t*>(word)).load(std::memory_order_acquire);
+void Block::StoreResult(int32_t code) { std::atomic_ref(ResultWord()).store(code, std::memory_order_release); }
+
+int32_t Block::LoadResult() const { return std::atomic_ref(ResultWord()).load(std::memory_order_acquire); }
+
+void Block::AwaitResult(std::chrono::steady_clock::time_point deadline) const {
+  const std::chrono::nanoseconds time = deadline.time_since_epoch();
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+  const timespec until = {seconds.count(), (time - seconds).count()};
+  syscall(SYS_futex, &ResultWord(), FUTEX_WAIT_BITSET, NO_RESULT, &until, nullptr, FUTEX_BITSET_MATCH_ANY);
 }
 
 }  // namespace vorlix::host

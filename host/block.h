@@ -4,10 +4,10 @@
 // descriptors and elements of their own choosing here and ring the server with Server::Ring.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <span>
 #include <string>
 #include <string_view>
@@ -17,9 +17,6 @@
 #include "hostif/math.h"
 
 namespace vorlix::host {
-
-/// What stands in the result word while a call is under way: no function answers it.
-inline constexpr int32_t NO_RESULT = std::numeric_limits<int32_t>::min();
 
 /// Memory seen as a call block. Offsets are bytes from its start and need no alignment. The memory is borrowed; storing
 /// or loading outside it throws std::out_of_range and changes nothing.
@@ -58,8 +55,7 @@ class Block {
   void StoreText(size_t offset, std::string_view text);
   std::string LoadText(size_t offset, size_t room) const;
 
-  /// The header of a well-formed call from the process that made the object, with `arg_count` descriptors, the
-  /// function's name included.
+  /// The header of a well-formed call from this process, with `arg_count` descriptors, the function's name included.
   BlockHeader MakeHeader(int32_t arg_count) const;
 
   /// The result word, in the order that the exchange needs: what the other side stored before it is visible after
@@ -68,12 +64,15 @@ class Block {
   void StoreResult(int32_t code);
   int32_t LoadResult() const;
 
+  /// Sleeps while the result word holds NO_RESULT, at most until the deadline; it may also wake before.
+  void AwaitResult(std::chrono::steady_clock::time_point deadline) const;
+
  private:
   std::byte* At(size_t offset, size_t size) const;
+  int32_t& ResultWord() const;
 
   std::span<std::byte> memory_;
   uint32_t host_base_;
-  int32_t host_pid_;  // asked for once, for a call costs little more than this question
 };
 
 }  // namespace vorlix::host

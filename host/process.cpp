@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
 #include <string_view>
 #include <system_error>
 
@@ -122,25 +123,32 @@ timespec TimeBetween(Clock::time_point now, Clock::time_point deadline) {
   return {seconds.count(), std::chrono::nanoseconds(rest - seconds).count()};
 }
 
-thread_local int blocked_count = 0;
-thread_local bool blocked_before = false;
+// What all threads have together: how many of them ignore answers, and whether that changed anything.
+std::mutex ignoring;
+int ignoring_count = 0;
+bool ignoring_since_then = false;
+
+sighandler_t HandlerOfAnswers() {
+  struct sigaction action {};
+  sigaction(SIGUSR2, nullptr, &action);
+  return action.sa_handler;
+}
 
 }  // namespace
 
-AnswersBlocked::AnswersBlocked() {
-  if (blocked_count++ > 0) return;
-  const sigset_t answers = SignalSet({SIGUSR2});
-  sigset_t before;
-  pthread_sigmask(SIG_BLOCK, &answers, &before);
-  blocked_before = sigismember(&before, SIGUSR2) == 1;
+AnswersIgnored::AnswersIgnored() {
+  const std::lock_guard lock(ignoring);
+  if (ignoring_count++ > 0) return;
+  ignoring_since_then = HandlerOfAnswers() == SIG_DFL;
+  if (ignoring_since_then) std::signal(SIGUSR2, SIG_IGN);
 }
 
-AnswersBlocked::~AnswersBlocked() {
-  if (--blocked_count > 0) return;
-  const sigset_t answers = SignalSet({SIGUSR2});
-  const timespec no_time{};
-  while (sigtimedwait(&answers, nullptr, &no_time) > 0 || errno == EINTR) continue;
-  if (!blocked_before) pthread_sigmask(SIG_UNBLOCK, &answers, nullptr);
+// Where the program blocks the signal, one is pending: it goes when the signal is ignored anew.
+AnswersIgnored::~AnswersIgnored() {
+  const std::lock_guard lock(ignoring);
+  if (--ignoring_count > 0 || !ignoring_since_then || HandlerOfAnswers() != SIG_IGN) return;
+  std::signal(SIGUSR2, SIG_IGN);
+  std::signal(SIGUSR2, SIG_DFL);
 }
 
 Descriptor::~Descriptor() {
@@ -167,7 +175,8 @@ std::string FindServerProgram() {
 }
 
 Process::Process(const std::string& program, const std::vector<std::string>& args, const EnvironmentChanges& changes,
-                 StandardError standard_error) {
+                 StandardError standard_error)
+    : maker_(getpid()) {
   Descriptor error_input;
   if (standard_error == StandardError::Capture) {
     auto [reading, writing] = MakePipe();
@@ -204,6 +213,7 @@ void Process::Start(const std::string& program, const std::vector<std::string>& 
 }
 
 Process::~Process() {
+  if (getpid() != maker_) return;
   try {
     End();
   } catch (const std::exception&) {
@@ -215,21 +225,13 @@ void Process::Signal(int signal) {
   if (!ending_.has_value()) syscall(SYS_pidfd_send_signal, pidfd_.Get(), signal, nullptr, 0);
 }
 
-// An answer is taken at once. The rest is looked at between the slices of the wait: asking for all of it together would
-// cost every call a tenth more. The slices go by the clock, so that signals meant for others do not put the look off.
-Process::Event Process::Wait(Clock::time_point deadline) {
-  const sigset_t answers = SignalSet({SIGUSR2});
-  for (;;) {
-    const Clock::time_point now = Clock::now();
-    if (now >= std::min(next_look_, deadline)) {
-      LookAround(now);
-      next_look_ = now + (error_output_.Get() < 0 ? LOOK_AROUND : LOOK_AROUND_CAPTURING);
-    }
-    if (ending_.has_value()) return Event::Died;
-    const timespec rest = TimeBetween(now, std::min(next_look_, deadline));
-    if (sigtimedwait(&answers, nullptr, &rest) == SIGUSR2) return Event::Answer;
-    if (now >= deadline) return Event::Timeout;
+// The look goes by the clock, between slices of the wait: to look with every call would cost it a tenth more.
+Clock::time_point Process::Watch(Clock::time_point now) {
+  if (now >= next_look_) {
+    LookAround(now);
+    next_look_ = now + (error_output_.Get() < 0 ? LOOK_AROUND : LOOK_AROUND_CAPTURING);
   }
+  return next_look_;
 }
 
 void Process::LookAround(Clock::time_point deadline) {

@@ -1,9 +1,10 @@
 // The server as a process: starting, waiting, ending, and what it wrote to standard error.
 //
-// The answers of a server are SIGUSR2 signals to this process. From the first Process of a thread on, until the last
-// one is destroyed, SIGUSR2 is blocked in the thread, so that an answer can neither be missed nor end the program; then
-// pending ones are taken back and the mask is as it was. No signal handler is installed. A program with several threads
-// blocks SIGUSR2 before it starts them; each Process belongs to the thread that made it.
+// A server sends SIGUSR2 to this process with each answer. The library does not wait for the signal (see
+// Block::AwaitResult), so that no thread can take one that is meant for another. From the first Process on, until the
+// last one is destroyed, SIGUSR2 is ignored, for it would end the program; then it is as it was. Where the program has
+// a handler of its own, that stays, and is run for each answer. No handler is installed, no mask changed, no thread
+// started.
 #pragma once
 
 #include <sys/types.h>
@@ -31,13 +32,13 @@ enum class StandardError { Inherit, Capture };
 /// ServerError (NoServer) when it is in none of them.
 std::string FindServerProgram();
 
-/// Keeps SIGUSR2 blocked in the thread while one of these lives in it.
-class AnswersBlocked {
+/// Keeps SIGUSR2 from ending the program while one of these lives.
+class AnswersIgnored {
  public:
-  AnswersBlocked();
-  ~AnswersBlocked();
-  AnswersBlocked(const AnswersBlocked&) = delete;
-  AnswersBlocked& operator=(const AnswersBlocked&) = delete;
+  AnswersIgnored();
+  ~AnswersIgnored();
+  AnswersIgnored(const AnswersIgnored&) = delete;
+  AnswersIgnored& operator=(const AnswersIgnored&) = delete;
 };
 
 /// A file descriptor that is closed with its owner; -1 for none.
@@ -62,13 +63,15 @@ class Descriptor {
 /// It starts with all signals at their defaults and with SIGUSR2 and SIGTERM blocked: a call or an end that comes
 /// before the server waits for signals stays pending until then. A host that crashes leaves no server behind: the
 /// server itself notices within two seconds that it has been left alone (see docs/protocol.md).
+///
+/// Any thread may use it, one at a time.
 class Process {
  public:
   /// Starts the program at the path `program`. Throws ServerError (NoServer) when it cannot be executed, and
   /// std::system_error when the system has no process or descriptor left.
   Process(const std::string& program, const std::vector<std::string>& args, const EnvironmentChanges& changes = {},
           StandardError standard_error = StandardError::Inherit);
-  /// Ends the process.
+  /// Ends the process, in the process that started it. In a child made by fork it only lets go.
   ~Process();
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
@@ -78,11 +81,13 @@ class Process {
   /// Sends a signal; nothing happens when the process has ended.
   void Signal(int signal);
 
-  enum class Event { Answer, Died, Timeout };
+  /// To be called again and again by who waits for an answer. Takes captured standard error, so that the server never
+  /// stands at a full pipe, and notices the end of the process, if it is `now` time for that; says when it is the next
+  /// time.
+  Clock::time_point Watch(Clock::time_point now);
 
-  /// Waits for a SIGUSR2 to this program (from whichever server), for the end of the process, or until the deadline.
-  /// Captured standard error is read meanwhile, so the server never stands at a full pipe.
-  Event Wait(Clock::time_point deadline);
+  /// Waits for the end; false when it has not come by the deadline. Captured standard error is read meanwhile.
+  bool AwaitEnd(Clock::time_point deadline);
 
   /// How the process ended; none while it is not known to have.
   const std::optional<Ending>& HowEnded() const { return ending_; }
@@ -101,16 +106,16 @@ class Process {
              int error_end);
   /// Takes standard error and the end of the process, waiting for one of them until the deadline.
   void LookAround(Clock::time_point deadline);
-  bool AwaitEnd(Clock::time_point deadline);
   bool ReadStandardError();
   void Reap();
 
-  AnswersBlocked blocked_;  // first, so that it is released when the server is gone
+  AnswersIgnored ignored_;  // first, so that it is released when the server is gone
+  pid_t maker_;
   pid_t pid_ = -1;
   Descriptor pidfd_;
   Descriptor error_output_;  // our end of the pipe of captured standard error
   std::string captured_;
-  Clock::time_point next_look_;  // of a wait, at everything but answers
+  Clock::time_point next_look_;  // of who waits for an answer
   std::optional<Ending> ending_;
 };
 

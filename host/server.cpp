@@ -1,5 +1,5 @@
-// A call is done when the result word no longer holds NO_RESULT; a signal only says when to look. So stale, merged and
-// foreign signals do no harm.
+// A call is done when the result word no longer holds NO_RESULT. The wait is for the word itself, which the server
+// wakes; the signal that it sends as well tells nothing new.
 #include "host/server.h"
 
 #include <algorithm>
@@ -8,10 +8,6 @@
 
 namespace vorlix::host {
 namespace {
-
-// With servers in several threads, one thread can take the signal that was meant for another; the word is looked at
-// again after this time.
-constexpr std::chrono::milliseconds LOOK_AGAIN{20};
 
 Block WholeBlock(const Segment& segment) {
   return {segment.Memory(), static_cast<uint32_t>(reinterpret_cast<uintptr_t>(segment.Memory().data()))};
@@ -26,6 +22,20 @@ Process StartServer(const Segment& segment, Block& block, const ServerOptions& o
 
 }  // namespace
 
+class Server::Turn {
+ public:
+  explicit Turn(Server& server) : in_use_(server.in_use_) {
+    if (in_use_.test_and_set(std::memory_order_acquire))
+      throw ServerError(Failure::Busy, "another thread is using this server");
+  }
+  ~Turn() { in_use_.clear(std::memory_order_release); }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+ private:
+  std::atomic_flag& in_use_;
+};
+
 Server::Server(const ServerOptions& options)
     : segment_(options.segment_size),
       block_(WholeBlock(segment_)),
@@ -33,6 +43,7 @@ Server::Server(const ServerOptions& options)
       timeout_(options.timeout) {}
 
 Result Server::Call(std::string_view function, const std::vector<Arg>& args) {
+  const Turn turn(*this);
   const Clock::time_point deadline = Deadline();
   AwaitAnswer(deadline);
   PlaceCall(block_, function, args);
@@ -40,9 +51,28 @@ Result Server::Call(std::string_view function, const std::vector<Arg>& args) {
   return ReadBack(block_);
 }
 
-void Server::AwaitIdle() { AwaitAnswer(Deadline()); }
+void Server::AwaitIdle() {
+  const Turn turn(*this);
+  AwaitAnswer(Deadline());
+}
+
+void Server::SetTimeout(std::chrono::milliseconds timeout) {
+  const Turn turn(*this);
+  timeout_ = timeout;
+}
+
+std::string Server::TakeStandardError() {
+  const Turn turn(*this);
+  return process_.TakeStandardError();
+}
+
+Ending Server::End() {
+  const Turn turn(*this);
+  return process_.End();
+}
 
 int32_t Server::Ring() {
+  const Turn turn(*this);
   const Clock::time_point deadline = Deadline();
   AwaitAnswer(deadline);
   return Ring(deadline);
@@ -64,12 +94,13 @@ Clock::time_point Server::Deadline() const {
 
 void Server::AwaitAnswer(Clock::time_point deadline) {
   while (under_way_ && block_.LoadResult() == NO_RESULT) {
-    if (process_.HowEnded().has_value()) throw ServerError(*process_.HowEnded(), process_.PendingStandardError());
     const Clock::time_point now = Clock::now();
+    const Clock::time_point next_look = process_.Watch(now);
+    if (process_.HowEnded().has_value()) throw ServerError(*process_.HowEnded(), process_.PendingStandardError());
     if (now >= deadline)
       throw ServerError(Failure::Timeout,
                         "the server has not answered within " + std::to_string(timeout_.count()) + " ms");
-    process_.Wait(std::min(deadline, now + LOOK_AGAIN));
+    block_.AwaitResult(std::min(deadline, next_look));
   }
   under_way_ = false;
 }

@@ -3,10 +3,12 @@
 //   vorlix::host::Server server({.environment = {{"LANG", "de_DE"}}});
 //   Result r = server.Call("dll_Revision", {OutText(20)});
 //
-// A server belongs to the thread that made it; several servers can live side by side. See process.h for what happens to
-// SIGUSR2.
+// Several servers can live side by side, each used from any thread, by one thread at a time. See process.h for what
+// happens to SIGUSR2. A child made by fork may go on with its parent's server if the parent does not; if it does not
+// call it either, it only lets go of it.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -38,7 +40,8 @@ class Server {
 
   /// Places one call and waits for its answer. Throws ServerError (Timeout, Died) and std::length_error (the segment is
   /// too small). An answer that was not waited for holds the block until it comes: the next call first waits for it,
-  /// within its own timeout. After Died every call throws Died.
+  /// within its own timeout. After Died every call throws Died. While another thread uses the server, this and all that
+  /// follows but Pid() and SegmentId() throws ServerError (Busy) and does nothing.
   Result Call(std::string_view function, const std::vector<Arg>& args = {});
 
   /// The lower layer: waits until no call is under way, so that the block may be written. Throws like Call.
@@ -51,17 +54,20 @@ class Server {
   /// The segment's bytes, borrowed, for a block with a host base of one's own.
   std::span<std::byte> Memory() const { return segment_.Memory(); }
 
-  void SetTimeout(std::chrono::milliseconds timeout) { timeout_ = timeout; }
+  void SetTimeout(std::chrono::milliseconds timeout);
   pid_t Pid() const { return process_.Pid(); }
   int SegmentId() const { return segment_.Id(); }
 
   /// Captured standard error that has come since the last call of this; complete for all calls that were answered.
-  std::string TakeStandardError() { return process_.TakeStandardError(); }
+  std::string TakeStandardError();
 
   /// Ends the server (see Process::End). The destructor does the same.
-  Ending End() { return process_.End(); }
+  Ending End();
 
  private:
+  // Holds the server for the thread that made it.
+  class Turn;
+
   Clock::time_point Deadline() const;
   int32_t Ring(Clock::time_point deadline);
   void AwaitAnswer(Clock::time_point deadline);
@@ -71,6 +77,7 @@ class Server {
   Process process_;
   std::chrono::milliseconds timeout_;
   bool under_way_ = false;  // a call was placed and its answer has not been seen
+  std::atomic_flag in_use_;
 };
 
 }  // namespace vorlix::host

@@ -5,8 +5,13 @@
 // beyond the segment is refused; one beyond the capacity is a text that a function may read, and not write back whole.
 #include "hostif/dllifutil.h"
 
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
+#include <climits>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -22,6 +27,8 @@ struct Block {
   BlockHeader header{};  // the copy made for the call at hand
 };
 Block block;
+
+int32_t& ResultWord() { return *reinterpret_cast<int32_t*>(block.base + offsetof(BlockHeader, result_code)); }
 
 DllString sub_view;
 
@@ -86,10 +93,9 @@ int32_t DllArgCount() { return block.header.arg_count; }
 
 int32_t DllHostPid() { return block.header.host_pid; }
 
-void DllSetResult(int32_t code) {
-  auto& word = *reinterpret_cast<int32_t*>(block.base + offsetof(BlockHeader, result_code));
-  std::atomic_ref(word).store(code, std::memory_order_release);
-}
+void DllSetResult(int32_t code) { std::atomic_ref(ResultWord()).store(code, std::memory_order_release); }
+
+void DllWakeWaiting() { syscall(SYS_futex, &ResultWord(), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0); }
 
 ResultCode DllGetArgDesc(int32_t index, ArgDesc& out) {
   out = ArgDesc();

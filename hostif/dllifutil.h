@@ -87,6 +87,9 @@ int32_t DllHostPid();
 /// Stores the result code in the block, after everything else that the call wrote.
 void DllSetResult(int32_t code);
 
+/// Wakes the threads of other processes that wait at the result code's word itself (futex), and not for a signal.
+void DllWakeWaiting();
+
 /// An argument descriptor with its address turned into an offset from the start of the block (modulo 2^32, so a host
 /// may have the segment mapped anywhere).
 struct ArgDesc {

@@ -136,6 +136,7 @@ bool IsLeftAlone() {
     if (sigtimedwait(&calls, nullptr, &LOOK_INTERVAL) == SIGUSR2) {
       DllSetResult(DllCall());
       if (!AnswerHost(DllHostPid())) raise(SIGTERM);
+      DllWakeWaiting();
     } else if (errno == EAGAIN && IsLeftAlone()) {
       raise(SIGTERM);
     }

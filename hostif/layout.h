@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string_view>
 
 namespace vorlix {
@@ -42,6 +43,10 @@ struct ArgDescriptor {
 };
 
 inline constexpr std::size_t WORD_SIZE = 4;
+
+/// No function answers this. A host stores it as result code before it signals, and knows by the word when its call is
+/// done. It may wait for the signal, or at the word (futex): the server sends the one and wakes the other.
+inline constexpr int32_t NO_RESULT = std::numeric_limits<int32_t>::min();
 
 static_assert(sizeof(BlockHeader) == 40 && offsetof(BlockHeader, host_pid) == 12 &&
               offsetof(BlockHeader, host_base) == 16 && offsetof(BlockHeader, result_code) == 20 &&

@@ -45,8 +45,8 @@ class BareServer : public testing::Test {
   }
   // Rings until the server has answered; the first signals come before it waits for any.
   int32_t Call() {
-    block_.StoreResult(host::NO_RESULT);
-    for (int i = 0; i < 2000 && block_.LoadResult() == host::NO_RESULT; ++i) {
+    block_.StoreResult(NO_RESULT);
+    for (int i = 0; i < 2000 && block_.LoadResult() == NO_RESULT; ++i) {
       kill(server_, SIGUSR2);
       usleep(5000);
     }
@@ -67,7 +67,7 @@ class BareServer : public testing::Test {
   }
 
   static constexpr size_t SIZE = 4096;
-  const host::AnswersBlocked answers_blocked_;
+  const host::AnswersIgnored answers_ignored_;
   const int id_;
   std::byte* const memory_;
   host::Block block_;

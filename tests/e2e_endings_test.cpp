@@ -179,7 +179,6 @@ TEST_F(Endings, DoNotComeWhileTheHostGoesOn) {
     _exit(0);  // without the destructor, which would end the server
   }
   // Meanwhile a thread that starts a server and ends.
-  const AnswersBlocked blocked;
   std::unique_ptr<Server> server;
   std::thread([&] { server = std::make_unique<Server>(test::TestServer()); }).join();
   EXPECT_TRUE(goes_on(*server));

@@ -4,10 +4,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 #include <utility>
@@ -52,7 +54,7 @@ TEST(StartUp, ChecksTheHeader) {
     block.Store(0, block.MakeHeader(0));
     block.Store(size_t(wrong), '!');
     Process process(VORLIX_SERVER, {std::to_string(segment.Id())}, TestServer().environment, StandardError::Capture);
-    EXPECT_EQ(process.Wait(Clock::now() + std::chrono::seconds(10)), Process::Event::Died) << wrong;
+    EXPECT_TRUE(process.AwaitEnd(Clock::now() + std::chrono::seconds(10))) << wrong;
     EXPECT_EQ(process.End(), (Ending{2, 0})) << wrong;
     EXPECT_EQ(process.TakeStandardError(), standard_error);
   }
@@ -101,38 +103,80 @@ TEST(StartUp, WorksInHostsOfAllKinds) {
   }
 }
 
-TEST(Signals, StaleAndMergedOnesDoNoHarm) {
-  const AnswersBlocked blocked;  // before the threads, which inherit the mask
-  std::vector<std::jthread> threads;
-  for (int number = 0; number < 3; ++number)
-    threads.emplace_back([number] {
+TEST(Threads, EachWithServersOfItsOwn) {
+  std::atomic<int> waiting = 4;
+  std::vector<std::jthread> threads;  // in which SIGUSR2 is not blocked
+  for (int number = 0; number < 4; ++number)
+    threads.emplace_back([number, &waiting] {
       Server first(TestServer());
       Server second(TestServer());
-      for (int i = 0; i < 100; ++i) {
+      for (--waiting; waiting > 0;) std::this_thread::yield();
+      const auto start = Clock::now();
+      for (int i = 0; i < 250; ++i) {
         if (i % 3 == 0) raise(SIGUSR2);
         const std::string value = std::to_string(1000 * number + i);
         first.Call("v_Set", {Text("number"), Text(value)});
         second.Call("v_Set", {Text("number"), Text("-" + value)});
         EXPECT_EQ(Get(first, "number") + Get(second, "number"), value + "-" + value);
       }
+      EXPECT_LT(Clock::now() - start, std::chrono::seconds(5)) << "no answer is waited for longer than it takes";
     });
 }
 
-TEST(Signals, MaskIsRestoredAndPendingAnswersAreTakenBack) {
-  const auto blocked = [] {
-    sigset_t mask;
-    pthread_sigmask(SIG_BLOCK, nullptr, &mask);
-    return sigismember(&mask, SIGUSR2) == 1;
+TEST(Threads, ShareAServerInTurn) {
+  Server server(TestServer());
+  server.Call("dll_Debug", {Int(0)});
+  kill(server.Pid(), SIGSTOP);
+  std::jthread user([&] { server.Call("v_Set", {Text("a"), Text("of another thread")}); });
+  std::this_thread::sleep_for(milliseconds(50));
+  const std::function<void()> USES[] = {[&] { server.Call("l_DeleteAll"); },
+                                        [&] { server.Ring(); },
+                                        [&] { server.AwaitIdle(); },
+                                        [&] { server.End(); },
+                                        [&] { server.SetTimeout(milliseconds(1)); },
+                                        [&] { server.TakeStandardError(); }};
+  for (const auto& use : USES) EXPECT_EQ(FailureOf(use).Kind(), Failure::Busy);
+  kill(server.Pid(), SIGCONT);
+  user.join();
+  EXPECT_EQ(Get(server, "a"), "of another thread");
+}
+
+TEST(Fork, LeavesTheServerToItsParent) {
+  auto server = std::make_unique<Server>(TestServer());
+  const pid_t child = fork();
+  if (child == 0) {
+    server.reset();
+    _exit(0);
+  }
+  waitpid(child, nullptr, 0);
+  EXPECT_EQ(server->Call("l_DeleteAll").code, 0);
+}
+
+TEST(Signals, AreIgnoredAsLongAsThereAreServers) {
+  const auto handler = [] {
+    struct sigaction action {};
+    sigaction(SIGUSR2, nullptr, &action);
+    return action.sa_handler;
   };
-  ASSERT_FALSE(blocked());
-  {
+  sigset_t answers;
+  sigemptyset(&answers);
+  sigaddset(&answers, SIGUSR2);
+  for (const bool blocked : {false, true}) {
+    if (blocked) sigprocmask(SIG_BLOCK, &answers, nullptr);
     Server outer(TestServer());
     { Server inner(TestServer()); }
-    EXPECT_TRUE(blocked());
-    outer.End();
+    EXPECT_EQ(handler(), SIG_IGN);
+    outer.Call("l_DeleteAll");
     raise(SIGUSR2);
   }
-  EXPECT_FALSE(blocked()) << "and the signal has not ended this program";
+  sigprocmask(SIG_UNBLOCK, &answers, nullptr);
+  EXPECT_EQ(handler(), SIG_DFL) << "and no signal has ended this program";
+
+  static std::atomic<int> seen = 0;
+  std::signal(SIGUSR2, [](int) { ++seen; });
+  { EXPECT_EQ(Server(TestServer()).Call("l_DeleteAll").code, 0); }
+  EXPECT_EQ(seen, 1) << "a program's own handler stays";
+  std::signal(SIGUSR2, SIG_DFL);
 }
 
 TEST(Timeout, LaterCallsWaitForTheAnswerThatIsStillToCome) {

@@ -16,8 +16,9 @@ Status StatusOf(const std::exception& error) noexcept {
     case host::Failure::NoServer: return Status::NoServer;
     case host::Failure::Timeout: return Status::Timeout;
     case host::Failure::Died: return Status::Died;
+    case host::Failure::Busy: break;  // not in a program with one thread
   }
-  return Status::Died;
+  return Status::OtherCode;
 }
 
 }  // namespace vorlix::tool
