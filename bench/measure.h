@@ -84,10 +84,19 @@ inline std::string TimeText(double nanoseconds) {
   return text;
 }
 
-/// A line of the table: what is measured, our time, what stands beside it, its time, the ratio of ours to it, the goal.
-inline void PrintRow(const std::string& what, double ours, const std::string& name, double theirs, double goal = 0) {
-  std::printf("%-42s %10s  %-28s %10s %7.2f", what.c_str(), TimeText(ours).c_str(), name.c_str(),
-              TimeText(theirs).c_str(), ours / theirs);
+/// "123.4 KiB" of a size in bytes.
+inline std::string SizeText(double bytes) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%.1f KiB", bytes / 1024);
+  return text;
+}
+
+/// A line of the table: what is measured, our figure, what stands beside it, its figure, the ratio of ours to it, the
+/// goal.
+inline void PrintRow(const std::string& what, double ours, const std::string& name, double theirs, double goal = 0,
+                     std::string (*figure)(double) = TimeText) {
+  std::printf("%-42s %10s  %-28s %10s %7.2f", what.c_str(), figure(ours).c_str(), name.c_str(), figure(theirs).c_str(),
+              ours / theirs);
   if (goal > 0) std::printf("  <= %.2f%s", goal, ours / theirs <= goal ? "" : "  missed");
   std::putchar('\n');
   std::fflush(stdout);
