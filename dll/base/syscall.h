@@ -14,7 +14,14 @@ auto Retry(Call call) {
   return result;
 }
 
-/// How the host is told of a failure: the negative error number, or -1 where the system gave none.
-inline int32_t MinusErrno() { return errno != 0 ? -errno : -1; }
+/// How the host is told what came of a file (`rc_p`): one of these, or the negative error number of the system.
+enum [[nodiscard]] FileCode : int32_t{
+    FILE_FAILED = -1,  // for a reason that the system has not said
+    FILE_OK = 0,
+    FILE_REFUSED = 1,  // it could be read, and its content is wrong
+};
+
+/// The negative error number, or FILE_FAILED where there is none.
+inline FileCode MinusErrno() { return errno != 0 ? FileCode{-errno} : FILE_FAILED; }
 
 }  // namespace vorlix

@@ -20,7 +20,6 @@
 namespace vorlix {
 namespace {
 
-constexpr int32_t CONTENT_REFUSED = 1;
 constexpr int32_t MAX_MODELS = 16;
 
 using NameText = std::array<char, 81>;
@@ -133,8 +132,8 @@ void StartDict(std::list<DictPtr>& fresh, const char* id, DictKind kind) {
   fresh.front()->kind = kind;
 }
 
-// Reads a whole file into a list of one dictionary. Returns what `rc_p` gets.
-int32_t ReadSections(std::list<DictPtr>& fresh, DictFile& file, const char* id, DictKind kind) {
+// Reads a whole file into a list of one dictionary.
+FileCode ReadSections(std::list<DictPtr>& fresh, DictFile& file, const char* id, DictKind kind) {
   NameText name;
   IniState status;
   while ((status = file.NextSection(name)) == INI_INSIDE) {
@@ -150,14 +149,14 @@ int32_t ReadSections(std::list<DictPtr>& fresh, DictFile& file, const char* id, 
     else if (EqualNoCase(name.data(), "list"))
       ReadList(dict, file);
     else if (!ReadSection(dict, file, name.data()))
-      return CONTENT_REFUSED;
+      return FILE_REFUSED;
   }
   if (status == INI_FAILED) return MinusErrno();
-  return fresh.empty() ? CONTENT_REFUSED : 0;
+  return fresh.empty() ? FILE_REFUSED : FILE_OK;
 }
 
 // The same, with missing memory as an outcome.
-int32_t ReadDict(std::list<DictPtr>& fresh, DictFile& file, const char* id, DictKind kind) {
+FileCode ReadDict(std::list<DictPtr>& fresh, DictFile& file, const char* id, DictKind kind) {
   try {
     return ReadSections(fresh, file, id, kind);
   } catch (const std::bad_alloc&) {
@@ -170,7 +169,7 @@ int32_t ReadDict(std::list<DictPtr>& fresh, DictFile& file, const char* id, Dict
 // What the host is told: the result of the call, and what came of it in `rc_p`. Without a value that is left alone.
 struct OpenOutcome {
   ResultCode result = RESULT_OK;
-  std::optional<int32_t> rc;
+  std::optional<FileCode> rc;
 };
 
 // Opens a dictionary that is loaded at a further level.
@@ -180,28 +179,28 @@ OpenOutcome ShareDict(const DictPtr& dict, int32_t level) {
   if (added != DLG_OK) return {RESULT_REFUSED, {}};
   ++dict->instance_cnt;
   DebugPrint(TRACE_DICT, 2, "OpenDict(): id = %s, instance_cnt = %d", dict->id.c_str(), dict->instance_cnt);
-  return {RESULT_OK, 0};
+  return {RESULT_OK, FILE_OK};
 }
 
 OpenOutcome LoadDict(const char* id, const char* fname, int32_t level) {
   DictFile file(fname);
   if (!file.IsOpen()) return {RESULT_OK, MinusErrno()};
   std::list<DictPtr> fresh;
-  const int32_t read = ReadDict(fresh, file, id, level < 0 ? DICT_MODEL : DICT_ORIGINAL);
-  if (read != 0) return {RESULT_OK, read};
+  const FileCode read = ReadDict(fresh, file, id, level < 0 ? DICT_MODEL : DICT_ORIGINAL);
+  if (read != FILE_OK) return {RESULT_OK, read};
   if (level >= 0) {
     const DlgResult added = AddDlgLevel(fresh.front(), level);
     if (added == DLG_NO_MEMORY) return {RESULT_OK, MinusErrno()};
-    if (added != DLG_OK) return {RESULT_REFUSED, CONTENT_REFUSED};
+    if (added != DLG_OK) return {RESULT_REFUSED, FILE_REFUSED};
   }
   LinkDict(fresh);
-  return {RESULT_OK, 0};
+  return {RESULT_OK, FILE_OK};
 }
 
 // Opens a dictionary for a dialog level, or a model dictionary when the level is negative. An ordinary one that is
 // loaded is shared, and its file is not read; a model that is loaded is given up and read afresh.
 //
-// `rc` is 0 when it is open; CONTENT_REFUSED when its content is refused, or its level after it was read; when its file
+// `rc` is 0 when it is open; FILE_REFUSED when its content is refused, or its level after it was read; when its file
 // cannot be opened or read to its end, or memory ran out, the negative error number, or -1. What fails leaves no
 // dictionary behind, and no file open.
 OpenOutcome OpenDict(const char* id, const char* fname, int32_t level) {

@@ -94,8 +94,8 @@ Selection SelectRows(std::string_view filter) {
 
 // ---- Reading --------------------------------------------------------------------------------------------------------
 
-// Adds a line's value to what was collected before. Returns 0; or, without memory for it, what `rc_p` is to say.
-int32_t Collect(std::optional<std::string>& collected, std::string_view value) {
+// Adds a line's value to what was collected before.
+FileCode Collect(std::optional<std::string>& collected, std::string_view value) {
   const size_t size = collected ? collected->size() + 1 + value.size() : value.size();
   errno = 0;
   try {
@@ -104,16 +104,16 @@ int32_t Collect(std::optional<std::string>& collected, std::string_view value) {
     else
       collected.emplace();
     collected->append(value);
-    return 0;
+    return FILE_OK;
   } catch (const std::bad_alloc&) {
-    const int32_t rc = MinusErrno();
+    const FileCode rc = MinusErrno();
     CallTrace(1, "mdf_Get: do_read: errno = %d, sz = %zu\n", errno, size + 1);
     return rc;
   }
 }
 
 // Takes one line. False ends the reading; `rc` becomes what is wrong, if anything is.
-bool TakeLine(Module& module, const char* item, const char* value, int32_t& rc) {
+bool TakeLine(Module& module, const char* item, const char* value, FileCode& rc) {
   const auto* const row = std::ranges::find(ITEMS, std::string_view(item), &MdfItem::item);
   if (row == std::end(ITEMS)) {
     CallTrace(1, "mdf_Get: do_read: ignored: %s (%s)\n", item, value);
@@ -121,39 +121,39 @@ bool TakeLine(Module& module, const char* item, const char* value, int32_t& rc) 
   }
   if (row->type == NOT_COLLECTED) return true;
   std::optional<std::string>& collected = module.values[static_cast<size_t>(row - ITEMS)];
-  if (const int32_t failed = Collect(collected, value); failed != 0) {
+  if (const FileCode failed = Collect(collected, value); failed != FILE_OK) {
     rc = failed;
     return false;
   }
   if (collected->size() > row->limit) {
     CallTrace(1, "mdf_Get: %s exceeds limit of %zu (len = %zu)\n", item, row->limit, collected->size());
-    rc = -1;
+    rc = FILE_FAILED;
   }
   return true;
 }
 
-// Reads the lines of the section. Returns 0, or what `rc_p` is to say.
-int32_t ReadModule(Module& module, const char* fname) {
+// Reads the lines of the section.
+FileCode ReadModule(Module& module, const char* fname) {
   const int hdl = IniOpen(fname, module.section.get());
   if (hdl == NO_INI_HANDLE) return MinusErrno();
-  int32_t rc = 0;
+  FileCode rc = FILE_OK;
   std::array<char, 80> item;
   std::array<char, 256> value;
   IniState state;
   do state = IniNextEntry(hdl, item.data(), std::size(item), value.data(), std::size(value));
   while (state == INI_INSIDE && TakeLine(module, item.data(), value.data(), rc));
-  if (state == INI_FAILED && rc == 0) rc = MinusErrno();
-  const int32_t closed = IniClose(hdl) ? 0 : -1;
-  return rc != 0 ? rc : closed;
+  if (state == INI_FAILED && rc == FILE_OK) rc = MinusErrno();
+  const FileCode closed = IniClose(hdl) ? FILE_OK : FILE_FAILED;
+  return rc != FILE_OK ? rc : closed;
 }
 
-// Makes the section the one that was read last. Returns 0; or what `rc_p` is to say, and none is kept.
-int32_t ReadSection(const char* fname, const char* section) {
+// Makes the section the one that was read last. None is, when it fails.
+FileCode ReadSection(const char* fname, const char* section) {
   module_read = {};
   errno = 0;
   module_read.section = CopyText(section);
-  const int32_t rc = module_read.section != nullptr ? ReadModule(module_read, fname) : MinusErrno();
-  if (rc != 0) module_read = {};
+  const FileCode rc = module_read.section != nullptr ? ReadModule(module_read, fname) : MinusErrno();
+  if (rc != FILE_OK) module_read = {};
   return rc;
 }
 
@@ -180,9 +180,9 @@ int32_t mdf_Get(zString fname, zString section, zString filter, Out<String> xbuf
   CallTrace(1, "mdf_Get: section = %s\n", section);
   const Selection selected = SelectRows(filter);
   if (!WasReadLast(section)) {
-    const int32_t rc = ReadSection(fname, section);
+    const FileCode rc = ReadSection(fname, section);
     rc_p.Set(rc);
-    if (rc != 0) return RESULT_OK;
+    if (rc != FILE_OK) return RESULT_OK;
   }
   if (Pack(module_read, selected, xbuf)) return RESULT_OK;
   module_read = {};
