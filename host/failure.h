@@ -19,17 +19,18 @@ struct Ending {
 };
 
 enum class Failure {
-  NoServer,  // the server program was not found or could not be started
-  Timeout,   // no answer in time; the answer may still come
-  Died,      // the server has ended
-  Busy,      // another thread is using the server
+  NoServer,     // the server program was not found or could not be started
+  Timeout,      // no answer in time; the answer may still come
+  Interrupted,  // the wait was given up; the answer may still come
+  Died,         // the server has ended
+  Busy,         // another thread is using the server
 };
 
 /// Every failure to reach the server. what() is a sentence for people; of a server that has ended it says how, and with
 /// which last words on captured standard error.
 class ServerError : public std::runtime_error {
  public:
-  /// NoServer, Timeout or Busy.
+  /// All but Died.
   ServerError(Failure failure, const std::string& message) : runtime_error(message), failure_(failure) {}
   /// Died.
   ServerError(const Ending& ending, const std::string& standard_error);

@@ -40,7 +40,8 @@ Server::Server(const ServerOptions& options)
     : segment_(options.segment_size),
       block_(WholeBlock(segment_)),
       process_(StartServer(segment_, block_, options)),
-      timeout_(options.timeout) {}
+      timeout_(options.timeout),
+      is_interrupted_(options.is_interrupted) {}
 
 Result Server::Call(std::string_view function, const std::vector<Arg>& args) {
   const Turn turn(*this);
@@ -94,6 +95,8 @@ Clock::time_point Server::Deadline() const {
 
 void Server::AwaitAnswer(Clock::time_point deadline) {
   while (under_way_ && block_.LoadResult() == NO_RESULT) {
+    if (is_interrupted_ && is_interrupted_())
+      throw ServerError(Failure::Interrupted, "the wait for the server was interrupted");
     const Clock::time_point now = Clock::now();
     const Clock::time_point next_look = process_.Watch(now);
     if (process_.HowEnded().has_value()) throw ServerError(*process_.HowEnded(), process_.PendingStandardError());

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -30,6 +31,9 @@ struct ServerOptions {
   size_t segment_size = size_t{1} << 20;  // bytes for header, descriptors and all values of one call
   std::chrono::milliseconds timeout{10'000};  // for each call
   StandardError standard_error = StandardError::Inherit;
+  /// Asked during the wait for an answer, now and then and when a signal has come: true gives the wait up
+  /// (Interrupted).
+  std::function<bool()> is_interrupted = {};
 };
 
 class Server {
@@ -38,10 +42,10 @@ class Server {
   /// set itself up ends; the first call reports that.
   explicit Server(const ServerOptions& options = {});
 
-  /// Places one call and waits for its answer. Throws ServerError (Timeout, Died) and std::length_error (the segment is
-  /// too small). An answer that was not waited for holds the block until it comes: the next call first waits for it,
-  /// within its own timeout. After Died every call throws Died. While another thread uses the server, this and all that
-  /// follows but Pid() and SegmentId() throws ServerError (Busy) and does nothing.
+  /// Places one call and waits for its answer. Throws ServerError (Timeout, Interrupted, Died) and std::length_error
+  /// (the segment is too small). An answer that was not waited for holds the block until it comes: the next call first
+  /// waits for it, within its own timeout. After Died every call throws Died. While another thread uses the server,
+  /// this and all that follows but Pid() and SegmentId() throws ServerError (Busy) and does nothing.
   Result Call(std::string_view function, const std::vector<Arg>& args = {});
 
   /// The lower layer: waits until no call is under way, so that the block may be written. Throws like Call.
@@ -76,6 +80,7 @@ class Server {
   Block block_;
   Process process_;
   std::chrono::milliseconds timeout_;
+  std::function<bool()> is_interrupted_;
   bool under_way_ = false;  // a call was placed and its answer has not been seen
   std::atomic_flag in_use_;
 };

@@ -48,10 +48,13 @@ TEST(Tool, Calls) {
   const Case cases[] = {
       {"$V call u_basename [3]", 0, "code = 0\nBaseObj = \"[3]\"\n", ""},
       {"$V call u_udata [3]", 0, "code = 0\nUdata = \"[3]\"\n*", ""},
-      {"$V call u_basename ab [1]", 1, "code = 18\nBaseObj = \"\"\n", ""},
-      {"$V call l_SeekCurr -1", 1, "code = 2002\neol = 0\n", ""},
+      {"$V call u_basename ab [1]", 1, "code = 18 (a returned text has too little room)\nBaseObj = \"\"\n", ""},
+      {"$V call l_SeekCurr -1", 1, "code = 2002 (no list has this handle)\neol = 0\n", ""},
+      {"$V call dict_MapID KD", 1, "code = 19 (no dialog on the top level has this handle)\nid_p = \"\"\n",
+       "vorlix: the server says:\n  D1: dict_MapID() failed: unknown dialog handle 'KD'\n"},
+      {"$V call ini_Open nosuch ''", 0, "code = 0\nhdl = -2 (No such file or directory)\n", ""},
       {"$V call --json u_udata 'feld:N,1,0,0,>-0.5,1e20,;'", 0,
-       R"({"function":"u_udata","code":0,"values":{"Udata":"feld:*;",*"Numvon":-0.5,"Numbis":1e+20,"rc":1}})"
+       R"({"function":"u_udata","code":0,"values":{"Udata":"feld:*;",*"Numvon":-0.5,"Numbis":1e+20,"rc":1},"meanings":{"rc":"taken apart"}})"
        "\n",
        ""},
       {"$V --lang C call --json u_basename \"$(printf 'M\\344rz')\"", 0,
@@ -66,9 +69,16 @@ TEST(Tool, Calls) {
       {"$V call l_Add x y", 2, "", "vorlix: hdl: \"x\" is not a number\n  expected: *\n  example: *\n"},
       {"$V call dll_Revision --json", 2, "",
        "*\nOptions stand before the function; all words behind it are arguments.\n"},
-      {"$V -q run s.vx", 2, "", "*\n-q is an option of run and stands behind it.\n"},
+      {"$V -q run s.vx", 2, "", "vorlix: *\nvorlix: -q is an option of run and stands behind it\n"},
       {"$V call", 2, "", "*NAME*\n"},
-      {"$V", 2, "", "*subcommand*\n"},
+      {"$V </dev/null", 2, "", "vorlix: a command is required; vorlix help lists them\n"},
+      {"$V dict_Gte", 2, "", "vorlix: there is no command 'dict_Gte'; did you mean vorlix call dict_Get?\n"},
+      {"$V --lang xx_YY call dll_Revision", 2, "", "vorlix: this system has no locale 'xx_YY'; it has *de_DE*\n"},
+      // Typed in UTF-8, and of a server in ISO 8859-1.
+      {"$V --lang de_DE --encoding UTF-8 call u_basename Kunde.Ärger", 0, "code = 0\nBaseObj = \"ärger\"\n", ""},
+      {"$V --lang de_DE --encoding UTF-8 call u_basename 5€", 2, "", "vorlix: * does not have what begins with \"€\"*"},
+      {"$V --lang de_DE.UTF-8 call fmt_Text Ärger 10 ''", 0, "*",
+       "vorlix: in UTF-8 the server counts a character beyond ASCII as its bytes\n"},
       {"$V --timeout 0 call dll_Revision", 2, "", "*--timeout*\n"},
       {"$V --timeout nan call dll_Revision", 2, "", "*--timeout*\n"},
       {"$V run nosuch.vx", 2, "", "vorlix: cannot read nosuch.vx: No such file or directory\n"},
@@ -82,42 +92,59 @@ TEST(Tool, Calls) {
       {"$SERVER x", 2, "", "shmat: Invalid argument\n"},
       // What needs no server.
       {"$V functions >/dev/full", 1, "", "vorlix: cannot write to standard output\n"},
-      {"$V --version", 0, "vorlix ?.*\n", ""},
+      {"$V --version", 0, "vorlix ?.*, build ????????????\n", ""},
+      {"$V functions l_gte", 2, "", "vorlix: there is no function 'l_gte'; did you mean l_Get?\n"},
+      {"$V functions Leap; $V functions cursor | head -1", 0, "Lists of texts\n", "*"},
+      {"$V --color always call l_SeekCurr 1", 1, "code = \x1b[31m2002 (no list has this handle)\x1b[0m\n*", ""},
+      // Signals: nothing is left, and nothing is said.
+      {"mkfifo f; sleep 2 >f & timeout --preserve-status -s INT 0.2 $V shell <f", 130, "", ""},
   };
   for (const Case& wanted : cases) Check(wanted);
 }
 
 TEST(Tool, RunsScripts) {
   const Case cases[] = {
-      {"$V run s.vx", 0, WORDS, "", std::string("set x 1\n") + WORDS},
+      {"$V run s.vx", 0, std::string("set x 1\n") + WORDS, "", std::string("set x 1\n") + WORDS},
       {"$V run -q - <s.vx", 0, "a\\x1b \\xff b\n\n", "", "# Only this:\nl_DeleteAll\necho \"a\\x1b \\xff\" b\necho\n"},
-      {"$V run s.vx", 0, "  len = \"3\"\n  sum.2 = 4\n=> x.sum.2=4\n", "",
+      {"$V run s.vx", 0, "set x *\n#   len = \"3\"\n#   sum.2 = 4\n=> x.sum.2=4\n", "",
        "xbuf x Len=3 Sum.2:N=4\nshow $x\n=> x.sum.2=4"},
-      {"$V run s.vx", 0, "l_CreateList 1 => 0 hdl=1\n  # $count\nl_CreateList 2 => 0 hdl=2\n=> *\n", "",
+      {"$V run s.vx", 0, "l_CreateList 1 => 0 hdl=1\n# $count\nl_CreateList 2 => 0 hdl=2\n# => *\n", "",
        "each l_CreateList $round until hdl=2\n # $count\nend\n=> count=1 round=2\n"},
-      {"mkdir t; TMPDIR=t $V run s.vx; ls t", 0, "a\nb\n", "", "write $tmp/f \"a\\nb\"\nread x $tmp/f\necho $x"},
-      // What is printed is a script that expects what came back.
-      {"$V run $EXAMPLES/02-variables.vx >t; $V run t >u; cmp t u", 0, "", ""},
+      {"mkdir t; TMPDIR=t $V run s.vx; ls t", 0, "write $tmp/f \"a\\nb\"\nread x $tmp/f\n# a\n# b\n", "",
+       "write $tmp/f \"a\\nb\"\nread x $tmp/f\necho $x"},
+      {"$V run s.vx Meier 'a b'", 0, "v_Set Meier \"a b\" => 0\n", "", "v_Set $1 $2"},
+      {"$V run -q s.vx", 2, "", "vorlix: s.vx:1: the script was given no argument 1\n", "echo $1"},
+      {"yes 'echo x' | head -20000 >s.vx; $V run s.vx | head -1", 0, "# x\n", ""},
+      {"mkdir t; printf 'write $tmp/f a\neach v_Get a until value=b\nend' >s.vx; TMPDIR=t timeout -s INT 0.3 $V run -q "
+       "s.vx; ls t",
+       0, "", ""},
       // Faults of a run.
       {"$V run s.vx", 1, "dll_Revision => *\n", "vorlix: s.vx:1: str is 3.10, not 3.11\n", "dll_Revision => str=3.11"},
-      {"$V run -q - <s.vx", 1, "", "vorlix: -:2: l_GetCurr answered 2002\n", "\nl_GetCurr 1 => data=\"\""},
-      {"$V run -q s.vx", 1, "", "vorlix: s.vx:1: l_SeekNext answered 2002\n", "each l_SeekNext 1 until eol=1\nend"},
+      {"$V run -q - <s.vx", 1, "", "vorlix: -:2: l_GetCurr answered 2002 (no list has this handle)\n",
+       "\nl_GetCurr 1 => data=\"\""},
+      {"$V run -q s.vx", 1, "", "vorlix: s.vx:1: l_SeekNext answered 2002 (no list has this handle)\n",
+       "each l_SeekNext 1 until eol=1\nend"},
+      {"$V run -q s.vx", 1, "",
+       "vorlix: s.vx:2: rc_p is 1 (the file was read and refused), not 0\n  D1: ObCheck() failed: missing PATH, "
+       "section 'a.x'\n",
+       "write $tmp/a \"[Catalog]\\nA=B\\n[A.x]\\nFLEN=3\\n\"\ndict_Open A $tmp/a 1 => rc_p=0"},
       {"$V run -qk s.vx", 1, "on\n",
-       "vorlix: s.vx:1: l_GetCurr answered 2002\nvorlix: s.vx:3: round is 1, not 2\nvorlix: s.vx:6: cannot read "
+       "vorlix: s.vx:1: l_GetCurr answered 2002 (no list has this handle)\nvorlix: s.vx:3: round is 1, not 2\nvorlix: "
+       "s.vx:6: cannot read "
        "nosuch: *\n"
        "vorlix: s.vx: 4 lines failed\n",
        "l_GetCurr 1\neach l_CreateList a until hdl=2\n=> round=2\nend\necho on\nread x nosuch\nl_GetCurr $x\n"},
-      {"$V run s.vx", 2, "", "vorlix: s.vx:2: hdl: \"a\" is not a number\n", "set x a\nl_GetCurr $x"},
+      {"$V run -q s.vx", 2, "", "vorlix: s.vx:2: hdl: \"a\" is not a number\n", "set x a\nl_GetCurr $x"},
       {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot read nosuch: No such file or directory\n", "read x nosuch"},
       {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot read .: Is a directory\n", "read x ."},
       {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot write no/f: No such file or directory\n", "write no/f x"},
       {"$V run s.vx", 2, "", "vorlix: s.vx:1: *\n", "v_Set a \"b\"[99000000]"},
       // A fault anywhere in a script ends it before its first call.
       {"$V run s.vx", 2, "", "vorlix: s.vx:2: there is no function*\n", "l_DeleteAll\nl_deleteAll"},
-      {"$V --server /bin/true run s.vx", 5, "*", "vorlix: s.vx:3: *exit status 0\n", "\n\nl_DeleteAll"},
+      {"$V --server /bin/true run s.vx", 5, "*", "vorlix: *exit status 0\n", "\n\nl_DeleteAll"},
       // A server that never answers.
       {"printf '#!/bin/sh\\nexec sleep 0.4' >mute; chmod +x mute; $V --server ./mute --timeout 0.1 run s.vx", 4, "",
-       "vorlix: s.vx:1: *\n", "l_DeleteAll"},
+       "vorlix: the server has not answered within 100 ms\n", "l_DeleteAll"},
   };
   for (const Case& wanted : cases) Check(wanted);
 }

@@ -1,16 +1,17 @@
 #!/bin/bash
 # The manual is true: manual.sh PROGRAM_DIRECTORY ROOT
 #
-# The families, functions, signatures and sentences of docs/functions.md are those of `vorlix functions`, in the same
+# The families, functions, signatures, sentences and answers of docs/functions.md are those of `vorlix functions`, in the same
 # order, and every function is called in its section with something expected. The indented examples of each chapter
-# ("##") of the manual run as one script in examples/.
+# ("##") of the manual run as one script in examples/. The examples that the program prints run when they are pasted.
 set -euo pipefail
 export PATH=$1:$PATH LANG=C
 unset ZENDLANG LC_ALL LC_CTYPE LC_COLLATE
 readonly PAGE=$2/docs/functions.md
 readonly MANUAL=("$PAGE" "$2"/docs/{dictionary-format,formats,ini-format}.md)
 
-# The paragraphs that the page must have: a family's title; a function's name, signature and sentence.
+# The paragraphs that the page must have: a family's title; a function's name, signature, sentence, and
+# what its answers mean.
 told() {
   vorlix functions | while IFS= read -r line; do
     case $line in
@@ -25,7 +26,12 @@ told_of() {
     NR == 1 { sentence = substr($0, length(name) + 4) }
     / (in|in and out)$/ && /^  / { sent = sent " " $1 ":" $2 }
     / out$/ && /^  / { returned = returned " " $1 ":" $2 }
-    END { print "### " name "\n`" name sent (returned == "" ? "" : " ->" returned) "`\n" sentence }'
+    /^  [a-z_]+ +(-?[0-9]+|negative) +/ {
+      value = $1; number = $2
+      sub(/^  [^ ]+ +[^ ]+ +/, "")
+      answers = answers "\n- `" value "` " number ": " $0
+    }
+    END { print "### " name "\n`" name sent (returned == "" ? "" : " ->" returned) "`\n" sentence answers }'
 }
 
 # The same paragraphs as the page has them.
@@ -33,7 +39,8 @@ shown() {
   awk '
     /^## / { print }
     /^### / { print; left = 2; next }
-    left > 0 && NF { print; --left }' "$PAGE"
+    left > 0 && NF { print; --left; next }
+    /^- `/ { print }' "$PAGE"
 }
 
 # The examples of one chapter of a page, each in its line of the page, so that failures name that line.
@@ -56,9 +63,21 @@ unproven() {
     END { finish() }' "$PAGE"
 }
 
+# Functions whose example fails, and the commands whose help has one that does.
+failing_examples() {
+  local name
+  for name in $(vorlix functions | awk '/^  / { print $1 }'); do
+    vorlix functions "$name" | sed -n '/^Example:/,$ s/^Example: *//p; /^Example:/,$ { /^Example:/!p }' | bash >/dev/null 2>&1 ||
+      echo "the example of $name fails"
+  done
+  for name in call run functions shell help; do
+    vorlix help "$name" | sed -n 's/^Example: //p' | bash >/dev/null 2>&1 || echo "the example of the command $name fails"
+  done
+}
+
 fail=0
 diff --label program --label "$PAGE" -u <(told) <(shown) || fail=1
-missing=$(unproven)
+missing=$(unproven; failing_examples)
 if [[ -n $missing ]]; then
   echo "$missing"
   fail=1

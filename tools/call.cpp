@@ -3,11 +3,15 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "dll/wire/meanings.h"
 #include "tools/commands.h"
+#include "tools/example.h"
 #include "tools/items.h"
+#include "tools/paint.h"
 #include "tools/quoting.h"
 #include "tools/signature.h"
 #include "tools/values.h"
+#include "tools/words.h"
 
 namespace vorlix::tool {
 namespace {
@@ -27,25 +31,40 @@ Given ReadWord(const ArgInfo& arg, const std::string& word) {
 }
 
 // The arguments of a call, with a help for whoever called it wrong.
-std::vector<host::Arg> ReadArguments(const FunctionInfo& function, const std::vector<std::string>& words) {
+std::vector<host::Arg> ReadArguments(const FunctionInfo& function, const std::vector<std::string>& words,
+                                     const Encoding& encoding) {
   try {
     std::vector<Given> given;
     for (const ArgInfo* const arg : GivenArguments(function, words.size()))
-      given.push_back(ReadWord(*arg, words[given.size()]));
+      given.push_back(ReadWord(*arg, encoding.ToServer(words[given.size()])));
     return MakeArguments(function, given);
   } catch (const ToolError& error) {
     std::string message = error.what();
-    message += "\n  expected: " + Signature(function) + "\n  example:  vorlix call " + Example(function);
+    message += "\n  expected: " + Signature(function) + "\n  example:  " + ExampleCommand(function);
     if (std::ranges::any_of(words, [](std::string_view word) { return word.starts_with("--"); }))
       message += "\nOptions stand before the function; all words behind it are arguments.";
     throw ToolError(Status::Usage, message);
   }
 }
 
-void PrintLines(int32_t code, const std::vector<Value>& values) {
-  std::printf("code = %d\n", code);
+// A terminal gets the beginning of a long value, and how long it is.
+std::string ShownValue(const Value& value) {
+  constexpr size_t MOST = 1000;
+  if (TerminalWidth() == 0 || !value.is_text || value.text.size() <= MOST) return ShowValue(value);
+  return Quote(value.text.substr(0, MOST)) + Dim("... (" + std::to_string(value.text.size()) + " bytes)");
+}
+
+std::string MeaningOfValue(const FunctionInfo& function, const Value& value) {
+  const auto number = value.is_text ? std::nullopt : ReadWhole<int32_t>(value.text);
+  return number ? MeaningOf(function, value.name, *number) : "";
+}
+
+void PrintLines(const FunctionInfo& function, int32_t code, const std::vector<Value>& values) {
+  const std::string told = InWords(std::to_string(code), MeaningOf(function, CODE, code));
+  std::printf("code = %s\n", (code == 0 ? Green(told) : Red(told)).c_str());
   for (const Value& value : values) {
-    std::printf("%s = %s\n", std::string(value.name).c_str(), ShowValue(value).c_str());
+    const std::string shown = InWords(ShownValue(value), MeaningOfValue(function, value));
+    std::printf("%s = %s\n", std::string(value.name).c_str(), shown.c_str());
     if (value.is_text && IsXbuf(value.text)) std::fputs(ListItems(value.text).c_str(), stdout);
   }
 }
@@ -57,8 +76,15 @@ Json JsonValue(const Value& value) {
 
 void PrintJson(const FunctionInfo& function, int32_t code, const std::vector<Value>& values) {
   Json named = Json::object();
-  for (const Value& value : values) named[std::string(value.name)] = JsonValue(value);
-  const Json all{{"function", function.name}, {"code", code}, {"values", named}};
+  Json meanings = Json::object();
+  if (const std::string meaning = MeaningOf(function, CODE, code); !meaning.empty()) meanings["code"] = meaning;
+  for (const Value& value : values) {
+    named[std::string(value.name)] = JsonValue(value);
+    if (const std::string meaning = MeaningOfValue(function, value); !meaning.empty())
+      meanings[std::string(value.name)] = meaning;
+  }
+  Json all{{"function", function.name}, {"code", code}, {"values", named}};
+  if (!meanings.empty()) all["meanings"] = meanings;
   std::puts(all.dump().c_str());
 }
 
@@ -66,15 +92,19 @@ void PrintJson(const FunctionInfo& function, int32_t code, const std::vector<Val
 
 Status CallFunction(const Options& options, const std::vector<std::string>& words, bool json) {
   const FunctionInfo& function = RequireFunction(words.at(0));
-  const std::vector<host::Arg> args = ReadArguments(function, {words.begin() + 1, words.end()});
-  const auto server = StartServer(options);
-  const host::Result result = server->Call(function.name, args);
-  const std::vector<Value> values = ReturnedValues(function, result);
+  const Encoding encoding = EncodingFor(options, true);
+  const std::vector<host::Arg> args = ReadArguments(function, {words.begin() + 1, words.end()}, encoding);
+  Session session(options, true);
+  const host::Result result = session.Call(function.name, args);
+  std::vector<Value> values = ReturnedValues(function, result);
+  for (Value& value : values) value.text = encoding.ToOutside(value.text);
   if (json) {
     PrintJson(function, result.code, values);
   } else {
-    PrintLines(result.code, values);
+    PrintLines(function, result.code, values);
   }
+  std::fflush(stdout);
+  if (!session.Reasons().empty()) std::fprintf(stderr, "vorlix: the server says:%s\n", session.Reasons().c_str());
   return result.code == 0 ? Status::Ok : Status::OtherCode;
 }
 

@@ -14,10 +14,16 @@ namespace vorlix::tool {
 /// Prints code and values as lines, or as one JSON object.
 Status CallFunction(const Options& options, const std::vector<std::string>& words, bool json);
 
-/// `vorlix run`: runs the script in a file, or in standard input for "-", against one server.
-Status RunScript(const Options& options, const std::string& path, const PlayOptions& play);
+/// `vorlix run`: runs the script in a file, or in standard input for "-", against one server. The arguments are its $1,
+/// $2 and so on.
+Status RunScript(const Options& options, const std::string& path, const std::vector<std::string>& arguments,
+                 const PlayOptions& play);
 
-/// `vorlix functions`: prints all functions by family, or all about the one that is named.
-Status ListFunctions(const std::string& name);
+/// `vorlix functions`: prints all functions by family; or all about the one that is named; or those that have the word
+/// in their name or sentence. As JSON an array of the same functions.
+Status ListFunctions(const std::string& word, bool json);
+
+/// `vorlix shell`: runs lines of the language of scripts as they are typed.
+Status RunShell(const Options& options);
 
 }  // namespace vorlix::tool

@@ -16,7 +16,8 @@ Status StatusOf(const std::exception& error) noexcept {
     case host::Failure::NoServer: return Status::NoServer;
     case host::Failure::Timeout: return Status::Timeout;
     case host::Failure::Died: return Status::Died;
-    case host::Failure::Busy: break;  // not in a program with one thread
+    case host::Failure::Interrupted:
+    case host::Failure::Busy: break;  // for another reason, and not in a program with one thread
   }
   return Status::OtherCode;
 }

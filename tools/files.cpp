@@ -18,7 +18,9 @@ namespace {
 std::string ReadAll(std::FILE* file, const std::string& path) {
   std::string text;
   std::array<char, 65536> block;
-  while (const size_t size = std::fread(block.data(), 1, block.size(), file)) text.append(block.data(), size);
+  // At the end of a terminal's input a further read would wait for the next end.
+  while (std::feof(file) == 0 && std::ferror(file) == 0)
+    text.append(block.data(), std::fread(block.data(), 1, block.size(), file));
   if (std::ferror(file) != 0) Fail("read", path);
   return text;
 }

@@ -2,12 +2,19 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
+#include "dll/base/text.h"
+#include "dll/wire/meanings.h"
 #include "tools/commands.h"
+#include "tools/example.h"
+#include "tools/paint.h"
 #include "tools/signature.h"
 
 namespace vorlix::tool {
 namespace {
+
+using Json = nlohmann::ordered_json;
 
 struct Family {
   std::string_view prefix;
@@ -43,38 +50,106 @@ std::string_view DirectionWord(Direction direction) {
   return "";
 }
 
-// A view for "%.*s".
-int Size(std::string_view text) { return static_cast<int>(text.size()); }
+// Whether a text has the word in it, without regard to case.
+bool Has(std::string_view text, std::string_view word) {
+  for (size_t at = 0; at + word.size() <= text.size(); ++at)
+    if (EqualNoCase(text.substr(at, word.size()), word)) return true;
+  return false;
+}
 
-void ListFamilies() {
+std::vector<const FunctionInfo*> Search(std::string_view word) {
+  std::vector<const FunctionInfo*> found;
+  for (const FunctionInfo& function : FUNCTIONS)
+    if (Has(function.name, word) || Has(function.sentence, word)) found.push_back(&function);
+  return found;
+}
+
+// ---- For people -----------------------------------------------------------------------------------------------------
+
+constexpr size_t NAME_COLUMN = 24;
+
+std::string Padded(std::string_view text, size_t width) {
+  return std::string(text) + std::string(width - std::min(width, text.size()), ' ');
+}
+
+void ListFamilies(const std::vector<const FunctionInfo*>& functions) {
+  bool is_first = true;
   for (const Family& family : FAMILIES) {
-    std::printf("%s%.*s\n", &family == FAMILIES.data() ? "" : "\n", Size(family.title), family.title.data());
-    for (const FunctionInfo& function : FUNCTIONS)
-      if (function.name.starts_with(family.prefix))
-        std::printf("  %-20.*s  %.*s\n", Size(function.name), function.name.data(), Size(function.sentence),
-                    function.sentence.data());
+    bool is_titled = false;
+    for (const FunctionInfo* const function : functions) {
+      if (!function->name.starts_with(family.prefix)) continue;
+      if (!is_titled) std::printf("%s%s\n", is_first ? "" : "\n", Bold(family.title).c_str());
+      is_titled = true;
+      is_first = false;
+      std::printf("  %s%s\n", Padded(function->name, NAME_COLUMN - 2).c_str(),
+                  Wrap(function->sentence, TerminalWidth(), NAME_COLUMN).c_str());
+    }
+  }
+}
+
+// "rc_p negative" and what it means; the rows of all functions are the call's own, and stand elsewhere.
+void DescribeAnswers(const FunctionInfo& function) {
+  constexpr size_t WIDTH = 17;
+  bool is_first = true;
+  for (const Meaning& meaning : MEANINGS) {
+    if (meaning.functions == "*" || FindMeaning(function.name, meaning.value, meaning.number) != &meaning) continue;
+    if (is_first) std::puts("");
+    is_first = false;
+    const std::string number = meaning.number == ERROR_NUMBER ? "negative" : std::to_string(meaning.number);
+    std::printf("  %s%s\n", Padded(Padded(meaning.value, 8) + number, WIDTH).c_str(),
+                Wrap(meaning.words, TerminalWidth(), WIDTH + 2).c_str());
   }
 }
 
 void Describe(const FunctionInfo& function) {
-  std::printf("%.*s - %.*s\n\n", Size(function.name), function.name.data(), Size(function.sentence),
-              function.sentence.data());
-  for (const ArgInfo& arg : function.Args()) {
-    const std::string_view word = ClassWord(arg);
-    const std::string_view direction = DirectionWord(arg.direction);
-    std::printf("  %-12.*s  %-8.*s %.*s\n", Size(arg.name), arg.name.data(), Size(word), word.data(), Size(direction),
-                direction.data());
+  std::printf("%s - %s\n", Bold(function.name).c_str(),
+              Wrap(function.sentence, TerminalWidth(), function.name.size() + 3).c_str());
+  if (function.arg_count > 0) std::puts("");
+  for (const ArgInfo& arg : function.Args())
+    std::printf("  %s  %s %s\n", Padded(arg.name, 12).c_str(), Padded(ClassWord(arg), 8).c_str(),
+                std::string(DirectionWord(arg.direction)).c_str());
+  DescribeAnswers(function);
+  const std::string example = ExampleCommand(function);
+  std::printf("\nExample:%c%s\n", example.find('\n') == std::string::npos ? ' ' : '\n', example.c_str());
+}
+
+// ---- As data --------------------------------------------------------------------------------------------------------
+
+Json JsonFunction(const FunctionInfo& function) {
+  Json args = Json::array();
+  for (const ArgInfo& arg : function.Args())
+    args.push_back({{"name", arg.name},
+                    {"type", ClassWord(arg)},
+                    {"declared", DECLARED_TYPE_NAMES.at(static_cast<size_t>(arg.type))},
+                    {"direction", arg.direction == Direction::InOut ? "inout" : DirectionWord(arg.direction)}});
+  Json answers = Json::array();
+  for (const Meaning& meaning : MEANINGS) {
+    if (FindMeaning(function.name, meaning.value, meaning.number) != &meaning) continue;
+    Json row = {{"value", meaning.value}, {"number", meaning.number}, {"meaning", meaning.words}};
+    if (meaning.number == ERROR_NUMBER) row["number"] = "negative";
+    answers.push_back(row);
   }
-  std::printf("%sExample: vorlix call %s\n", function.arg_count == 0 ? "" : "\n", Example(function).c_str());
+  return {{"name", function.name},
+          {"sentence", function.sentence},
+          {"arguments", args},
+          {"answers", answers},
+          {"sample", ExampleScript(function)}};
 }
 
 }  // namespace
 
-Status ListFunctions(const std::string& name) {
-  if (name.empty()) {
-    ListFamilies();
+Status ListFunctions(const std::string& word, bool json) {
+  const FunctionInfo* const one = FindFunction(word);
+  const std::vector<const FunctionInfo*> found = one != nullptr ? std::vector{one} : Search(word);
+  if (found.empty()) RequireFunction(word);  // which says what is near
+  if (json) {
+    Json all = Json::array();
+    for (const FunctionInfo* const function : found) all.push_back(JsonFunction(*function));
+    std::puts(all.dump(2).c_str());
+  } else if (one != nullptr) {
+    Describe(*one);
   } else {
-    Describe(RequireFunction(name));
+    ListFamilies(found);
   }
   return Status::Ok;
 }

@@ -1,31 +1,48 @@
-// The program `vorlix`: calls functions of the server from a command line and runs scripts of calls.
-#include <CLI/CLI.hpp>
-#include <cmath>
-#include <cstdio>
+// The program `vorlix`: calls functions of the server from a command line, a script or a shell.
+#include <unistd.h>
 
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <cstdio>
+#include <map>
+
+#include "tools/buildid.h"
 #include "tools/commands.h"
+#include "tools/ending.h"
+#include "tools/nearest.h"
+#include "tools/paint.h"
+#include "tools/signature.h"
 
 namespace vorlix::tool {
 namespace {
 
 constexpr const char* EXIT_STATUSES =
     "Exit status: 0 for result code 0, 1 for another result code or an expectation that is not met, 2 for wrong\n"
-    "usage, 3 no server, 4 no answer in time, 5 the server ended.";
+    "usage, 3 no server, 4 no answer in time, 5 the server ended; 128 and its number after a signal.";
+
+constexpr const char* FIRST_STEPS =
+    "vorlix calls the functions of the server vorlix.dll.\n\n"
+    "  vorlix functions            what there is; vorlix functions NAME tells all about one\n"
+    "  vorlix call NAME ARGUMENT...   one call\n"
+    "  vorlix run FILE             a script of calls, which is a test as well\n"
+    "  vorlix shell                calls line by line, in one server\n"
+    "  vorlix help                 all options\n";
 
 // The command line as options and subcommands, and what they were given.
 class CommandLine {
  public:
   CommandLine() {
-    app_.set_version_flag("--version", "vorlix " VORLIX_VERSION, "Print the version");
+    app_.set_version_flag(
+        "--version", [] { return "vorlix " VORLIX_VERSION ", build " + BuildId(); }, "Print the version");
     app_.footer(EXIT_STATUSES);
-    app_.require_subcommand(1);
-    for (CLI::App* const app : {&app_, call_, run_}) AddServerOptions(*app);
-    call_->add_flag("--json", json_, "Print one JSON object; texts that are not UTF-8 become {\"hex\": \"...\"}");
-    call_->prefix_command()->allow_extras();  // from NAME on, nothing is an option
-    run_->add_flag("-q,--quiet", play_.quiet, "Print only what the script prints by itself");
-    run_->add_flag("-k,--keep-going", play_.keep_going, "Report every line that fails, not the first alone");
-    run_->add_option("FILE", path_, "The script, or - for standard input")->required();
-    functions_->add_option("NAME", function_, "The function to describe");
+    app_.require_subcommand(0, 1);
+    app_.failure_message(
+        [](const CLI::App*, const CLI::Error& error) { return std::string("vorlix: ") + error.what() + '\n'; });
+    for (CLI::App* const app : {&app_, call_, run_, shell_}) AddServerOptions(*app);
+    for (CLI::App* const app : {&app_, call_, run_, shell_, functions_}) AddColour(*app);
+    AddCommands();
   }
 
   void Parse(int argc, char** argv) {
@@ -36,18 +53,33 @@ class CommandLine {
   }
 
   Status Execute() const {
+    ChooseColours(colours_);
     if (call_->parsed()) return CallFunction(options_, call_->remaining(), json_);
-    if (run_->parsed()) return RunScript(options_, path_, play_);
-    return ListFunctions(function_);
+    if (run_->parsed()) return RunScript(options_, path_, arguments_, play_);
+    if (shell_->parsed()) return RunShell(options_);
+    if (functions_->parsed()) return ListFunctions(function_, json_);
+    if (help_->parsed()) return Help();
+    if (isatty(STDIN_FILENO) == 0) throw ToolError(Status::Usage, "a command is required; vorlix help lists them");
+    std::fputs(FIRST_STEPS, stdout);
+    return Status::Ok;
   }
 
   // Prints help, version or what is wrong.
   Status Explain(const CLI::ParseError& error) const {
-    if (app_.exit(error) == 0) return Status::Ok;
-    for (const std::string& word : app_.remaining())
+    if (error.get_exit_code() == 0) {
+      app_.exit(error);
+      return Status::Ok;
+    }
+    const std::vector<std::string> left = app_.remaining();
+    if (const std::string hint = left.empty() ? "" : HintFor(left[0]); !hint.empty()) {
+      std::fprintf(stderr, "vorlix: %s\n", hint.c_str());
+      return Status::Usage;
+    }
+    app_.exit(error);
+    for (const std::string& word : left)
       for (const CLI::App* const owner : {call_, run_})
         if (owner->get_option_no_throw(word) != nullptr)
-          std::fprintf(stderr, "%s is an option of %s and stands behind it.\n", word.c_str(),
+          std::fprintf(stderr, "vorlix: %s is an option of %s and stands behind it\n", word.c_str(),
                        owner->get_name().c_str());
     return Status::Usage;
   }
@@ -61,20 +93,83 @@ class CommandLine {
     app.add_option("--server", options_.server, "The server program, when vorlix.dll is not found by itself")
         ->type_name("PATH");
     app.add_option("--lang", options_.language, "The language of the server, as de_DE")->type_name("LOCALE");
+    app.add_option("--encoding", options_.encoding,
+                   "The encoding of texts here, when the server's language has another")
+        ->type_name("NAME");
     app.add_option("--timeout", options_.timeout, "Seconds to wait for each answer, 10 by default")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.001, 1e6).description(""));
   }
 
+  void AddColour(CLI::App& app) {
+    const std::map<std::string, Colours> words = {
+        {"auto", Colours::Auto}, {"always", Colours::Always}, {"never", Colours::Never}};
+    app.add_option("--color", colours_, "Colours: auto, always or never")
+        ->type_name("WHEN")
+        ->transform(CLI::CheckedTransformer(words).description(""));
+  }
+
+  void AddCommands() {
+    call_->add_flag("--json", json_, "Print one JSON object; texts that are not UTF-8 become {\"hex\": \"...\"}");
+    call_->prefix_command()->allow_extras();  // from NAME on, nothing is an option
+    call_->footer("Example: vorlix call fmt_Num 1234.5 10 2 RT");
+    run_->add_flag("-q,--quiet", play_.quiet, "Print only what the script prints by itself");
+    run_->add_flag("-k,--keep-going", play_.keep_going, "Report every line that fails, not the first alone");
+    run_->add_option("FILE", path_, "The script, or - for standard input")->required();
+    run_->add_option("ARGUMENT", arguments_, "What the script has as $1, $2 and so on");
+    run_->footer("Example: echo 'fmt_Num $1 10 2 RT' | vorlix run - 1234.5");
+    functions_->add_option("NAME", function_, "A function, or a word to search for");
+    functions_->add_flag("--json", json_, "Print all about them as JSON");
+    functions_->footer("Example: vorlix functions l_GetIdx");
+    shell_->footer("Example: echo 'fmt_Num 1234.5 10 2 RT' | vorlix shell");
+    help_->add_option("COMMAND", function_, "The command");
+    help_->footer("Example: vorlix help call");
+  }
+
+  Status Help() const {
+    const std::vector<const CLI::App*> commands = app_.get_subcommands([](const CLI::App*) { return true; });
+    const auto is_it = [&](const CLI::App* command) { return command->get_name() == function_; };
+    const auto found = std::ranges::find_if(commands, is_it);
+    if (function_.empty()) return Print(app_);
+    if (found != commands.end()) return Print(**found);
+    if (FindFunction(function_) != nullptr) return ListFunctions(function_, false);
+    throw ToolError(Status::Usage, "there is no command '" + function_ + "'; vorlix help lists them");
+  }
+
+  static Status Print(const CLI::App& app) {
+    std::fputs(app.help().c_str(), stdout);
+    return Status::Ok;
+  }
+
+  // What was probably meant by a word that is no command.
+  std::string HintFor(const std::string& word) const {
+    std::vector<std::string_view> functions;
+    for (const FunctionInfo& function : FUNCTIONS) functions.push_back(function.name);
+    std::vector<std::string_view> commands;
+    for (const CLI::App* const command : app_.get_subcommands([](const CLI::App*) { return true; }))
+      commands.push_back(command->get_name());
+    const std::string there_is_none = "there is no command '" + word + "'; did you mean vorlix ";
+    if (word.starts_with('-')) return "";
+    if (const auto command = Nearest(word, commands); !command.empty())
+      return there_is_none + std::string(command) + '?';
+    if (const auto name = Nearest(word, functions); !name.empty())
+      return there_is_none + "call " + std::string(name) + '?';
+    return "";
+  }
+
   Options options_;
   bool json_ = false;
+  Colours colours_ = Colours::Auto;
   PlayOptions play_;
   std::string path_;
+  std::vector<std::string> arguments_;
   std::string function_;
   CLI::App app_{"Calls the functions of the server."};
   CLI::App* call_ = app_.add_subcommand("call", "Run one function: call [OPTIONS] NAME ARGUMENT...");
-  CLI::App* run_ = app_.add_subcommand("run", "Run a script of calls");
-  CLI::App* functions_ = app_.add_subcommand("functions", "List all functions, or describe one");
+  CLI::App* run_ = app_.add_subcommand("run", "Run a script of calls: run [OPTIONS] FILE ARGUMENT...");
+  CLI::App* shell_ = app_.add_subcommand("shell", "Run calls line by line, in one server");
+  CLI::App* functions_ = app_.add_subcommand("functions", "List all functions, describe one, or search");
+  CLI::App* help_ = app_.add_subcommand("help", "Print this, or the help of a command");
 };
 
 Status Run(int argc, char** argv) {
@@ -95,14 +190,22 @@ Status Main(int argc, char** argv) {
   return status;
 }
 
+// After a signal there is nothing to explain.
+int Guard(int argc, char** argv) {
+  try {
+    return static_cast<int>(Main(argc, argv));
+  } catch (const std::exception& error) {
+    if (EndingSignal() == 0) std::fprintf(stderr, "vorlix: %s\n", error.what());
+    return static_cast<int>(StatusOf(error));
+  }
+}
+
 }  // namespace
 }  // namespace vorlix::tool
 
 int main(int argc, char** argv) {
-  try {
-    return static_cast<int>(vorlix::tool::Main(argc, argv));
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "vorlix: %s\n", error.what());
-    return static_cast<int>(vorlix::tool::StatusOf(error));
-  }
+  using namespace vorlix::tool;
+  NoteEndingSignals();
+  const int status = Guard(argc, argv);
+  return EndingSignal() != 0 ? 128 + EndingSignal() : status;
 }

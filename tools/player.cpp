@@ -5,12 +5,15 @@
 #include <filesystem>
 #include <utility>
 
+#include "dll/wire/meanings.h"
 #include "host/csdx.h"
+#include "tools/ending.h"
 #include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/items.h"
+#include "tools/paint.h"
 #include "tools/quoting.h"
-#include "tools/values.h"
+#include "tools/signature.h"
 
 namespace vorlix::tool {
 namespace {
@@ -18,34 +21,29 @@ namespace {
 // Longer texts are printed as a pattern of their first bytes.
 constexpr size_t LONGEST_SHOWN = 72;
 
-// A value as an expectation that it meets.
-std::string Outcome(const Value& value) {
-  const std::string name(value.name);
-  if (value.text.size() <= LONGEST_SHOWN) return name + '=' + ShowValue(value);
-  return name + '~' + Quote(value.text.substr(0, LONGEST_SHOWN) + '*');
-}
-
-std::string GivenWord(const Given& given) {
-  if (!given.room) return QuoteWord(given.text);
-  return (given.text.empty() ? "" : Quote(given.text)) + '[' + std::to_string(*given.room) + ']';
-}
-
-// What a value is instead of what was expected.
-std::string Unmet(const Condition& condition, const std::string& text, const std::string& expected) {
-  std::string is = condition.address + " is " + QuoteWord(text);
-  switch (condition.comparison) {
-    case Comparison::Equal: return is + ", not " + QuoteWord(expected);
-    case Comparison::Unequal: return is + ", which it should not be";
-    case Comparison::Like: return is + ", which is not like " + Quote(expected);
-  }
-  return is;
-}
-
 // What is printed comes in order with the traces that the server writes to the same terminal.
 void Print(const std::string& text) {
   std::fputs(text.c_str(), stdout);
   std::fflush(stdout);
 }
+
+// What numbers mean that came back, as "19: no dialog ...; rc_p -2: No such file or directory".
+std::string Meanings(const FunctionInfo& function, int32_t code, const std::vector<Value>& values) {
+  std::string told;
+  const auto tell = [&](std::string_view value, const std::string& number, const std::string& meaning) {
+    if (meaning.empty()) return;
+    if (!told.empty()) told += "; ";
+    ((told += value) += value.empty() ? "" : " ") += number + ": " + meaning;
+  };
+  tell("", std::to_string(code), MeaningOf(function, CODE, code));
+  for (const Value& value : values)
+    if (const auto number = value.is_text ? std::nullopt : ReadWhole<int32_t>(value.text))
+      tell(value.name, value.text, MeaningOf(function, value.name, *number));
+  return told;
+}
+
+// Whether a name that ends there is not taken further by what follows.
+bool IsNameEnd(std::string_view text, size_t at) { return at == text.size() || text[at] == '/' || text[at] == '"'; }
 
 bool Compare(Comparison comparison, const std::string& text, const std::string& expected) {
   switch (comparison) {
@@ -58,10 +56,14 @@ bool Compare(Comparison comparison, const std::string& text, const std::string& 
 
 }  // namespace
 
-Player::Player(host::Caller call, std::string_view name, const PlayOptions& options)
-    : call_(std::move(call)), name_(name), options_(options) {
+Player::Player(Calls calls, std::string_view name, const PlayOptions& options)
+    : calls_(std::move(calls)), name_(name), options_(options) {
   const std::string directory = std::filesystem::path(name_).parent_path().string();
   scope_.Set("here", directory.empty() ? "." : directory);
+}
+
+void Player::SetArguments(const std::vector<std::string>& arguments) {
+  for (size_t k = 0; k < arguments.size(); ++k) scope_.Set(std::to_string(k + 1), arguments[k]);
 }
 
 void Player::Play(const std::vector<Statement>& statements) {
@@ -87,19 +89,20 @@ void Player::Run(const Statement& statement) {
 }
 
 void Player::Execute(const Statement& statement) {
+  EndIfSignalled();
   line_ = statement.line;
   switch (statement.kind) {
     case Kind::Call: RunCall(statement); break;
     case Kind::Each: RunEach(statement); break;
     case Kind::Comment: PrintLine(statement.comment); break;
     case Kind::Check: RunCheck(statement); break;
-    case Kind::Set: scope_.Set(statement.NameToSet(), Text(statement, 1)); break;
+    case Kind::Set: SetValue(statement.NameToSet(), Text(statement, 1)); break;
     case Kind::Xbuf: RunXbuf(statement); break;
     case Kind::Fetch: RunFetch(statement); break;
-    case Kind::Read: scope_.Set(statement.NameToSet(), ReadFile(Text(statement, 1))); break;
-    case Kind::Write: WriteFile(Text(statement, 0), Text(statement, 1)); break;
+    case Kind::Read: ReadValue(statement.NameToSet(), Text(statement, 1)); break;
+    case Kind::Write: Write(Text(statement, 0), Text(statement, 1)); break;
     case Kind::Echo: RunEcho(statement); break;
-    case Kind::Show: Print(ListItems(Text(statement, 0))); break;
+    case Kind::Show: PrintOwn(ListItems(calls_.to_outside(Text(statement, 0)))); break;
   }
   if (statement.kind != Kind::Each) Expect(statement.expected);
 }
@@ -112,14 +115,17 @@ void Player::RunCall(const Statement& statement) {
     given.push_back({scope_.Expand(word), word.room});
     line += ' ' + GivenWord(given.back());
   }
-  const host::Result result = call_(function.name, MakeArguments(function, given));
+  const host::Result result = calls_.place(function.name, MakeArguments(function, given));
+  called_ = &function;
   line += " => " + std::to_string(result.code);
-  for (const Value& value : ReturnedValues(function, result)) {
+  const std::vector<Value> values = ReturnedValues(function, result);
+  for (const Value& value : values) {
     scope_.Set(value.name, value.text);
     line += ' ' + Outcome(value);
   }
-  PrintLine(line);
-  KeepCode(statement, function.name, result.code);
+  PrintLine(line, Meanings(function, result.code, values));
+  if (options_.is_dialog) ShowMore(values);
+  KeepCode(statement, function, result.code);
 }
 
 void Player::RunEach(const Statement& statement) {
@@ -131,9 +137,7 @@ void Player::RunEach(const Statement& statement) {
     RunCall(statement);
     Expect(statement.expected);
     if (std::ranges::all_of(statement.until, meets)) return;
-    ++depth_;
     for (const Statement& inner : statement.body) Run(inner);
-    --depth_;
   }
 }
 
@@ -144,43 +148,67 @@ void Player::RunXbuf(const Statement& statement) {
     made.item.value = scope_.Expand(made.value);
     items.push_back(std::move(made.item));
   }
-  scope_.Set(statement.NameToSet(), host::WriteXbuf(items));
+  SetValue(statement.NameToSet(), host::WriteXbuf(items));
+}
+
+void Player::SetValue(const std::string& name, const std::string& text) {
+  scope_.Set(name, text);
+  PrintLine("set " + name + ' ' + Shown(text));
+}
+
+void Player::ReadValue(const std::string& name, const std::string& path) {
+  scope_.Set(name, ReadFile(path));
+  PrintLine("read " + name + ' ' + Shown(path));
+}
+
+void Player::Write(const std::string& path, const std::string& text) {
+  WriteFile(path, text);
+  PrintLine("write " + Shown(path) + ' ' + Shown(text));
 }
 
 void Player::RunFetch(const Statement& statement) {
   const int32_t room = statement.words.size() == 1 ? DEFAULT_ROOM : statement.words[1].room.value_or(DEFAULT_ROOM);
-  host::Transfer transfer = host::FetchTransfer(call_, room);
+  host::Transfer transfer = host::FetchTransfer(calls_.place, room);
   const Value value{statement.NameToSet(), true, std::move(transfer.payload)};
+  const FunctionInfo& function = RequireFunction("dll_SendNext");
+  called_ = &function;
   PrintLine("fetch " + std::string(value.name) + " [" + std::to_string(room) + "] => " + std::to_string(transfer.code) +
-            ' ' + Outcome(value));
+                ' ' + Outcome(value),
+            Meanings(function, transfer.code, {}));
   scope_.Set(value.name, value.text);
-  KeepCode(statement, "dll_SendNext", transfer.code);
+  KeepCode(statement, function, transfer.code);
 }
 
-// Only printed: the expectations of every statement are checked in the end.
+// Only printed: the expectations of every statement are checked in the end. The script that is printed has no loops,
+// and nothing to compare their rounds with.
 void Player::RunCheck(const Statement& statement) {
   std::string line = "=>";
+  bool is_of_loop = false;
   for (const Condition& condition : statement.expected) {
+    is_of_loop = is_of_loop || condition.address == "round" || condition.address == "count";
     (line += ' ') += condition.address;
     line += OperatorText(condition.comparison);
-    line += QuoteWord(scope_.Expand(condition.expected));
+    line += Shown(scope_.Expand(condition.expected));
   }
-  PrintLine(line);
+  PrintLine(is_of_loop ? "# " + line : line);
 }
 
 void Player::RunEcho(const Statement& statement) {
   std::string line;
   for (const Word& word : statement.words) line += (line.empty() ? "" : " ") + scope_.Expand(word);
-  Print(Printable(line) + '\n');
+  PrintOwn(Printable(calls_.to_outside(line)) + '\n');
 }
 
-void Player::KeepCode(const Statement& statement, std::string_view function, int32_t code) {
+void Player::KeepCode(const Statement& statement, const FunctionInfo& function, int32_t code) {
   scope_.Set("code", std::to_string(code));
   const auto is_code = [](const Condition& condition) { return condition.address == "code"; };
   const auto ends_loop = [&](const Condition& condition) { return is_code(condition) && Meets(condition); };
-  if (code != 0 && std::ranges::none_of(statement.expected, is_code) &&
-      std::ranges::none_of(statement.until, ends_loop))
-    throw ToolError(Status::OtherCode, std::string(function) + " answered " + std::to_string(code));
+  if (code == 0 || options_.is_dialog || std::ranges::any_of(statement.expected, is_code) ||
+      std::ranges::any_of(statement.until, ends_loop))
+    return;
+  throw ToolError(Status::OtherCode, std::string(function.name) + " answered " +
+                                         InWords(std::to_string(code), MeaningOf(function, CODE, code)) +
+                                         calls_.reasons());
 }
 
 bool Player::Meets(const Condition& condition) {
@@ -189,13 +217,70 @@ bool Player::Meets(const Condition& condition) {
 
 void Player::Expect(const std::vector<Condition>& conditions) {
   for (const Condition& condition : conditions)
-    if (!Meets(condition))
-      throw ToolError(Status::OtherCode,
-                      Unmet(condition, scope_.Find(condition.address), scope_.Expand(condition.expected)));
+    if (!Meets(condition)) throw ToolError(Status::OtherCode, Unmet(condition) + calls_.reasons());
 }
 
-void Player::PrintLine(const std::string& line) const {
-  if (!options_.quiet) Print((line.empty() ? "" : std::string(2 * depth_, ' ')) + line + '\n');
+// What a value is instead of what was expected.
+std::string Player::Unmet(const Condition& condition) {
+  const std::string text = scope_.Find(condition.address);
+  const std::string expected = scope_.Expand(condition.expected);
+  const auto number = ReadWhole<int32_t>(text);
+  const std::string meaning = called_ != nullptr && number ? MeaningOf(*called_, condition.address, *number) : "";
+  std::string is = condition.address + " is " + InWords(Shown(text), meaning);
+  switch (condition.comparison) {
+    case Comparison::Equal: return is + ", not " + Shown(expected);
+    case Comparison::Unequal: return is + ", which it should not be";
+    case Comparison::Like: return is + ", which is not like " + Quote(calls_.to_outside(expected));
+  }
+  return is;
+}
+
+// ---- What is printed ------------------------------------------------------------------------------------------------
+
+// The script's own directory has another name each time, so it is printed as $tmp.
+std::string Player::Shown(const std::string& text, bool as_value) const {
+  std::string shown = as_value ? Quote(calls_.to_outside(text)) : QuoteWord(calls_.to_outside(text));
+  const std::string& scratch = scope_.KnownScratch();
+  if (scratch.empty()) return shown;
+  for (size_t at = 0; (at = shown.find(scratch, at)) != std::string::npos;)
+    shown.replace(at, scratch.size(), IsNameEnd(shown, at + scratch.size()) ? "$tmp" : "${tmp}");
+  return shown;
+}
+
+std::string Player::GivenWord(const Given& given) const {
+  if (!given.room) return Shown(given.text);
+  return (given.text.empty() ? "" : Shown(given.text, true)) + '[' + std::to_string(*given.room) + ']';
+}
+
+// A value as an expectation that it meets.
+std::string Player::Outcome(const Value& value) const {
+  const std::string name(value.name);
+  if (!value.is_text) return name + '=' + value.text;
+  if (value.text.size() <= LONGEST_SHOWN) return name + '=' + Shown(value.text, true);
+  return name + '~' + Quote(calls_.to_outside(value.text.substr(0, LONGEST_SHOWN) + '*'));
+}
+
+// What a terminal shows of a call besides its line.
+void Player::ShowMore(const std::vector<Value>& values) {
+  for (const Value& value : values)
+    if (value.is_text && IsXbuf(value.text)) PrintOwn(ListItems(calls_.to_outside(value.text)));
+  if (const std::string reasons = calls_.reasons(); !reasons.empty()) PrintOwn(reasons.substr(1));
+}
+
+void Player::PrintLine(const std::string& line, const std::string& comment) {
+  if (options_.quiet) return;
+  if (options_.is_dialog) played_ += line + (comment.empty() ? "" : "  # " + comment) + '\n';
+  Print((line.starts_with('#') ? Dim(line) : line) + (comment.empty() ? "" : Dim("  # " + comment)) + '\n');
+}
+
+void Player::PrintOwn(const std::string& lines) {
+  if (options_.quiet) return Print(lines);
+  for (std::string_view rest = lines; !rest.empty();) {
+    const std::string_view line = rest.substr(0, rest.find('\n'));
+    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    const size_t size = line.find_last_not_of(" \t") + 1;
+    PrintLine(size == 0 ? "#" : "# " + std::string(line.substr(0, size)));
+  }
 }
 
 }  // namespace vorlix::tool

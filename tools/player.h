@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,28 +10,48 @@
 #include "host/call.h"
 #include "tools/scope.h"
 #include "tools/script.h"
+#include "tools/values.h"
 
 namespace vorlix::tool {
 
 struct PlayOptions {
   bool quiet = false;       // prints only what the script prints by itself
   bool keep_going = false;  // reports a line that fails on standard error, and goes on with the next
+  bool is_dialog = false;  // of the shell: a code is no failure, XBUFs appear item by item, and what was played is kept
+};
+
+/// The server of a script: how it is called, and what it told of the failures in the last call (see Session).
+struct Calls {
+  host::Caller place;
+  std::function<std::string()> reasons = [] { return std::string(); };
+  std::function<std::string(std::string_view)> to_outside = [](std::string_view text) { return std::string(text); };
 };
 
 class Player {
  public:
-  /// Every call is made by `call`. `name` is the script's name in messages. Standard output gets what the script prints
-  /// by itself and, unless quiet, its comments and every call as a line of a script that expects what came back.
-  Player(host::Caller call, std::string_view name, const PlayOptions& options = {});
+  /// `name` is the script's name in messages. What is printed on standard output is a script again, which expects what
+  /// came back; what the numbers mean, and what the script prints by itself, are comments in it. Quiet: only what the
+  /// script prints by itself, as it is.
+  Player(Calls calls, std::string_view name, const PlayOptions& options = {});
+
+  /// `$1`, `$2` and so on.
+  void SetArguments(const std::vector<std::string>& arguments);
 
   /// Runs the statements in order. Throws ToolError with the place of the first one that fails; when it keeps going, at
   /// the end with the number of those that failed.
   void Play(const std::vector<Statement>& statements);
 
+  /// Runs one statement. Throws ToolError, without a place.
+  void Execute(const Statement& statement);
+
+  Scope& Values() { return scope_; }
+
+  /// Of a dialog: what was printed, without colours.
+  const std::string& Played() const { return played_; }
+
  private:
   /// Runs a statement; when it fails and the player keeps going, counts it.
   void Run(const Statement& statement);
-  void Execute(const Statement& statement);
   void RunCall(const Statement& statement);
   void RunEach(const Statement& statement);
   void RunCheck(const Statement& statement);
@@ -40,20 +61,33 @@ class Player {
 
   /// A word of the statement with its values in place.
   std::string Text(const Statement& statement, size_t word) { return scope_.Expand(statement.words.at(word)); }
+  void SetValue(const std::string& name, const std::string& text);
+  void ReadValue(const std::string& name, const std::string& path);
+  void Write(const std::string& path, const std::string& text);
+
   /// Keeps the code of a call; unless the statement says what code it expects, or it is the one that ends the loop,
   /// anything but 0 fails.
-  void KeepCode(const Statement& statement, std::string_view function, int32_t code);
+  void KeepCode(const Statement& statement, const FunctionInfo& function, int32_t code);
   bool Meets(const Condition& condition);
   void Expect(const std::vector<Condition>& conditions);
-  void PrintLine(const std::string& line) const;
+  std::string Unmet(const Condition& condition);
 
-  host::Caller call_;
+  /// A text as a word of the script that is printed: in quotes when it has to be, or `as_value`.
+  std::string Shown(const std::string& text, bool as_value = false) const;
+  std::string GivenWord(const Given& given) const;
+  std::string Outcome(const Value& value) const;
+  void ShowMore(const std::vector<Value>& values);
+  void PrintLine(const std::string& line, const std::string& comment = "");
+  void PrintOwn(const std::string& lines);
+
+  Calls calls_;
   std::string name_;
   PlayOptions options_;
-  size_t failed_ = 0;  // statements, when it keeps going
-  int line_ = 0;       // of the statement that runs
-  size_t depth_ = 0;   // loops around it
+  size_t failed_ = 0;                     // statements, when it keeps going
+  int line_ = 0;                          // of the statement that runs
+  const FunctionInfo* called_ = nullptr;  // the function of the last call
   Scope scope_;
+  std::string played_;
 };
 
 }  // namespace vorlix::tool

@@ -19,10 +19,19 @@ std::string ReadScript(const std::string& path) {
 
 }  // namespace
 
-Status RunScript(const Options& options, const std::string& path, const PlayOptions& play) {
-  const std::vector<Statement> statements = ParseScript(ReadScript(path), path);
-  const auto server = StartServer(options);
-  Player(std::bind_front(&host::Server::Call, server.get()), path, play).Play(statements);
+Status RunScript(const Options& options, const std::string& path, const std::vector<std::string>& arguments,
+                 const PlayOptions& play) {
+  const Encoding encoding = EncodingFor(options, false);
+  const std::vector<Statement> statements = ParseScript(encoding.ToServer(ReadScript(path)), path);
+  Session session(options);
+  Player player({.place = std::bind_front(&Session::Call, &session),
+                 .reasons = [&] { return session.Reasons(); },
+                 .to_outside = [&](std::string_view text) { return encoding.ToOutside(text); }},
+                path, play);
+  std::vector<std::string> words;
+  for (const std::string& argument : arguments) words.push_back(encoding.ToServer(argument));
+  player.SetArguments(words);
+  player.Play(statements);
   return Status::Ok;
 }
 

@@ -27,8 +27,16 @@ std::string Scope::Find(std::string_view address) {
   const std::string_view name = address.substr(0, point);
   if (name == "tmp") return scratch_.Path();
   const auto found = values_.find(name);
+  if (found == values_.end() && ReadWhole<int>(name))
+    throw ToolError(Status::Usage, "the script was given no argument " + std::string(name));
   if (found == values_.end()) throw ToolError(Status::Usage, "there is no value '" + std::string(name) + "' yet");
   return point == std::string_view::npos ? found->second : FindItem(found->second, address.substr(point + 1));
+}
+
+std::vector<std::string> Scope::Names() const {
+  std::vector<std::string> names = {"tmp"};
+  for (const auto& [name, value] : values_) names.push_back(name);
+  return names;
 }
 
 std::string Scope::Expand(const Word& word) {

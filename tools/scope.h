@@ -6,6 +6,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tools/words.h"
 
@@ -21,6 +22,8 @@ class ScratchDirectory {
 
   /// Throws ToolError (OtherCode) when it cannot be made.
   const std::string& Path();
+  /// The same; empty when nobody has asked for it yet.
+  const std::string& KnownPath() const { return path_; }
 
  private:
   std::string path_;
@@ -34,6 +37,12 @@ class Scope {
   /// The value at NAME, or of the item at NAME.ITEM or NAME.ITEM.INDEX of the XBUF that NAME holds. Throws ToolError
   /// when there is none.
   std::string Find(std::string_view address);
+
+  /// The directory that "tmp" stands for; empty while it does not exist.
+  const std::string& KnownScratch() const { return scratch_.KnownPath(); }
+
+  /// The names of all values.
+  std::vector<std::string> Names() const;
 
   /// The word with values in the places of their names.
   std::string Expand(const Word& word);

@@ -226,7 +226,16 @@ std::string_view OperatorText(Comparison comparison) {
   return std::ranges::find(OPERATORS, comparison, &Operator::comparison)->text;
 }
 
-std::string Place(std::string_view name, int line) { return std::string(name) + ":" + std::to_string(line) + ": "; }
+std::vector<std::string> Keywords() {
+  std::vector<std::string> names = {"each", "end"};
+  for (const Keyword& keyword : KEYWORDS) names.emplace_back(keyword.name);
+  return names;
+}
+
+std::string Place(std::string_view name, int line) {
+  if (name.empty()) return "";
+  return std::string(name) + ":" + std::to_string(line) + ": ";
+}
 
 std::vector<Statement> ParseScript(std::string_view text, std::string_view name) { return Parser(text, name).Block(0); }
 

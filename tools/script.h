@@ -53,7 +53,10 @@ struct Statement {
 /// The statements of a script. Throws ToolError (Usage) for the first fault, as "NAME:LINE: what is wrong".
 std::vector<Statement> ParseScript(std::string_view text, std::string_view name);
 
-/// The place of a statement as messages begin: "NAME:LINE: ".
+/// The words that a statement which is no call begins with.
+std::vector<std::string> Keywords();
+
+/// The place of a statement as messages begin: "NAME:LINE: "; nothing of what has no name.
 std::string Place(std::string_view name, int line);
 
 }  // namespace vorlix::tool

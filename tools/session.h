@@ -1,23 +1,64 @@
-// The options that every subcommand with a server shares, and the server started by them.
+// The server of a subcommand, and what it says of itself on standard error.
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "host/server.h"
+#include "tools/encoding.h"
 
 namespace vorlix::tool {
 
+/// What all subcommands that start a server are told on the command line.
 struct Options {
-  std::string server;        // path of vorlix.dll; empty: where it is looked for by itself
-  std::string language;      // LANG of the server; empty: what this program's environment says
-  double timeout = 10;       // seconds for each call
+  std::string server;        // the program; empty: the one that the client library finds
+  std::string language;      // empty: as the environment says
+  double timeout = 10;       // seconds for each answer
   std::optional<int> trace;  // level of the call trace
-  std::string flags;         // levels of the category trace, as D3F1
+  std::string flags;         // levels of the category trace
+  std::string encoding;      // of the texts here; empty: see EncodingFor
 };
 
-/// Starts a server whose standard error is this program's and sets its traces. Throws host::ServerError.
-std::unique_ptr<host::Server> StartServer(const Options& options);
+/// Between the texts of this program and the server's language. Where no encoding was asked for, that of the terminal
+/// if `by_default`, else texts stay as they are; and they do where one of the two is ASCII alone, for that leaves all
+/// else open.
+Encoding EncodingFor(const Options& options, bool by_default);
+
+/// A server. What it writes comes on this program's standard error, behind each call. Unless somebody asks for a
+/// category trace, the failures in it (level 1) are kept instead, to be told of a call that fails.
+class Session {
+ public:
+  /// Throws as host::Server does, and ToolError (Usage) when the system does not have the language.
+  /// Of texts that people type it says once what characters beyond ASCII are in UTF-8.
+  explicit Session(const Options& options, bool is_typed = false);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  /// Throws as host::Server::Call does.
+  host::Result Call(std::string_view function, const std::vector<host::Arg>& args);
+
+  /// The failures that the server told of in the last call, each in a line that begins with two blanks and has no end:
+  /// "\n  D1: dict_MapID() failed: ...".
+  const std::string& Reasons() const { return reasons_; }
+
+  /// Gives up the category trace that somebody asked for.
+  void KeepFailures();
+
+  host::Server& Server() { return server_; }
+
+ private:
+  void TellOfRevision();
+  void TellOfBytes(const std::vector<host::Arg>& args);
+  host::Result Place(std::string_view function, const std::vector<host::Arg>& args);
+  void PassOn(const std::string& written);
+
+  host::Server server_;
+  bool keeps_failures_;
+  bool counts_bytes_;  // of characters beyond ASCII, and nobody was told yet
+  std::string reasons_;
+};
 
 }  // namespace vorlix::tool

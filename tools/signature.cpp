@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
-#include "dll/base/text.h"
+#include "dll/wire/meanings.h"
 #include "tools/failure.h"
+#include "tools/nearest.h"
 
 namespace vorlix::tool {
 namespace {
@@ -50,18 +52,23 @@ std::string Signature(const FunctionInfo& function) {
   return returned.empty() ? sent : sent + " ->" + returned;
 }
 
-std::string Example(const FunctionInfo& function) {
-  std::string example(function.name);
-  if (!function.sample.empty()) (example += ' ') += function.sample;
-  return example;
+std::string MeaningOf(const FunctionInfo& function, std::string_view value, int32_t number) {
+  const Meaning* const meaning = FindMeaning(function.name, value, number);
+  if (meaning == nullptr) return "";
+  return meaning->number == ERROR_NUMBER ? std::strerror(-number) : std::string(meaning->words);
+}
+
+std::string InWords(const std::string& number, const std::string& meaning) {
+  return meaning.empty() ? number : number + " (" + meaning + ')';
 }
 
 const FunctionInfo& RequireFunction(std::string_view name) {
   if (const FunctionInfo* const function = FindFunction(name)) return *function;
   std::string message = "there is no function '" + std::string(name) + "'";
-  const auto same_but_case = [&](const FunctionInfo& function) { return EqualNoCase(function.name, name); };
-  if (const auto* const near = std::ranges::find_if(FUNCTIONS, same_but_case); near != FUNCTIONS.end())
-    message += "; did you mean " + std::string(near->name) + "?";
+  std::vector<std::string_view> names;
+  for (const FunctionInfo& function : FUNCTIONS) names.push_back(function.name);
+  if (const std::string_view near = Nearest(name, names); !near.empty())
+    message += "; did you mean " + std::string(near) + "?";
   throw ToolError(Status::Usage, message);
 }
 

@@ -1,6 +1,7 @@
-// What people are told about a function: its name, its arguments and an example.
+// What people are told about a function: its name, its arguments and what its answers mean.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,14 +14,17 @@ namespace vorlix::tool {
 /// "l_Get hdl:integer mode:integer -> data:text eol:integer".
 std::string Signature(const FunctionInfo& function);
 
-/// An example, as "l_Get 1 3".
-std::string Example(const FunctionInfo& function);
+/// What a number means that came back in CODE or an argument, in words; empty when it only counts.
+std::string MeaningOf(const FunctionInfo& function, std::string_view value, int32_t number);
+
+/// "19 (no dialog on the top level has this handle)"; without words the number alone.
+std::string InWords(const std::string& number, const std::string& meaning);
 
 /// The class of an argument's values, and the word for it: "integer", "number" or "text".
 HostClass ClassOf(const ArgInfo& arg);
 std::string_view ClassWord(const ArgInfo& arg);
 
-/// The function of this name. Throws ToolError (Usage), with the name in its right spelling when only case differs.
+/// The function of this name. Throws ToolError (Usage), with the name that is nearest, if one is near.
 const FunctionInfo& RequireFunction(std::string_view name);
 
 /// The arguments that `count` words stand for, in order. Those that only return something may be left out; the ones

@@ -23,9 +23,10 @@ size_t RunLength(std::string_view text, size_t from, First first, Next next) {
   return end - from;
 }
 
-// The length of the address that the text starts with: as much of NAME.ITEM.3 as is there.
+// The length of the address that the text starts with: as much of NAME.ITEM.3 as is there. Arguments have numbers.
 size_t AddressLength(std::string_view text) {
-  const size_t name = RunLength(text, 0, IsNameStart, IsNameCharacter);
+  const size_t number = RunLength(text, 0, IsDigit, IsDigit);
+  const size_t name = number != 0 ? number : RunLength(text, 0, IsNameStart, IsNameCharacter);
   if (name == 0 || name >= text.size() || text[name] != '.') return name;
   const size_t item = RunLength(text, name + 1, IsLetter, IsNameCharacter);
   if (item == 0) return name;

@@ -35,7 +35,7 @@ inline std::list<tool::Player> PlayScripts(const host::Caller& call) {
   for (const std::string& path : scripts) {
     PutBack(call);
     try {
-      players.emplace_back(call, path, tool::PlayOptions{.quiet = true})
+      players.emplace_back(tool::Calls{.place = call}, path, tool::PlayOptions{.quiet = true})
           .Play(tool::ParseScript(tool::ReadFile(path), path));
     } catch (const std::exception& error) {
       ADD_FAILURE() << error.what();

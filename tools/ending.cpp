@@ -1,0 +1,32 @@
+#include "tools/ending.h"
+
+#include <csignal>
+
+#include "tools/failure.h"
+
+namespace vorlix::tool {
+namespace {
+
+volatile std::sig_atomic_t noted = 0;
+
+void Note(int signal) {
+  if (noted == 0) noted = signal;
+}
+
+}  // namespace
+
+void NoteEndingSignals() {
+  struct sigaction action {};
+  action.sa_handler = Note;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) sigaction(signal, &action, nullptr);
+}
+
+int EndingSignal() { return noted; }
+
+void ForgetEndingSignal() { noted = 0; }
+
+void EndIfSignalled() {
+  if (noted != 0) throw ToolError(Status::OtherCode, "interrupted");
+}
+
+}  // namespace vorlix::tool

@@ -1,0 +1,18 @@
+// The signals that end the program: they are noted, so that it can tidy up and end with their status.
+#pragma once
+
+namespace vorlix::tool {
+
+/// Notes SIGINT, SIGTERM, SIGHUP and SIGPIPE from now on. They interrupt system calls that wait.
+void NoteEndingSignals();
+
+/// The first of them that has come, 0 for none.
+int EndingSignal();
+
+/// Forgets it: the program goes on.
+void ForgetEndingSignal();
+
+/// Throws ToolError when one has come.
+void EndIfSignalled();
+
+}  // namespace vorlix::tool

@@ -1,0 +1,27 @@
+// Colours, for terminals that show them.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vorlix::tool {
+
+enum class Colours { Auto, Always, Never };
+
+/// Colours on standard output from now on. Auto: when it is a terminal, and NO_COLOR is not set.
+void ChooseColours(Colours colours);
+
+// The text in a colour, or as it is.
+std::string Bold(std::string_view text);
+std::string Dim(std::string_view text);
+std::string Red(std::string_view text);
+std::string Green(std::string_view text);
+
+/// The columns of the terminal that is standard output; 0 when it is none.
+size_t TerminalWidth();
+
+/// The text in lines of at most `width` columns, broken at blanks, the lines behind the first indented. A width of 0
+/// leaves it in one.
+std::string Wrap(std::string_view text, size_t width, size_t indent);
+
+}  // namespace vorlix::tool

@@ -1,0 +1,37 @@
+// What can follow in a line of the shell: functions, statements, values, files, and what is open in the server.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/call.h"
+#include "tools/scope.h"
+
+namespace vorlix::tool {
+
+class Completion {
+ public:
+  /// Borrows the values. Asks the server by calls that leave its state as it is. `commands` can begin a line, besides
+  /// functions and statements.
+  Completion(host::Caller call, const Scope& values, std::vector<std::string> commands)
+      : call_(std::move(call)), values_(values), commands_(std::move(commands)) {}
+
+  /// The words that the last one of the text, which may be empty, can become.
+  std::vector<std::string> Words(std::string_view text) const;
+
+  /// The argument that comes next, as "plen:integer", and those behind it.
+  static std::string NextArguments(std::string_view text);
+
+ private:
+  std::vector<std::string> FirstWords() const;
+  std::vector<std::string> Candidates(const std::vector<std::string>& before, std::string_view word) const;
+  std::vector<std::string> Dialogs() const;
+  std::vector<std::string> Fields(const std::string& dialog) const;
+
+  host::Caller call_;
+  const Scope& values_;
+  std::vector<std::string> commands_;
+};
+
+}  // namespace vorlix::tool

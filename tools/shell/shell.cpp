@@ -1,0 +1,210 @@
+// `vorlix shell`. A line is one of a script, or a command that begins with a point. What is wrong is told, and the next
+// line can be typed; a call that answers with a code is none of that.
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <memory>
+
+#include "tools/commands.h"
+#include "tools/ending.h"
+#include "tools/files.h"
+#include "tools/nearest.h"
+#include "tools/paint.h"
+#include "tools/quoting.h"
+#include "tools/shell/completion.h"
+#include "tools/shell/editor.h"
+
+namespace vorlix::tool {
+namespace {
+
+constexpr const char* PROMPT = "vorlix> ";
+constexpr const char* PROMPT_INSIDE = "   ...> ";
+constexpr std::string_view NAME = "";  // a mistake is in the line that was just typed
+
+class Shell {
+ public:
+  explicit Shell(const Options& options)
+      : encoding_(EncodingFor(options, true)),
+        session_(options, true),
+        player_({.place = std::bind_front(&Session::Call, &session_),
+                 .reasons = [this] { return session_.Reasons(); },
+                 .to_outside = [this](std::string_view text) { return encoding_.ToOutside(text); }},
+                NAME, {.quiet = false, .keep_going = false, .is_dialog = true}),
+        completion_(std::bind_front(&Session::Call, &session_), player_.Values(), CommandNames()) {}
+
+  Status Run() {
+    if (isatty(STDIN_FILENO) == 0) return RunPiped();
+    std::printf("vorlix " VORLIX_VERSION ": a line is a call; Tab completes it, .help explains, Ctrl-D ends\n");
+    Editor editor({.complete = [this](std::string_view text) { return Complete(text); },
+                   .next = [](std::string_view text) { return Completion::NextArguments(text); }},
+                  HistoryPath());
+    std::string line;
+    while (!is_over_ && EndingSignal() == 0) {
+      switch (editor.ReadLine(pending_.empty() ? PROMPT : PROMPT_INSIDE, line)) {
+        case Editor::Read::End: is_over_ = true; break;
+        case Editor::Read::GivenUp: GiveUp(); break;
+        case Editor::Read::Line: Try(line); break;
+      }
+      if (EndingSignal() == SIGINT) ForgetEndingSignal();  // it was for the call
+    }
+    std::puts("");
+    return Status::Ok;
+  }
+
+ private:
+  // Without a terminal: the first line that is wrong makes the status.
+  Status RunPiped() {
+    for (std::string line; !is_over_ && EndingSignal() == 0 && std::getline(std::cin, line);) Try(line);
+    if (depth_ > 0) throw ToolError(Status::Usage, "a loop has no 'end'");
+    return status_;
+  }
+
+  void Try(const std::string& line) {
+    try {
+      Take(line);
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "vorlix: %s\n", error.what());
+      if (status_ == Status::Ok) status_ = StatusOf(error);
+    }
+  }
+
+  // Lines up to the end of a loop are one.
+  void Take(const std::string& line) {
+    const std::vector<Word> words = SplitWords(encoding_.ToServer(line));
+    if (pending_.empty() && !words.empty() && words[0].Bare().starts_with('.')) return Obey(words);
+    depth_ += !words.empty() && words[0].Is("each") ? 1 : 0;
+    depth_ -= !words.empty() && words[0].Is("end") ? 1 : 0;
+    pending_ += encoding_.ToServer(line) + '\n';
+    if (depth_ > 0) return;
+    depth_ = 0;
+    const std::vector<Statement> statements = ParseScript(std::exchange(pending_, {}), NAME);
+    for (const Statement& statement : statements)
+      if (statement.kind != Kind::Comment) player_.Execute(statement);
+  }
+
+  void GiveUp() {
+    std::puts("^C");
+    pending_.clear();
+    depth_ = 0;
+  }
+
+  std::vector<std::string> Complete(std::string_view text) {
+    try {
+      return completion_.Words(text);
+    } catch (const std::exception&) {
+      return {};  // a server that does not answer now
+    }
+  }
+
+  // ---- Commands -----------------------------------------------------------------------------------------------------
+
+  struct Command {
+    std::string_view name;
+    std::string_view argument;  // as people are told of it; empty for none, in [] where it can be left out
+    std::string_view sentence;
+    void (Shell::*run)(const std::string& argument);
+  };
+  static const std::array<Command, 7> COMMANDS;
+
+  static std::vector<std::string> CommandNames() {
+    std::vector<std::string> names;
+    for (const Command& command : COMMANDS) names.emplace_back(command.name);
+    return names;
+  }
+
+  void Obey(const std::vector<Word>& words) {
+    const Command& command = FindCommand(words[0].Bare());
+    std::string argument;
+    for (size_t k = 1; k < words.size(); ++k) argument += (k == 1 ? "" : " ") + player_.Values().Expand(words[k]);
+    if (argument.empty() && !command.argument.empty() && !command.argument.starts_with('['))
+      throw ToolError(Status::Usage, "write it as: " + std::string(command.name) + ' ' + std::string(command.argument));
+    (this->*command.run)(argument);
+  }
+
+  static const Command& FindCommand(std::string_view name) {
+    std::vector<std::string_view> names;
+    for (const Command& command : COMMANDS) {
+      if (command.name == name) return command;
+      names.push_back(command.name);
+    }
+    const std::string_view near = Nearest(name, names);
+    const std::string hint = near.empty() ? "; .help lists them" : "; did you mean " + std::string(near) + "?";
+    throw ToolError(Status::Usage, "there is no command " + std::string(name) + hint);
+  }
+
+  void Quit(const std::string&) { is_over_ = true; }
+
+  void Help(const std::string& name) {
+    if (!name.empty()) {
+      ListFunctions(name, false);
+      return;
+    }
+    for (const Command& command : COMMANDS)
+      std::printf("  %-7s %-20s %s\n", command.name.data(), command.argument.data(), command.sentence.data());
+    std::puts("All other lines are those of scripts: FUNCTION ARGUMENT..., set, echo, each ... end and so on.");
+  }
+
+  void ChangeLanguage(const std::string& locale) { Place("dll_SetLocale " + QuoteWord("LANG=" + locale)); }
+
+  void Place(const std::string& line) {
+    for (const Statement& statement : ParseScript(line, NAME)) player_.Execute(statement);
+  }
+
+  void OpenModel(const std::string& path) {
+    Place("dict_OpenModel " + QuoteWord(std::filesystem::path(path).stem().string()) + ' ' + QuoteWord(path));
+  }
+
+  // The highest level is that of the dialogs which "the highest one" stands for.
+  void Open(const std::string& path) {
+    const std::string name = std::filesystem::path(path).stem().string();
+    Place("dict_Open " + QuoteWord(name) + ' ' + QuoteWord(path) + ' ' + std::to_string(++level_));
+    if (player_.Values().Find("rc_p") != "0" || player_.Values().Find("code") != "0") --level_;
+  }
+
+  void Trace(const std::string& what) {
+    if (what == "off") {
+      Place("dll_Debug 0");
+      session_.KeepFailures();
+    } else if (ReadWhole<int32_t>(what)) {
+      Place("dll_Debug " + what);
+    } else {
+      Place("dll_SetDebugFlags " + QuoteWord(what) + " \"\"");
+    }
+  }
+
+  void Save(const std::string& path) {
+    WriteFile(path, player_.Played());
+    std::printf("written: %s\n", path.c_str());
+  }
+
+  Encoding encoding_;
+  Session session_;
+  Player player_;
+  Completion completion_;
+  std::string pending_;  // lines of a loop that has not ended
+  int depth_ = 0;
+  int level_ = 0;
+  bool is_over_ = false;
+  Status status_ = Status::Ok;
+};
+
+const std::array<Shell::Command, 7> Shell::COMMANDS = {{
+    {".open", "FILE", "Opens a dictionary on the next dialog level, under the name of its file", &Shell::Open},
+    {".model", "FILE", "Opens a model dictionary, from which those opened later inherit", &Shell::OpenModel},
+    {".trace", "LEVEL | FLAGS | off", "Shows calls (2), or what goes on inside (D3F1); off again", &Shell::Trace},
+    {".lang", "LOCALE", "Changes the language of the server", &Shell::ChangeLanguage},
+    {".save", "FILE", "Writes what was called, and what came back, as a script", &Shell::Save},
+    {".help", "[NAME]", "Tells about a function, or this", &Shell::Help},
+    {".quit", "", "Ends the shell, as Ctrl-D does", &Shell::Quit},
+}};
+
+}  // namespace
+
+Status RunShell(const Options& options) { return Shell(options).Run(); }
+
+}  // namespace vorlix::tool
