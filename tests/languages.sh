@@ -12,7 +12,7 @@ shift
 
 played_in() {
   LANG=$1 "$VORLIX" run "$2" 2>&1 |
-    sed 's/vorlix-[[:alnum:]]\{6\}/vorlix-XXXXXX/g; s/^\*\* [A-Z].* [0-9:]\{8\} [0-9]\{4\}$/** the time/'
+    sed 's/vorlix-[[:alnum:]]\{6\}/vorlix-XXXXXX/g; s/^#* *\*\* [A-Z].* [0-9:]\{8\} [0-9]\{4\}$/** the time/'
 }
 
 ended=0
