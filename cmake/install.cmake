@@ -1,10 +1,10 @@
 # What `cmake --install` puts in place: the programs, the client library with its headers, what finds it, and the manual.
 include(CMakePackageConfigHelpers)
 
-# The client library as one archive, which needs nothing but C++20.
+# The client library for C++ as one archive, which needs nothing but C++20.
 add_library(vorlix_client STATIC $<TARGET_OBJECTS:vorlix_host> $<TARGET_OBJECTS:vorlix_wire>
   $<TARGET_OBJECTS:vorlix_base> $<TARGET_OBJECTS:vorlix_hostif>)
-set_target_properties(vorlix_client PROPERTIES OUTPUT_NAME vorlix EXPORT_NAME host LINKER_LANGUAGE CXX)
+set_target_properties(vorlix_client PROPERTIES OUTPUT_NAME vorlix++ EXPORT_NAME host LINKER_LANGUAGE CXX)
 target_compile_features(vorlix_client INTERFACE cxx_std_20)
 # Headers name each other from the root of the project.
 set(HEADERS_DIR ${CMAKE_INSTALL_INCLUDEDIR}/vorlix)
@@ -14,8 +14,12 @@ install(TARGETS vorlix RUNTIME)
 # Not a command of users: hosts and the tool look for it here.
 install(TARGETS vorlix.dll RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR})
 install(TARGETS vorlix_client EXPORT Vorlix ARCHIVE)
-install(DIRECTORY host DESTINATION ${HEADERS_DIR} FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY host DESTINATION ${HEADERS_DIR} FILES_MATCHING PATTERN "*.h" PATTERN c EXCLUDE)
 install(FILES hostif/layout.h hostif/math.h DESTINATION ${HEADERS_DIR}/hostif)
+
+# The client library for C.
+install(TARGETS vorlix_c EXPORT Vorlix LIBRARY)
+install(FILES host/c/vorlix.h TYPE INCLUDE)
 
 # The CMake package.
 set(PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Vorlix)
@@ -30,8 +34,10 @@ install(FILES ${PROJECT_BINARY_DIR}/VorlixConfig.cmake ${PROJECT_BINARY_DIR}/Vor
 # pkg-config finds the prefix from where its file lies, so that any prefix does.
 set(PKGCONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH PREFIX_FROM_PKGCONFIG /${PKGCONFIG_DIR} /)
-configure_file(cmake/vorlix.pc.in ${PROJECT_BINARY_DIR}/vorlix.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/vorlix.pc DESTINATION ${PKGCONFIG_DIR})
+foreach(LANGUAGE_PC IN ITEMS vorlix.pc vorlix++.pc)
+  configure_file(cmake/${LANGUAGE_PC}.in ${PROJECT_BINARY_DIR}/${LANGUAGE_PC} @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${LANGUAGE_PC} DESTINATION ${PKGCONFIG_DIR})
+endforeach()
 
 # The manual.
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)

@@ -235,6 +235,7 @@ Clock::time_point Process::Watch(Clock::time_point now) {
 }
 
 void Process::LookAround(Clock::time_point deadline) {
+  if (ending_.has_value()) return;  // a process is reaped once
   std::array<pollfd, 2> sources = {pollfd{pidfd_.Get(), POLLIN, 0}, pollfd{error_output_.Get(), POLLIN, 0}};
   const auto& [end, error_output] = sources;
   const timespec rest = TimeBetween(Clock::now(), deadline);
@@ -245,7 +246,7 @@ void Process::LookAround(Clock::time_point deadline) {
 }
 
 bool Process::AwaitEnd(Clock::time_point deadline) {
-  while (!ending_.has_value()) {  // it can be known already; a process is reaped once
+  while (!ending_.has_value()) {  // it can be known already
     LookAround(deadline);
     if (Clock::now() >= deadline) break;
   }

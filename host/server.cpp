@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <stdexcept>
 #include <string>
 
 namespace vorlix::host {
@@ -45,16 +46,32 @@ Server::Server(const ServerOptions& options)
 
 Result Server::Call(std::string_view function, const std::vector<Arg>& args) {
   const Turn turn(*this);
-  const Clock::time_point deadline = Deadline();
-  AwaitAnswer(deadline);
+  const Wait wait(timeout_);
+  AwaitAnswer(wait);
   PlaceCall(block_, function, args);
-  Ring(deadline);
+  SendCall();
+  AwaitAnswer(wait);
+  return ReadBack(block_);
+}
+
+uint64_t Server::Place(std::string_view function, const std::vector<Arg>& args, Patience patience) {
+  const Turn turn(*this);
+  AwaitAnswer(Wait(patience.value_or(timeout_)));
+  PlaceCall(block_, function, args);
+  SendCall();
+  return placed_;
+}
+
+Result Server::Await(uint64_t number, Patience patience) {
+  const Turn turn(*this);
+  if (number != placed_) throw std::logic_error("another call has been placed since");
+  AwaitAnswer(Wait(patience.value_or(timeout_)));
   return ReadBack(block_);
 }
 
 void Server::AwaitIdle() {
   const Turn turn(*this);
-  AwaitAnswer(Deadline());
+  AwaitAnswer(Wait(timeout_));
 }
 
 void Server::SetTimeout(std::chrono::milliseconds timeout) {
@@ -74,36 +91,37 @@ Ending Server::End() {
 
 int32_t Server::Ring() {
   const Turn turn(*this);
-  const Clock::time_point deadline = Deadline();
-  AwaitAnswer(deadline);
-  return Ring(deadline);
-}
-
-int32_t Server::Ring(Clock::time_point deadline) {
-  block_.StoreResult(NO_RESULT);
-  under_way_ = true;
-  process_.Signal(SIGUSR2);
-  AwaitAnswer(deadline);
+  const Wait wait(timeout_);
+  AwaitAnswer(wait);
+  SendCall();
+  AwaitAnswer(wait);
   return block_.LoadResult();
 }
 
-// A year stands for every longer time, for which the clock has no numbers.
-Clock::time_point Server::Deadline() const {
-  constexpr std::chrono::milliseconds YEAR = std::chrono::hours(24 * 365);
-  return Clock::now() + std::min(timeout_, YEAR);
+void Server::SendCall() {
+  block_.StoreResult(NO_RESULT);
+  under_way_ = true;
+  ++placed_;
+  process_.Signal(SIGUSR2);
 }
 
-void Server::AwaitAnswer(Clock::time_point deadline) {
+// A year stands for every longer time, for which the clock has no numbers.
+Server::Wait::Wait(std::chrono::milliseconds wanted) : patience(wanted) {
+  constexpr std::chrono::milliseconds YEAR = std::chrono::hours(24 * 365);
+  deadline = Clock::now() + std::min(patience, YEAR);
+}
+
+void Server::AwaitAnswer(const Wait& wait) {
   while (under_way_ && block_.LoadResult() == NO_RESULT) {
     if (is_interrupted_ && is_interrupted_())
       throw ServerError(Failure::Interrupted, "the wait for the server was interrupted");
     const Clock::time_point now = Clock::now();
     const Clock::time_point next_look = process_.Watch(now);
     if (process_.HowEnded().has_value()) throw ServerError(*process_.HowEnded(), process_.PendingStandardError());
-    if (now >= deadline)
+    if (now >= wait.deadline)
       throw ServerError(Failure::Timeout,
-                        "the server has not answered within " + std::to_string(timeout_.count()) + " ms");
-    block_.AwaitResult(std::min(deadline, next_look));
+                        "the server has not answered within " + std::to_string(wait.patience.count()) + " ms");
+    block_.AwaitResult(std::min(wait.deadline, next_look));
   }
   under_way_ = false;
 }

@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -48,6 +49,14 @@ class Server {
   /// this and all that follows but Pid() and SegmentId() throws ServerError (Busy) and does nothing.
   Result Call(std::string_view function, const std::vector<Arg>& args = {});
 
+  /// Call in two steps, for who has something else to do while it waits. Place waits at most `patience` (none: the
+  /// time-out) for the late answer of an earlier call, places this one and gives a number for it. Await waits at most
+  /// `patience` for the answer; after Timeout it may be asked again. Both throw like Call, and Await throws
+  /// std::logic_error when another call has been placed since.
+  using Patience = std::optional<std::chrono::milliseconds>;
+  uint64_t Place(std::string_view function, const std::vector<Arg>& args, Patience patience = {});
+  Result Await(uint64_t number, Patience patience = {});
+
   /// The lower layer: waits until no call is under way, so that the block may be written. Throws like Call.
   void AwaitIdle();
   /// The lower layer: has the server take the call that the block holds, whatever it is, and gives its result code.
@@ -72,9 +81,15 @@ class Server {
   // Holds the server for the thread that made it.
   class Turn;
 
-  Clock::time_point Deadline() const;
-  int32_t Ring(Clock::time_point deadline);
-  void AwaitAnswer(Clock::time_point deadline);
+  // How long to wait, and until when that is.
+  struct Wait {
+    explicit Wait(std::chrono::milliseconds patience);
+    std::chrono::milliseconds patience;
+    Clock::time_point deadline;
+  };
+
+  void SendCall();
+  void AwaitAnswer(const Wait& wait);
 
   Segment segment_;
   Block block_;
@@ -82,6 +97,7 @@ class Server {
   std::chrono::milliseconds timeout_;
   std::function<bool()> is_interrupted_;
   bool under_way_ = false;  // a call was placed and its answer has not been seen
+  uint64_t placed_ = 0;     // calls so far
   std::atomic_flag in_use_;
 };
 

@@ -1,8 +1,8 @@
 #!/bin/bash
 # What is installed works from any prefix: test.sh BUILD_DIRECTORY CXX
 #
-# Installs into a temporary prefix, moves that, and there runs the tool, and a host program that is built against the
-# client library, once by its CMake package and once by pkg-config. Manual pages and pkg-config are passed over with a
+# Installs into a temporary prefix, moves that, and there runs the tool, and a host program in C++ and one in C that are
+# built against the client libraries, once by the CMake package and once by pkg-config. Manual pages and pkg-config are passed over with a
 # word where their programs are missing.
 set -euo pipefail
 readonly BUILD=$1 CXX=$2
@@ -28,13 +28,17 @@ prints 'code = 0' env PATH=/usr/bin:/bin "$PREFIX/bin/vorlix" call v_Set Name Me
 cmake -G Ninja -S "$SOURCE" -B "$work/build" -DCMAKE_PREFIX_PATH="$PREFIX" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
 cmake --build "$work/build" >/dev/null
 prints 31.12.1999 "$work/build/host"
+prints 31.12.1999 "$work/build/host_c"
 
 if command -v pkg-config >/dev/null; then
   export PKG_CONFIG_PATH
   PKG_CONFIG_PATH=$(dirname "$(find "$PREFIX" -name vorlix.pc)")
-  read -ra flags <<<"$(pkg-config --cflags --libs vorlix)"
-  "$CXX" -o "$work/host" "$SOURCE/host.cpp" -DVORLIX_SERVER="\"$(pkg-config --variable=server vorlix)\"" "${flags[@]}"
+  read -ra flags <<<"$(pkg-config --cflags --libs vorlix++)"
+  "$CXX" -o "$work/host" "$SOURCE/host.cpp" -DVORLIX_SERVER="\"$(pkg-config --variable=server vorlix++)\"" "${flags[@]}"
   prints 31.12.1999 "$work/host"
+  read -ra flags <<<"$(pkg-config --cflags --libs vorlix)"
+  cc -o "$work/host_c" "$SOURCE/host.c" "${flags[@]}"
+  prints 31.12.1999 env LD_LIBRARY_PATH="$(pkg-config --variable=libdir vorlix)" "$work/host_c"
 else
   echo "pkg-config is not there: its file is not tested"
 fi

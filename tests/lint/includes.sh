@@ -15,7 +15,8 @@ readonly RULES='
   dll/ini     dll/(base|ini)/
   dll/shared  hostif/(dllifutil|layout)[.]h|dll/(base|wire|field|ini|shared)/
   dll/server  hostif/|dll/
-  host        hostif/(layout|math)[.]h|dll/(base|wire)/|host/
+  host        hostif/(layout|math)[.]h|dll/(base|wire)/|host/[^/]+$
+  host/c      hostif/math[.]h|dll/(base|wire)/|host/
   tools       dll/(base|wire)/|host/|tools/
   tests       [a-z]+/
   fuzz        [a-z]+/
@@ -64,6 +65,8 @@ readonly EXAMPLES='
   host/block.cpp          hostif/dllif.h          no
   host/block.cpp          tools/call.h            no
   host/xbuf.cpp           dll/wire/xbuf.h         yes
+  host/call.cpp           host/c/handles.h        no
+  host/c/call.cpp         host/decimal.h          yes
   host/xbuf.cpp           dll/shared/xpack.h      no
   tools/call.cpp          host/server.h           yes
   tools/call.cpp          hostif/math.h           no
