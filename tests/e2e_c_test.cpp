@@ -273,7 +273,7 @@ TEST(CLibrary, TellsOfAServerThatIsGone) {
   for (int i = 0; i < 2; ++i) {
     EXPECT_EQ(vorlix_end(server.get(), &exit_status, &signal), VORLIX_OK);
     EXPECT_EQ(std::pair(exit_status, signal), std::pair(0, 0));
-    usleep(110'000);  // until it is time to look for the end again
+    usleep(5'000);  // until it is time to look for the end again
     Expect(
         {{[&] { return vorlix_call_place(call.get(), nullptr); }, VORLIX_DIED, "the server has ended: exit status 0"}});
   }

@@ -258,7 +258,11 @@ typedef enum vorlix_type {
   VORLIX_STRING_ARRAY = 9
 } vorlix_type;
 
-typedef enum vorlix_direction { VORLIX_IN = 0, VORLIX_OUT = 1, VORLIX_IN_OUT = 2 } vorlix_direction;
+typedef enum vorlix_direction {
+  VORLIX_IN = 0,  /* the host gives a value */
+  VORLIX_OUT = 1, /* the function returns one */
+  VORLIX_IN_OUT = 2
+} vorlix_direction;
 
 /* Later versions may add members at the end of these two. */
 typedef struct vorlix_argument {
