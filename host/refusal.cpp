@@ -41,7 +41,7 @@ std::string AcceptedText(DeclaredType type) {
 }
 
 std::string UnknownFunction(std::string_view name) {
-  const std::string sentence = "no function is named " + std::string(name);
+  std::string sentence = "no function is named " + std::string(name);
   for (const FunctionInfo& other : FUNCTIONS)
     if (EqualNoCase(other.name, name)) return sentence + "; there is " + std::string(other.name);
   return sentence;

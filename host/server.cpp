@@ -106,7 +106,7 @@ void Server::SendCall() {
 }
 
 // A year stands for every longer time, for which the clock has no numbers.
-Server::Wait::Wait(std::chrono::milliseconds wanted) : patience(wanted) {
+Server::Wait::Wait(std::chrono::milliseconds time) : patience(time) {
   constexpr std::chrono::milliseconds YEAR = std::chrono::hours(24 * 365);
   deadline = Clock::now() + std::min(patience, YEAR);
 }

@@ -83,7 +83,7 @@ class Server {
 
   // How long to wait, and until when that is.
   struct Wait {
-    explicit Wait(std::chrono::milliseconds patience);
+    explicit Wait(std::chrono::milliseconds time);
     std::chrono::milliseconds patience;
     Clock::time_point deadline;
   };

@@ -210,7 +210,6 @@ TEST(CLibrary, RefusesBadUseInWords) {
       {[&] { return vorlix_xbuf_read(nullptr, 0, &xbuf); }, VORLIX_BAD_USE, "the packed XBUF is NULL"},
   });
   // What cannot be put keeps the call from being placed, with the first of its faults.
-  const int32_t one = 1;
   for (const BadUse& put : std::initializer_list<BadUse>{
            {[&] { return vorlix_put_real(unanswered.get(), "1,5"); }, VORLIX_BAD_VALUE, "\"1,5\" is not a number"},
            {[&] { return vorlix_put_double(unanswered.get(), NAN); }, VORLIX_BAD_VALUE, "is out of range"},
@@ -220,7 +219,8 @@ TEST(CLibrary, RefusesBadUseInWords) {
            {[&] { return vorlix_put(unanswered.get(), "x"); }, VORLIX_BAD_USE, "no type letter: x"},
            {[&] { return vorlix_put(unanswered.get(), nullptr); }, VORLIX_BAD_USE, "the types are NULL"},
 #ifndef __SANITIZE_ADDRESS__
-           {[&] { return vorlix_put_ints(unanswered.get(), &one, size_t{1} << 60, true); }, VORLIX_NO_MEMORY, "no mem"},
+           {[&] { return vorlix_put_ints(unanswered.get(), &number, size_t{1} << 60, true); }, VORLIX_NO_MEMORY,
+            "no mem"},
 #endif
        })
     Expect({put});

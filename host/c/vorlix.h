@@ -18,10 +18,12 @@
 #ifndef VORLIX_H
 #define VORLIX_H
 
+/* NOLINTBEGIN(modernize-deprecated-headers): C has no others */
 #include <stdarg.h>
 #include <stdbool.h>
 #include <stddef.h>
 #include <stdint.h>
+/* NOLINTEND(modernize-deprecated-headers) */
 
 #ifdef __cplusplus
 extern "C" {
