@@ -374,6 +374,9 @@ TEST(CLibrary, HasTheFunctionTable) {
     EXPECT_EQ(vorlix_argument_at(row, info.arg_count), nullptr) << row->name;
   }
   EXPECT_EQ(count, FUNCTIONS.size());
+  EXPECT_STREQ(vorlix_meaning("dict_Next", "rc_p", 1), "that was the last field");
+  EXPECT_STREQ(vorlix_meaning("v_Get", nullptr, 7), "no function has this name");
+  EXPECT_TRUE(vorlix_meaning("v_Get", nullptr, 0) == nullptr && vorlix_meaning(nullptr, nullptr, 7) == nullptr);
   const vorlix_function elsewhere = *vorlix_function_at(0);
   EXPECT_TRUE(vorlix_argument_at(&elsewhere, 0) == nullptr && vorlix_argument_at(nullptr, 0) == nullptr &&
               vorlix_function_find(nullptr) == nullptr && vorlix_function_find("V_GET") == nullptr);

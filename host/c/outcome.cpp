@@ -23,7 +23,8 @@ vorlix_status Keep(vorlix_status status, std::string_view message) {
 vorlix_status StatusOf(host::Failure failure) {
   switch (failure) {
     case host::Failure::NoServer: return VORLIX_NO_SERVER;
-    case host::Failure::Timeout: return VORLIX_TIMEOUT;
+    case host::Failure::Timeout:
+    case host::Failure::Interrupted: return VORLIX_TIMEOUT;
     case host::Failure::Died: return VORLIX_DIED;
     case host::Failure::Busy: return VORLIX_BUSY;
   }

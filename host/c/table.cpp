@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "dll/wire/functable.h"
+#include "dll/wire/meanings.h"
 #include "host/c/vorlix.h"
 
 namespace vorlix::c {
@@ -70,4 +71,11 @@ const vorlix_function* vorlix_function_find(const char* name) {
 const vorlix_argument* vorlix_argument_at(const vorlix_function* function, size_t index) {
   if (!IsRow(function) || index >= function->argument_count) return nullptr;
   return &ARGUMENTS.at(static_cast<size_t>(function - ROWS.data())).at(index);
+}
+
+const char* vorlix_meaning(const char* function, const char* argument, int32_t number) {
+  if (function == nullptr) return nullptr;
+  const vorlix::Meaning* const meaning =
+      vorlix::FindMeaning(function, argument != nullptr ? argument : vorlix::CODE, number);
+  return meaning != nullptr ? meaning->words.data() : nullptr;
 }

@@ -288,6 +288,10 @@ const vorlix_function* vorlix_function_find(const char* name);
 /* Argument number `index` of a function of the table, NULL (and no message) beyond the last. */
 const vorlix_argument* vorlix_argument_at(const vorlix_function* function, size_t index);
 
+/* What a number that comes back means, in words: a result code where `argument` is NULL, else the value of the argument
+ * of that name. NULL (and no message) where it only counts, or is 0 and success. */
+const char* vorlix_meaning(const char* function, const char* argument, int32_t number);
+
 #if defined(__GNUC__)
 #pragma GCC visibility pop
 #endif
