@@ -35,6 +35,9 @@ struct vorlix_call {
 
 namespace vorlix::c {
 
+/// How messages name an argument.
+inline std::string Numbered(size_t arg) { return "argument " + std::to_string(arg) + " (counted from 0)"; }
+
 /// A copy that C code frees with vorlix_free: the bytes and a NUL. Throws std::bad_alloc.
 char* CopyForCaller(const std::string& text);
 
