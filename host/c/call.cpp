@@ -1,7 +1,6 @@
 // Calls, and what comes back of them.
 #include <charconv>
 #include <chrono>
-#include <new>
 
 #include "host/c/handles.h"
 #include "host/decimal.h"
@@ -19,7 +18,6 @@ std::optional<std::chrono::milliseconds> Patience(int32_t milliseconds) {
 
 void CheckReady(const vorlix_call* call) {
   Need(call, "the call");
-  if (call->bad_argument == VORLIX_NO_MEMORY) throw std::bad_alloc();
   if (call->bad_argument != VORLIX_OK) throw Fault(call->bad_argument, call->bad_argument_message);
 }
 

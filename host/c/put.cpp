@@ -1,7 +1,6 @@
 // The arguments of calls. All single ones go the way of arrays.
 #include <concepts>
 #include <cstdarg>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -19,14 +18,11 @@ vorlix_status Put(vorlix_call* call, std::invocable auto make) {
     Need(call, "the call");
     try {
       call->args.push_back(make());
-    } catch (const Fault& fault) {
+    } catch (const std::exception&) {
       if (call->bad_argument == VORLIX_OK) {
-        call->bad_argument_message = Numbered(call->args.size()) + ": " + fault.what();
-        call->bad_argument = fault.Status();
+        call->bad_argument = Failed();
+        call->bad_argument_message = Numbered(call->args.size()) + ": " + vorlix_error_message();
       }
-      throw;
-    } catch (const std::bad_alloc&) {
-      if (call->bad_argument == VORLIX_OK) call->bad_argument = VORLIX_NO_MEMORY;
       throw;
     }
   });
