@@ -28,6 +28,7 @@ constexpr size_t MESSAGE_SIZE = 1024;
 constexpr int HIGHEST_LEVEL = 127;
 
 int trace_fd = -1;
+TraceSink trace_sink = nullptr;
 
 // A line that cannot be written is lost: there is nobody left to tell.
 void WriteAll(int fd, std::string_view text) {
@@ -99,6 +100,8 @@ void SetDebugFlags(const char* flags, const char* fname) {
   WriteHeader(flags);
 }
 
+void SetTraceSink(TraceSink sink) { trace_sink = sink; }
+
 void DebugOut(char category, int level, const char* text) {
   std::array<char, MESSAGE_SIZE + 32> line;
   const int length = std::snprintf(line.data(), line.size(), "%c%d: %s\n", category, level, text);
@@ -116,7 +119,10 @@ void DebugPrint(char category, int level, const char* format, ...) {
   va_start(args, format);
   std::vsnprintf(message.data(), message.size(), format, args);
   va_end(args);
-  DebugOut(category, level, message.data());
+  if (trace_sink != nullptr)
+    trace_sink(category, level, message.data());
+  else
+    DebugOut(category, level, message.data());
   errno = caller_errno;
 }
 

@@ -67,6 +67,9 @@ IniState IniNextSection(int hdl, char* name, int size);
 /// written.
 IniState IniNextEntry(int hdl, char* item, int isize, char* value, int vsize);
 
+/// Where the next line of an open file starts, in bytes from its start; -1 when the handle is not open.
+int64_t IniOffset(int hdl);
+
 // ---- One entry ------------------------------------------------------------------------------------------------------
 
 /// Copies the value of the first such entry in the first such section, or `fallback` when file, section or entry are

@@ -166,6 +166,11 @@ IniState IniNextEntry(int hdl, char* item, int isize, char* value, int vsize) {
   return handle->state = INI_INSIDE;
 }
 
+int64_t IniOffset(int hdl) {
+  const IniHandle* const handle = FindHandle(hdl);
+  return handle != nullptr ? handle->file.Offset() : -1;
+}
+
 int IniGetString(std::string_view section, std::string_view entry, std::string_view fallback, char* buf, int size,
                  const char* path) {
   if (size < 1) return -1;

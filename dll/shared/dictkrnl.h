@@ -44,6 +44,10 @@ enum DictKind : int32_t {
   DICT_MODEL = 2,     // used by no level: others inherit from its sections
 };
 
+/// Room for names and values of a file, with their NUL; what is longer is cut.
+inline constexpr size_t DICT_NAME_SIZE = 81;
+inline constexpr size_t DICT_VALUE_SIZE = 123;
+
 struct Dict {
   std::string id;  // as the host passed it
   std::vector<CatalogEntry> catalog;
