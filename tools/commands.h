@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/check/check.h"
 #include "tools/failure.h"
 #include "tools/player.h"
 #include "tools/session.h"

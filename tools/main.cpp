@@ -41,7 +41,7 @@ class CommandLine {
     app_.failure_message(
         [](const CLI::App*, const CLI::Error& error) { return std::string("vorlix: ") + error.what() + '\n'; });
     for (CLI::App* const app : {&app_, call_, run_, shell_}) AddServerOptions(*app);
-    for (CLI::App* const app : {&app_, call_, run_, shell_, functions_}) AddColour(*app);
+    for (CLI::App* const app : {&app_, call_, run_, shell_, functions_, check_}) AddColour(*app);
     AddCommands();
   }
 
@@ -58,6 +58,7 @@ class CommandLine {
     if (run_->parsed()) return RunScript(options_, path_, arguments_, play_);
     if (shell_->parsed()) return RunShell(options_);
     if (functions_->parsed()) return ListFunctions(function_, json_);
+    if (check_->parsed()) return CheckFiles(check_command_);
     if (help_->parsed()) return Help();
     if (isatty(STDIN_FILENO) == 0) throw ToolError(Status::Usage, "a command is required; vorlix help lists them");
     std::fputs(FIRST_STEPS, stdout);
@@ -122,8 +123,33 @@ class CommandLine {
     functions_->add_flag("--json", json_, "Print all about them as JSON");
     functions_->footer("Example: vorlix functions l_GetIdx");
     shell_->footer("Example: echo 'fmt_Num 1234.5 10 2 RT' | vorlix shell");
+    AddCheck();
     help_->add_option("COMMAND", function_, "The command");
     help_->footer("Example: vorlix help call");
+  }
+
+  void AddCheck() {
+    CheckCommand& to = check_command_;
+    check_->add_option("FILE", to.files, "Dictionaries and model dictionaries, or - for standard input");
+    check_->add_option("--model", to.models, "A model dictionary to inherit from; can be given again")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
+    check_->add_option("--ignore", to.ignore, "A finding that is not wanted, as VX620; can be given again")
+        ->type_name("CODE")
+        ->allow_extra_args(false);
+    check_->add_option("--kind", to.kind, "dictionary or model, where the content does not tell")
+        ->type_name("KIND")
+        ->check(CLI::IsMember({"dictionary", "model"}).description(""));
+    check_->add_option("--format", to.format, "text, json, sarif or github")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"text", "json", "sarif", "github"}).description(""));
+    check_->add_option("--lang", to.language, "The language of the server, whose formats fields get")
+        ->type_name("LOCALE");
+    check_->add_option("--explain", to.explain, "Print all about a finding")->type_name("CODE");
+    check_->add_flag("--list", to.lists, "List all findings that there are");
+    check_->add_flag("--fix", to.fixes, "Put right what can be put right safely");
+    check_->add_flag("--diff", to.shows_difference, "Show what --fix would change");
+    check_->footer("Example: vorlix check --explain VX201");
   }
 
   Status Help() const {
@@ -168,6 +194,8 @@ class CommandLine {
   CLI::App* call_ = app_.add_subcommand("call", "Run one function: call [OPTIONS] NAME ARGUMENT...");
   CLI::App* run_ = app_.add_subcommand("run", "Run a script of calls: run [OPTIONS] FILE ARGUMENT...");
   CLI::App* shell_ = app_.add_subcommand("shell", "Run calls line by line, in one server");
+  CheckCommand check_command_;
+  CLI::App* check_ = app_.add_subcommand("check", "Find what is wrong with dictionaries");
   CLI::App* functions_ = app_.add_subcommand("functions", "List all functions, describe one, or search");
   CLI::App* help_ = app_.add_subcommand("help", "Print this, or the help of a command");
 };

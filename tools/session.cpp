@@ -37,13 +37,6 @@ std::string InstalledLocales() {
   return names;
 }
 
-void RequireLanguage(const std::string& language) {
-  const locale_t found = newlocale(LC_ALL_MASK, language.c_str(), nullptr);
-  if (found == nullptr)
-    throw ToolError(Status::Usage, "this system has no locale '" + language + "'; it has" + InstalledLocales());
-  freelocale(found);
-}
-
 host::ServerOptions ServerOptionsOf(const Options& options) {
   host::ServerOptions result;
   result.program = options.server;
@@ -72,6 +65,13 @@ bool IsFailure(std::string_view line) {
 }
 
 }  // namespace
+
+void RequireLanguage(const std::string& language) {
+  const locale_t found = newlocale(LC_ALL_MASK, language.c_str(), nullptr);
+  if (found == nullptr)
+    throw ToolError(Status::Usage, "this system has no locale '" + language + "'; it has" + InstalledLocales());
+  freelocale(found);
+}
 
 Encoding EncodingFor(const Options& options, bool by_default) {
   constexpr std::string_view ASCII = "ANSI_X3.4-1968";

@@ -21,6 +21,9 @@ struct Options {
   std::string encoding;      // of the texts here; empty: see EncodingFor
 };
 
+/// Throws ToolError (Usage), with those that there are, when the system does not have this locale.
+void RequireLanguage(const std::string& language);
+
 /// Between the texts of this program and the server's language. Where no encoding was asked for, that of the terminal
 /// if `by_default`, else texts stay as they are; and they do where one of the two is ASCII alone, for that leaves all
 /// else open.

@@ -18,6 +18,7 @@ readonly RULES='
   host        hostif/(layout|math)[.]h|dll/(base|wire)/|host/[^/]+$
   host/c      hostif/math[.]h|dll/(base|wire)/|host/
   tools       dll/(base|wire)/|host/|tools/
+  tools/check dll/(base|wire|field|ini|shared)/|dll/server/nls[.]h|tools/
   tests       [a-z]+/
   fuzz        [a-z]+/
   bench       [a-z]+/
@@ -70,6 +71,9 @@ readonly EXAMPLES='
   host/xbuf.cpp           dll/shared/xpack.h      no
   tools/call.cpp          host/server.h           yes
   tools/call.cpp          hostif/math.h           no
+  tools/call.cpp          dll/shared/dictfile.h   no
+  tools/check/judge.cpp   dll/shared/dictfile.h   yes
+  tools/check/judge.cpp   host/server.h           no
   tests/support/heap.cpp  dll/server/functions.h  yes
   tests/support/heap.cpp  heap.h                  no
   elsewhere/file.cpp      hostif/math.h           no

@@ -1,0 +1,126 @@
+#include "tools/check/check.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tools/check/checker.h"
+#include "tools/check/fix.h"
+#include "tools/check/report.h"
+#include "tools/files.h"
+#include "tools/scope.h"
+
+namespace vorlix::tool {
+namespace {
+
+class CheckTest : public testing::Test {
+ protected:
+  CheckTest() {
+    WriteFile(File("models.dic"), "[text]\nFTYP=T\nFLEN=30\n[deep]\nMODEL=text\nVALID=[A-Z\n[circle]\nMODEL=circle\n");
+  }
+
+  std::string File(const std::string& name) { return scratch_.Path() + '/' + name; }
+
+  // "LINE:COLUMN CODE" of each finding, with blanks between.
+  std::string Places(const std::string& text, const CheckOptions& options = {}) {
+    CheckOptions with_models = options;
+    with_models.language = "C";
+    with_models.models.push_back(File("models.dic"));
+    const Findings findings = Checker(with_models).Check(File("f.dic"), &text).findings;
+    std::string places;
+    for (const Finding& finding : findings.list) {
+      const ShownPlace place = PlaceIn(findings.layout, finding.span);
+      places += (places.empty() ? "" : " ") + std::to_string(place.line) + ':' + std::to_string(place.column) + ' ' +
+                std::string(finding.rule->code);
+    }
+    return places;
+  }
+
+  ScratchDirectory scratch_;
+};
+
+const std::string HEAD = "[catalog]\nKD=KUNDE\n[kd.a]\nPATH=a\n";
+
+TEST_F(CheckTest, FindsWhatIsWrongWhereItStands) {
+  const std::pair<std::string, std::string> rows[] = {
+      {HEAD + "FTYP=T\nFLEN=3\n", ""},
+      {"", "1:1 VX101"},
+      // All of a section, and none that merely follows.
+      {"[catalog]\nKD=KUNDE\n[kd.a]\nFLEN=-1\nFPREC=-1\nFFMT=R\nVALID=[a\n",
+       "3:2 VX206 3:2 VX208 4:6 VX211 5:7 VX212 7:7 VX210"},
+      {HEAD + "TYP=T\nFTYPE=TT\n", "5:1 VX201 6:1 VX201"},
+      {HEAD + "FTYP=TXT\nOBJTYPE=XX\nNOTIFY=now\n", "5:6 VX202 6:9 VX203 7:8 VX203"},
+      // Models: where the line is, and where it comes from.
+      {HEAD + "MODEL=text\n", ""},
+      {HEAD + "MODEL=txt\n", "5:7 VX204"},
+      {HEAD + "MODEL=circle\n", "5:7 VX205"},
+      {HEAD + "MODEL=deep\n", "3:2 VX210"},
+      {HEAD + "MODEL=text\nFLEN=30\n", "6:1 VX628"},
+      // Levels.
+      {HEAD + "FTYP=T\nFLEN=3\n[b]\nPATH=b\nFTYP=T\nFLEN=3\n[kk.c]\nPATH=c\nFTYP=T\nFLEN=3\n", "7:2 VX301 11:2 VX302"},
+      // Comments behind values, and what only looks like one.
+      {HEAD + "FTYP=T ; a text\nFLEN=3# three\nDEFAULT=\"a;b\"\nVALID=#\n", "6:7 VX601 7:11 VX601 8:7 VX503"},
+      // Characters, not bytes.
+      {HEAD + "FTYP=T\nFLEN=30\nDEFAULT=\xc3\xa4\xc3\xb6;x\n", "7:11 VX601"},
+      {HEAD + "FTYP=T\nFLEN=30\nDEFAULT=\xe4\xf6;x\n", "7:11 VX601"},
+      // Ends of lines.
+      {"[catalog]\r\nKD=KUNDE\r\n[kd.a]\r\nPATH=a\r\nFTYP=T\r\nFLEN=3x\r\n", "6:7 VX619"},
+      {"[catalog]\rKD=KUNDE\r", "1:1 VX606"},
+      // Switched off for a line.
+      {HEAD + "FTYP=T\nFLEN=3x ; vorlix: ignore VX619\n", ""},
+      {HEAD + "FTYP=T\n; vorlix: ignore\nFLEN=3x\n", ""},
+      {HEAD + "FTYP=T\n; vorlix: ignore VX618\nFLEN=3x\n", "7:7 VX619"},
+      // Fields and what they hold.
+      {HEAD + "FTYP=N\nFLEN=5\nFMIN=-9\nFMAX=9\nVALID=[0-9]*\nDEFAULT=10\n", "9:7 VX625 10:9 VX622"},
+      {HEAD + "FTYP=T\nFLEN=2\nDEFAULT=abc\n", "7:9 VX622"},
+      {HEAD + "FTYP=D\nFVTYP=CYMD\nFLEN=10\nDEFAULT=$DATE\n", ""},
+      {HEAD + "FTYP=N\nFLEN=5\nFFMT=lRbzTPgLq\n", "7:13 VX617 7:14 VX616"},
+  };
+  for (const auto& [text, places] : rows) EXPECT_EQ(Places(text), places) << text;
+}
+
+TEST_F(CheckTest, IgnoresWhatIsNotWanted) {
+  const std::string text = HEAD + "FTYP=X\nFLEN=3x\n";
+  EXPECT_EQ(Places(text), "5:6 VX620 6:7 VX619");
+  EXPECT_EQ(Places(text, {.models = {}, .ignore = {"vx620"}, .kind = {}, .language = ""}), "6:7 VX619");
+  WriteFile(File("vorlix.ini"), "[check]\nmodels=models.dic\nignore=VX619, VX620\n");
+  EXPECT_EQ(Places(text), "");
+}
+
+TEST_F(CheckTest, IsReportedToPrograms) {
+  const std::string text = HEAD + "FTYP=T\nFLEN=3x\nDEFAULT=\"%,\n";
+  std::vector<Findings> all;
+  all.push_back(Checker({.models = {}, .ignore = {}, .kind = {}, .language = "C"}).Check("dir/f.dic", &text).findings);
+  const auto json = nlohmann::json::parse(FindReportFormat("json")->write(all));
+  EXPECT_EQ(json.at(0).at("file"), "dir/f.dic");
+  EXPECT_EQ(json.at(0).at("line"), 6);
+  EXPECT_EQ(json.at(0).at("column"), 7);
+  EXPECT_EQ(json.at(0).at("severity"), "warning");
+  EXPECT_EQ(json.at(0).at("code"), "VX619");
+  const auto sarif = nlohmann::json::parse(FindReportFormat("sarif")->write(all));
+  EXPECT_EQ(sarif.at("version"), "2.1.0");
+  EXPECT_EQ(sarif.at("runs").at(0).at("results").at(0).at("ruleId"), "VX619");
+  EXPECT_EQ(FindReportFormat("github")->write(all).substr(0, 68),
+            "::warning file=dir/f.dic,line=6,col=7,title=VX619::FLEN is read as 3");
+}
+
+TEST_F(CheckTest, FixesWhatMeansTheSame) {
+  const std::string before =
+      "\xef\xbb\xbf; old\n[catalog]\nKD=KUNDE\n[kd.a]\nPATH=a\nFTYP=D\nFVTYP=jjmt ; old\nERLAUBT=[0-9.]*\n"
+      "[kd.b]\r\nPATH=b\r\nFTYP=N\r\nFLEN=5\r\nFFMT=ZB\r\n";
+  const std::string after =
+      "; old\n[catalog]\nKD=KUNDE\n[kd.a]\nPATH=a\nFTYP=D\nFVTYP=CYMD ; old\nVALID=[0-9.]*\n"
+      "[kd.b]\r\nPATH=b\r\nFTYP=N\r\nFLEN=5\r\nFFMT=lRBZTPg\r\n";
+  WriteFile(File("f.dic"), before);
+  Checker checker({.models = {}, .ignore = {}, .kind = {}, .language = "C"});
+  Findings findings = checker.Check(File("f.dic")).findings;
+  FixFile(findings, false, checker);
+  EXPECT_EQ(ReadFile(File("f.dic")), after);
+  EXPECT_TRUE(findings.list.empty());
+}
+
+}  // namespace
+}  // namespace vorlix::tool

@@ -1,0 +1,13 @@
+// Safe changes: the same dictionary, in today's notation.
+#pragma once
+
+#include "tools/check/checker.h"
+
+namespace vorlix::tool {
+
+/// Puts right what can be put right without changing what the server makes of the file (VX502, VX504, VX506, VX604),
+/// and takes those findings out. The file is replaced in one step; `only_show` prints what would change instead, as a
+/// unified difference. Standard input is not written.
+void FixFile(Findings& findings, bool only_show, Checker& checker);
+
+}  // namespace vorlix::tool

@@ -1,0 +1,292 @@
+// The reading tells where it stands, by the start of the next line; each message of level 1 or 2 that comes meanwhile
+// is about the line before. What is found when a section has ended is about its header, or one of its entries.
+#include "tools/check/judge.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <list>
+#include <memory>
+
+#include "dll/base/debug.h"
+#include "dll/base/text.h"
+#include "dll/shared/dictattr.h"
+#include "dll/shared/dictfile.h"
+#include "dll/shared/dlglevel.h"
+#include "tools/failure.h"
+#include "tools/files.h"
+#include "tools/nearest.h"
+
+namespace vorlix::tool {
+namespace {
+
+// What stands between the last two quotes of a message, such as the section's name.
+std::string_view LastQuoted(std::string_view message) {
+  const size_t end = message.rfind('\'');
+  const size_t begin = end == std::string_view::npos || end == 0 ? end : message.rfind('\'', end - 1);
+  return begin == std::string_view::npos ? std::string_view() : message.substr(begin + 1, end - begin - 1);
+}
+
+// What stands between the first two quotes.
+std::string_view FirstQuoted(std::string_view message) {
+  const size_t begin = message.find('\'');
+  const size_t end = begin == std::string_view::npos ? begin : message.find('\'', begin + 1);
+  return end == std::string_view::npos ? std::string_view() : message.substr(begin + 1, end - begin - 1);
+}
+
+std::vector<std::string_view> AttributeNames() {
+  std::vector<std::string_view> names;
+  for (int32_t row = 0; row < ATTRIBUTE_COUNT; ++row) names.push_back(ObGetItem(row).View());
+  names.push_back("MODEL");
+  return names;
+}
+
+// The attribute that was meant: one whose exchange name it is, or the nearest name.
+std::string_view MeantAttribute(std::string_view name) {
+  if (const int32_t row = ObFindAlias(name); row != NO_ROW) return ObGetItem(row).View();
+  const std::vector<std::string_view> names = AttributeNames();
+  return Nearest(name, names);
+}
+
+// ---- The reading ----------------------------------------------------------------------------------------------------
+
+class Reading;
+Reading* reading = nullptr;  // the one that the trace goes to
+
+class Reading : public ReadObserver {
+ public:
+  Reading(Findings& findings, const Models& models) : findings_(findings), models_(models) {
+    reading = this;
+    SetTraceSink(Take);
+    SetDebugFlags("D2", "");
+  }
+  ~Reading() override {
+    SetDebugFlags("", "");
+    SetTraceSink(nullptr);
+    reading = nullptr;
+  }
+
+  void OnLine(int64_t next_line) override {
+    line_ = Text().LineAt(static_cast<size_t>(std::max<int64_t>(next_line, 1)) - 1, line_);
+    at_end_ = false;
+    const std::vector<LayoutSection>& sections = Text().Sections();
+    while (next_section_ < sections.size() && sections[next_section_].span.line <= line_) section_ = next_section_++;
+  }
+  void OnSectionEnd() override { at_end_ = true; }
+  bool Cure(Object& object) override;
+
+  /// From now on messages are about the whole file.
+  void OnFileEnd() {
+    section_ = Layout::NO_SECTION;
+    at_end_ = true;
+  }
+
+ private:
+  const Layout& Text() const { return findings_.layout; }
+
+  static void Take(char category, int level, const char* message) {
+    if (category == TRACE_DICT && (level == 1 || level == 2)) reading->Report(message);
+  }
+
+  void Report(std::string_view message);
+  Span PlaceOf(const Rule& rule, std::string_view message) const;
+  Span EntryOrHeader(size_t section, std::string_view attribute) const;
+  void Explain(Finding& finding, std::string_view message) const;
+  void ExplainInherited(Finding& finding) const;
+
+  Findings& findings_;
+  const Models& models_;
+  size_t line_ = 0;
+  size_t section_ = Layout::NO_SECTION;
+  size_t next_section_ = 0;
+  bool at_end_ = false;  // of the section
+  const Rule* last_ = nullptr;
+};
+
+void Reading::Report(std::string_view message) {
+  const Rule* const rule = RuleOfMessage(message);
+  if (rule == nullptr) return;
+  last_ = rule;
+  Finding finding{rule, PlaceOf(*rule, message), std::string(rule->title), ""};
+  Explain(finding, message);
+  findings_.list.push_back(std::move(finding));
+}
+
+Span Reading::PlaceOf(const Rule& rule, std::string_view message) const {
+  if (at_end_) {
+    const size_t section = section_ != Layout::NO_SECTION ? section_ : Text().FindSection(LastQuoted(message));
+    return EntryOrHeader(section, rule.attribute);
+  }
+  if (const LayoutEntry* const entry = Text().EntryAt(line_))
+    return &rule == &VX201 || &rule == &VX502 ? entry->name_span : entry->value_span;
+  const size_t section = Text().SectionAt(line_);
+  return section != Layout::NO_SECTION ? Text().Sections()[section].span : Span{line_, 0, Text().Line(line_).size()};
+}
+
+Span Reading::EntryOrHeader(size_t section, std::string_view attribute) const {
+  if (section == Layout::NO_SECTION) return {};
+  if (const LayoutEntry* const entry = Text().FindEntry(section, attribute)) return entry->value_span;
+  return Text().Sections()[section].span;
+}
+
+// What is known of this one case beside the rule.
+void Reading::Explain(Finding& finding, std::string_view message) const {
+  const LayoutEntry* const entry = Text().EntryAt(line_);
+  if (finding.rule == &VX201 && entry != nullptr) {
+    finding.text = "there is no attribute " + std::string(entry->name);
+    const std::string_view meant = MeantAttribute(entry->name);
+    if (!meant.empty()) finding.remedy = "did you mean " + std::string(meant) + "?";
+  } else if ((finding.rule == &VX202 || finding.rule == &VX203) && entry != nullptr) {
+    finding.text += ": " + std::string(entry->name) + "=" + std::string(entry->value);
+  } else if (finding.rule == &VX204) {
+    const std::string_view name = FirstQuoted(message);
+    finding.text = "there is no model " + std::string(name);
+    const std::vector<std::string_view> names = models_.Names();
+    if (const std::string_view near = Nearest(name, names); !near.empty())
+      finding.remedy = "did you mean " + std::string(near) + "?";
+    else if (names.empty())
+      finding.remedy = "no model dictionary is open: name it with --model FILE, or in vorlix.ini";
+  } else if (finding.rule == &VX302) {
+    finding.text = "the catalog has no handle " + std::string(FirstQuoted(message));
+    std::vector<std::string_view> handles;
+    const size_t catalog = Text().FindSection("catalog");
+    if (catalog != Layout::NO_SECTION)
+      for (const size_t one : Text().Sections()[catalog].entries) handles.push_back(Text().Entries()[one].name);
+    if (const std::string_view near = Nearest(FirstQuoted(message), handles); !near.empty())
+      finding.remedy = "did you mean " + std::string(near) + "?";
+  } else if (finding.rule == &VX502 || finding.rule == &VX504 || finding.rule == &VX506) {
+    finding.remedy = "write " + std::string(FirstQuoted(message)) + " (--fix does)";
+  }
+  ExplainInherited(finding);
+}
+
+// An attribute that the section does not have itself comes from a model: that is the place to look at.
+void Reading::ExplainInherited(Finding& finding) const {
+  if (!at_end_ || finding.rule->attribute.empty() || section_ == Layout::NO_SECTION) return;
+  if (Text().FindEntry(section_, finding.rule->attribute) != nullptr) return;
+  const LayoutEntry* model = Text().FindEntry(section_, "MODEL");
+  for (int depth = 0; model != nullptr && depth < 16; ++depth) {
+    size_t section = Layout::NO_SECTION;
+    const Findings* const file = models_.FileOf(model->value, section);
+    if (file == nullptr) return;
+    if (const LayoutEntry* const entry = file->layout.FindEntry(section, finding.rule->attribute)) {
+      finding.related.push_back({file->file, entry->value_span, "inherited from here"});
+      return;
+    }
+    model = file->layout.FindEntry(section, "MODEL");
+  }
+}
+
+// Puts right what was refused last, so that the next fault comes to light.
+bool Reading::Cure(Object& object) {
+  const Rule* const fault = last_;
+  last_ = nullptr;
+  if (fault == &VX206) object.path = CopyText("x");
+  if (fault == &VX207) object.objtype = OT_ET;
+  if (fault == &VX208) object.ftyp = FT_T;
+  if (fault == &VX209)
+    object.fvtyp = object.ftyp == FT_D ? CopyText("CYMD") : object.ftyp == FT_Z ? CopyText("HM60") : nullptr;
+  if (fault == &VX210) object.valid.reset();
+  if (fault == &VX211) object.flen = 1;
+  if (fault == &VX212) object.fprec = 0;
+  return fault != nullptr && fault->severity == Severity::Error && fault->code.starts_with("VX2");
+}
+
+// A text that is nowhere on the disk, as a file that can be opened by its path.
+class TextFile {
+ public:
+  explicit TextFile(const std::string& text) : descriptor_(memfd_create("dictionary", MFD_CLOEXEC)) {
+    if (descriptor_ < 0 || write(descriptor_, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+      throw ToolError(Status::OtherCode, "there is no memory for the text of a file");
+  }
+  ~TextFile() { close(descriptor_); }
+  TextFile(const TextFile&) = delete;
+  TextFile& operator=(const TextFile&) = delete;
+
+  std::string Path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
+
+ private:
+  int descriptor_;
+};
+
+DictPtr Read(Findings& findings, FileKind kind, const Models& models, const std::string& id) {
+  const TextFile file(findings.layout.Text());
+  const std::string path = file.Path();
+  Reading looking_on(findings, models);
+  std::list<DictPtr> fresh;
+  const FileCode code =
+      ReadDictFile(fresh, path, id.c_str(), kind == FileKind::Model ? DICT_MODEL : DICT_ORIGINAL, &looking_on);
+  findings.opens = code == FILE_OK;
+  if (fresh.empty()) {
+    if (code == FILE_REFUSED) findings.list.push_back({&VX101, {}, std::string(VX101.title), ""});
+    return nullptr;
+  }
+  DictPtr dict = fresh.front();
+  if (kind == FileKind::Model) return dict;
+  looking_on.OnFileEnd();
+  if (AddDlgLevel(dict, 1) == DLG_OK)
+    FreeDlgLevel(1);
+  else
+    findings.opens = false;
+  return dict;
+}
+
+void Sort(std::vector<Finding>& list) {
+  std::ranges::stable_sort(list, [](const Finding& one, const Finding& other) {
+    return std::pair(one.span.line, one.span.begin) < std::pair(other.span.line, other.span.begin);
+  });
+}
+
+}  // namespace
+
+Judged Judge(const std::string& path, FileKind kind, const Models& models, Layout layout) {
+  Judged judged{{path, std::move(layout)}, nullptr};
+  judged.dict = Read(judged.findings, kind, models, std::filesystem::path(path).stem().string());
+  Sort(judged.findings.list);
+  return judged;
+}
+
+FileKind KindOf(const Layout& layout) {
+  const auto is_of_dictionary = [](const LayoutSection& section) {
+    return EqualNoCase(section.name, "catalog") || section.name.find('.') != std::string::npos;
+  };
+  const std::vector<LayoutSection>& sections = layout.Sections();
+  return sections.empty() || std::ranges::any_of(sections, is_of_dictionary) ? FileKind::Dictionary : FileKind::Model;
+}
+
+// ---- Models ---------------------------------------------------------------------------------------------------------
+
+Models::~Models() {
+  while (!DictList().empty()) RemoveDict(DictList().front());
+}
+
+const Findings& Models::Open(const std::string& path, Layout layout) {
+  Judged judged = Judge(path, FileKind::Model, *this, std::move(layout));
+  if (judged.findings.opens && judged.dict != nullptr) {
+    std::list<DictPtr> fresh = {judged.dict};
+    LinkDict(fresh);
+  }
+  files_.push_back(std::make_unique<Findings>(std::move(judged.findings)));
+  return *files_.back();
+}
+
+// The newest one counts, as in the server.
+const Findings* Models::FileOf(std::string_view model, size_t& section) const {
+  for (auto file = files_.rbegin(); file != files_.rend(); ++file) {
+    section = (*file)->layout.FindSection(model);
+    if ((*file)->opens && section != Layout::NO_SECTION) return file->get();
+  }
+  return nullptr;
+}
+
+std::vector<std::string_view> Models::Names() const {
+  std::vector<std::string_view> names;
+  for (const auto& file : files_)
+    for (const LayoutSection& section : file->layout.Sections()) names.push_back(section.name);
+  return names;
+}
+
+}  // namespace vorlix::tool

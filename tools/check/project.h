@@ -1,0 +1,22 @@
+// vorlix.ini: what the files of a directory, and of those below it, are checked with.
+//
+//   [check]
+//   models=muster.dic,other.dic     model dictionaries, beside this file
+//   ignore=VX620,VX627              findings that are not wanted
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vorlix::tool {
+
+struct Project {
+  std::vector<std::string> models;  // paths
+  std::vector<std::string> ignore;  // codes
+};
+
+/// The project that a file belongs to: of vorlix.ini in its directory, or in the nearest one above. Empty when there is
+/// none.
+Project FindProject(const std::string& file);
+
+}  // namespace vorlix::tool

@@ -1,0 +1,165 @@
+#include "tools/check/report.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "tools/paint.h"
+#include "tools/quoting.h"
+
+namespace vorlix::tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// JSON is UTF-8; of a file in another encoding each byte beyond ASCII stands for a character of ISO 8859-1.
+std::string Utf8(std::string_view text) {
+  if (IsUtf8(text)) return std::string(text);
+  std::string result;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x80) result += static_cast<char>(0xc0 | byte >> 6);
+    result += static_cast<char>(byte >= 0x80 ? 0x80 | (byte & 0x3f) : byte);
+  }
+  return result;
+}
+
+std::string PlaceText(const std::string& file, const ShownPlace& place) {
+  return file + ':' + std::to_string(place.line) + ':' + std::to_string(place.column) + ": ";
+}
+
+// ---- Text -----------------------------------------------------------------------------------------------------------
+
+// The line and a row of marks below the place. Tabs are one column, as everywhere here.
+std::string Excerpt(const Layout& layout, const Span& span, const ShownPlace& place) {
+  if (span.line >= layout.LineCount()) return "";
+  std::string line(layout.Line(span.line));
+  std::ranges::replace(line, '\t', ' ');
+  const std::string marks(std::max<size_t>(place.end_column - place.column, 1), '^');
+  return "    " + Printable(line) + "\n    " + std::string(place.column - 1, ' ') + Green(marks) + '\n';
+}
+
+std::string WriteText(const std::vector<Findings>& files) {
+  std::string all;
+  for (const Findings& file : files)
+    for (const Finding& finding : file.list) all += ReportText(file, finding);
+  return all;
+}
+
+// ---- For programs ---------------------------------------------------------------------------------------------------
+
+std::string WriteJson(const std::vector<Findings>& files) {
+  Json all = Json::array();
+  for (const Findings& file : files)
+    for (const Finding& finding : file.list) {
+      const ShownPlace place = PlaceIn(file.layout, finding.span);
+      Json row = {{"file", file.file},
+                  {"line", place.line},
+                  {"column", place.column},
+                  {"endColumn", place.end_column},
+                  {"severity", SeverityWord(finding.rule->severity)},
+                  {"code", finding.rule->code},
+                  {"message", Utf8(finding.text)},
+                  {"remedy", Utf8(RemedyOf(finding))}};
+      for (const Related& related : finding.related)
+        row["related"].push_back({{"file", related.file}, {"line", related.span.line + 1}, {"message", related.text}});
+      all.push_back(row);
+    }
+  return all.dump(2) + '\n';
+}
+
+Json SarifPlace(const std::string& file, const Json& region) {
+  return {{"physicalLocation", {{"artifactLocation", {{"uri", file}}}, {"region", region}}}};
+}
+
+Json SarifRules() {
+  Json rules = Json::array();
+  for (const Rule* const rule : RULES)
+    rules.push_back({{"id", rule->code},
+                     {"shortDescription", {{"text", rule->title}}},
+                     {"fullDescription", {{"text", rule->explanation}}},
+                     {"help", {{"text", rule->remedy}}},
+                     {"defaultConfiguration", {{"level", SeverityWord(rule->severity)}}}});
+  return rules;
+}
+
+std::string WriteSarif(const std::vector<Findings>& files) {
+  Json results = Json::array();
+  for (const Findings& file : files)
+    for (const Finding& finding : file.list) {
+      const ShownPlace place = PlaceIn(file.layout, finding.span);
+      const Json region = {{"startLine", place.line}, {"startColumn", place.column}, {"endColumn", place.end_column}};
+      Json row = {{"ruleId", finding.rule->code},
+                  {"level", SeverityWord(finding.rule->severity)},
+                  {"message", {{"text", Utf8(finding.text) + "; " + Utf8(RemedyOf(finding))}}},
+                  {"locations", {SarifPlace(file.file, region)}}};
+      for (const Related& related : finding.related) {
+        Json other = SarifPlace(related.file, {{"startLine", related.span.line + 1}});
+        other["message"] = {{"text", related.text}};
+        row["relatedLocations"].push_back(other);
+      }
+      results.push_back(row);
+    }
+  const Json tool = {{"driver", {{"name", "vorlix check"}, {"version", VORLIX_VERSION}, {"rules", SarifRules()}}}};
+  const Json run = {{"tool", tool}, {"columnKind", "unicodeCodePoints"}, {"results", results}};
+  const Json all = {
+      {"$schema", "https://json.schemastore.org/sarif-2.1.0.json"}, {"version", "2.1.0"}, {"runs", Json::array({run})}};
+  return all.dump(2) + '\n';
+}
+
+// A workflow command takes these characters in another form.
+std::string Escaped(std::string_view text, bool is_property) {
+  std::string escaped;
+  for (const char c : text) {
+    const bool is_special = c == '%' || c == '\n' || c == '\r' || (is_property && (c == ':' || c == ','));
+    escaped += is_special ? '%' + Hex({&c, 1}) : std::string(1, c);
+  }
+  return escaped;
+}
+
+std::string WriteGithub(const std::vector<Findings>& files) {
+  std::string all;
+  for (const Findings& file : files)
+    for (const Finding& finding : file.list) {
+      const ShownPlace place = PlaceIn(file.layout, finding.span);
+      all += "::" + std::string(SeverityWord(finding.rule->severity)) + " file=" + Escaped(file.file, true) +
+             ",line=" + std::to_string(place.line) + ",col=" + std::to_string(place.column) +
+             ",title=" + std::string(finding.rule->code) +
+             "::" + Escaped(Utf8(finding.text) + "; " + Utf8(RemedyOf(finding)), false) + '\n';
+    }
+  return all;
+}
+
+constexpr ReportFormat FORMATS[] = {
+    {"text", WriteText}, {"json", WriteJson}, {"sarif", WriteSarif}, {"github", WriteGithub}};
+
+}  // namespace
+
+const ReportFormat* FindReportFormat(std::string_view name) {
+  const auto* const found = std::ranges::find(FORMATS, name, &ReportFormat::name);
+  return found != std::end(FORMATS) ? found : nullptr;
+}
+
+std::string ReportText(const Findings& file, const Finding& finding) {
+  const ShownPlace place = PlaceIn(file.layout, finding.span);
+  const bool is_error = finding.rule->severity == Severity::Error;
+  const std::string kind = std::string(SeverityWord(finding.rule->severity)) + ' ' + std::string(finding.rule->code);
+  std::string text = Bold(PlaceText(file.file, place)) + (is_error ? Red(kind) : Bold(kind)) + ": " +
+                     Printable(finding.text) + '\n' + Excerpt(file.layout, finding.span, place);
+  for (const Related& related : finding.related)
+    text += "  " + related.file + ':' + std::to_string(related.span.line + 1) + ": " + related.text + '\n';
+  return text + "  " + Printable(RemedyOf(finding)) + '\n';
+}
+
+ShownPlace PlaceIn(const Layout& layout, const Span& span) {
+  if (span.line >= layout.LineCount()) return {span.line + 1, 1, 1};
+  const std::string_view line = layout.Line(span.line);
+  return {span.line + 1, ColumnOf(line, span.begin) + 1, ColumnOf(line, span.end) + 1};
+}
+
+std::string_view SeverityWord(Severity severity) { return severity == Severity::Error ? "error" : "warning"; }
+
+std::string RemedyOf(const Finding& finding) {
+  return finding.remedy.empty() ? std::string(finding.rule->remedy) : finding.remedy;
+}
+
+}  // namespace vorlix::tool
