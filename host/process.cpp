@@ -200,7 +200,8 @@ void Process::Start(const std::string& program, const std::vector<std::string>& 
   const int error = ExecError(report.Get());
   if (error != 0) {
     waitpid(pid_, nullptr, 0);
-    throw ServerError(Failure::NoServer, "cannot start " + program + ": " + std::strerror(error));
+    throw ServerError(Failure::NoServer, "cannot start " + program + ": " + std::strerror(error) +
+                                             (error == EACCES ? "; is it executable (chmod +x)?" : ""));
   }
   pidfd_ = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)));
   if (pidfd_.Get() < 0) {

@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <string>
 #include <system_error>
 
 namespace vorlix::host {
@@ -50,13 +51,22 @@ void MakeApart(Making& making) {
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
+// What could not be done, with the limit that is in the way.
+std::string FailureOf(const Making& making) {
+  const std::string size = std::to_string(making.size) + " bytes";
+  if (making.id >= 0) return "a segment of " + size + " cannot be attached";
+  const std::string what = "no segment of " + size;
+  if (making.error == ENOSPC) return what + ": kernel.shmmni bounds their number, kernel.shmall their size in all";
+  if (making.error == EINVAL) return what + ": kernel.shmmax is the most that one can have";
+  return what;
+}
+
 }  // namespace
 
 Segment::Segment(size_t size) {
   Making making{size};
   MakeApart(making);
-  if (making.address == NOWHERE)
-    throw std::system_error(making.error, std::generic_category(), making.id < 0 ? "shmget" : "shmat");
+  if (making.address == NOWHERE) throw std::system_error(making.error, std::generic_category(), FailureOf(making));
   id_ = making.id;
   memory_ = {static_cast<std::byte*>(making.address), size};
 }

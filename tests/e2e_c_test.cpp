@@ -186,7 +186,7 @@ TEST(CLibrary, RefusesBadUseInWords) {
       {[&] { return vorlix_start(nullptr, nullptr); }, VORLIX_BAD_USE, "the place for the server is NULL"},
       {[&] { return vorlix_start(&wrong_size, &started); }, VORLIX_BAD_USE, "size is 1, not "},
       {[&] { return vorlix_start(&no_program, &started); }, VORLIX_NO_SERVER, "cannot start /nowhere/vorlix.dll: No"},
-      {[&] { return vorlix_start(&too_large, &started); }, VORLIX_SYSTEM, "shmget: "},
+      {[&] { return vorlix_start(&too_large, &started); }, VORLIX_SYSTEM, "no segment of "},
       {[&] { return vorlix_end(nullptr, nullptr, nullptr); }, VORLIX_BAD_USE, "the server is NULL"},
       {[&] { return vorlix_set_timeout(server.get(), -1); }, VORLIX_BAD_USE, "a time-out below 0"},
       {[&] { return vorlix_call_new(server.get(), nullptr, nullptr); }, VORLIX_BAD_USE, "the name of the function"},

@@ -85,6 +85,9 @@ TEST(Tool, Calls) {
       // No server that answers.
       {"$V --server ./nosuch call dll_Revision", 3, "", "vorlix: cannot start ./nosuch: No such file or directory\n"},
       {"$V --server /bin/false call dll_Revision", 5, "", "vorlix: *exit status 1\n"},
+      {"touch dead; $V --server ./dead call dll_Revision", 3, "",
+       "vorlix: cannot start ./dead: Permission denied; is it executable (chmod +x)?\n"},
+      {"printf '#!/bin/sh\nexec %s \"$@\"' \"$SERVER\" >s; chmod +x s; $V --server ./s call v_Set a b", 0, "*", ""},
       // The server by itself.
       {"$SERVER", 2, "", "*vorlix.dll: Illegal call\n"},
       {"$SERVER 1 2", 2, "", "*vorlix.dll: Illegal call\n"},
