@@ -1,23 +1,25 @@
 #!/bin/bash
-# The C library as programs in C meet it: c.sh LIBRARY ROOT [OPTION...]
+# The C library as programs in C meet it, and all compiled example hosts: c.sh LIBRARY ROOT [OPTION...]
 #
-# Builds the example host, and the program that the pieces of docs/c.md make, as strictly as compilers can be, and
+# Builds the example hosts, and the program that the pieces of docs/c.md make, as strictly as compilers can be, and
 # compares what they print. The names that the library exports, and the sizes of what the header lays open, are those of
 # tests/c_abi.txt, so that no change breaks a program that is already built. The options go to the compiler; with any,
 # only gcc is tried, for they are about sanitizers, which differ.
 set -euo pipefail
 readonly LIBRARY=$1 ROOT=$2
+DIRECTORY=$(dirname "$LIBRARY")
 shift 2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export LANG=C
 fail=0
 
+strictly() {  # COMPILER SOURCE PROGRAM OPTION...
+  "$1" -Wall -Wextra -Werror -pedantic -o "$3" "$2" "${@:4}"
+}
+
 build() {  # COMPILER SOURCE PROGRAM OPTION...
-  local directory
-  directory=$(dirname "$LIBRARY")
-  "$1" -std=c11 -Wall -Wextra -Werror -pedantic "${@:4}" -I"$ROOT/host/c" -o "$3" "$2" -L"$directory" -lvorlix \
-    -Wl,-rpath,"$directory"
+  strictly "${@:1:3}" -std=c11 "${@:4}" -I"$ROOT/host/c" -L"$DIRECTORY" -lvorlix -Wl,-rpath,"$DIRECTORY"
 }
 
 # The pieces as a program: what includes stands at the top, all else in main().
@@ -64,6 +66,11 @@ for compiler in gcc clang; do
   build "$compiler" "$work/tour.c" "$work/tour" "$@"
   same "host.c by $compiler" "$work/shown" "$work/host"
   same "docs/c.md by $compiler" "$work/told" "$work/tour"
+
+  strictly "${compiler/%cc/}++" examples/hosts/host.cpp "$work/host++" -std=c++20 "$@" -I. "$DIRECTORY/libvorlix++.a"
+  same "host.cpp by $compiler" "$work/shown" env PATH="$DIRECTORY:$PATH" "$work/host++"
+  strictly "$compiler" examples/hosts/bare.c "$work/bare" -std=c11 "$@"
+  same "bare.c by $compiler" <(echo 31.12.1999) "$work/bare" "$DIRECTORY/vorlix.dll"
 done
 same 'names and sizes' tests/c_abi.txt abi "$@"
 exit $fail
