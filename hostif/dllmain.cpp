@@ -153,6 +153,7 @@ int main(int argc, char** argv) {
     return EXIT_BAD_CALL;
   }
   const long number = std::strtol(argv[1], nullptr, 10);
+  // Before the segment is attached, by which a host that cannot have SIGUSR2 blocked at the start knows that it is now.
   sigset_t held;
   sigemptyset(&held);
   for (const int signal : {SIGINT, SIGUSR2, SIGIO, SIGALRM}) sigaddset(&held, signal);
