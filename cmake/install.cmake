@@ -1,4 +1,5 @@
-# What `cmake --install` puts in place: the programs, the client library with its headers, what finds it, and the manual.
+# What `cmake --install` puts in place: the programs, the client libraries with their headers, what finds them, and the
+# manual.
 include(CMakePackageConfigHelpers)
 
 # The client library for C++ as one archive, which needs nothing but C++20.
@@ -20,6 +21,10 @@ install(FILES hostif/layout.h hostif/math.h DESTINATION ${HEADERS_DIR}/hostif)
 # The client library for C.
 install(TARGETS vorlix_c EXPORT Vorlix LIBRARY)
 install(FILES host/c/vorlix.h TYPE INCLUDE)
+
+# The Python package, which looks for the C library from where it lies itself.
+install(DIRECTORY python/vorlix DESTINATION ${CMAKE_INSTALL_LIBDIR}/python3/dist-packages
+  PATTERN __pycache__ EXCLUDE)
 
 # The CMake package.
 set(PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Vorlix)

@@ -1,4 +1,3 @@
-// A host program as its users write it, against what is installed.
 #include <cstdio>
 
 #include "host/server.h"
@@ -6,7 +5,6 @@
 int main() {
   using namespace vorlix::host;
   Server server({.program = VORLIX_SERVER});
-  const Result r = server.Call("fmt_Date", {Int(10227), Int(1), Int(10), Text("%d.%m.%Y"), OutText(80)});
-  std::puts(r.args.at(4).TextAt().c_str());
-  return r.code;
+  const Result r = server.Call("fmt_Date", {Int(19991231), Int(0), Int(10), Text("%d.%m.%Y"), OutText(80)});
+  std::printf("%d %s\n", r.code, r.args.at(4).TextAt().c_str());
 }

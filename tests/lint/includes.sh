@@ -19,6 +19,7 @@ readonly RULES='
   host/c      hostif/math[.]h|dll/(base|wire)/|host/
   tools       dll/(base|wire)/|host/|tools/
   tools/check dll/(base|wire|field|ini|shared)/|dll/server/nls[.]h|tools/
+  examples    host/[^/]+$
   tests       [a-z]+/
   fuzz        [a-z]+/
   bench       [a-z]+/
@@ -74,6 +75,8 @@ readonly EXAMPLES='
   tools/call.cpp          dll/shared/dictfile.h   no
   tools/check/judge.cpp   dll/shared/dictfile.h   yes
   tools/check/judge.cpp   host/server.h           no
+  examples/hosts/host.cpp host/server.h           yes
+  examples/hosts/host.cpp dll/wire/xbuf.h         no
   tests/support/heap.cpp  dll/server/functions.h  yes
   tests/support/heap.cpp  heap.h                  no
   elsewhere/file.cpp      hostif/math.h           no
