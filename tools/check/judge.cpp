@@ -73,7 +73,7 @@ class Reading : public ReadObserver {
     line_ = Text().LineAt(static_cast<size_t>(std::max<int64_t>(next_line, 1)) - 1, line_);
     at_end_ = false;
     const std::vector<LayoutSection>& sections = Text().Sections();
-    while (next_section_ < sections.size() && sections[next_section_].span.line <= line_) section_ = next_section_++;
+    while (next_section_ < sections.size() && sections[next_section_].line <= line_) section_ = next_section_++;
   }
   void OnSectionEnd() override { at_end_ = true; }
   bool Cure(Object& object) override;
@@ -121,15 +121,15 @@ Span Reading::PlaceOf(const Rule& rule, std::string_view message) const {
     return EntryOrHeader(section, rule.attribute);
   }
   if (const LayoutEntry* const entry = Text().EntryAt(line_))
-    return &rule == &VX201 || &rule == &VX502 ? entry->name_span : entry->value_span;
+    return &rule == &VX201 || &rule == &VX502 ? Text().NameSpan(*entry) : Text().ValueSpan(*entry);
   const size_t section = Text().SectionAt(line_);
-  return section != Layout::NO_SECTION ? Text().Sections()[section].span : Span{line_, 0, Text().Line(line_).size()};
+  return section != Layout::NO_SECTION ? Text().HeaderSpan(section) : Span{line_, 0, Text().Line(line_).size()};
 }
 
 Span Reading::EntryOrHeader(size_t section, std::string_view attribute) const {
   if (section == Layout::NO_SECTION) return {};
-  if (const LayoutEntry* const entry = Text().FindEntry(section, attribute)) return entry->value_span;
-  return Text().Sections()[section].span;
+  if (const LayoutEntry* const entry = Text().FindEntry(section, attribute)) return Text().ValueSpan(*entry);
+  return Text().HeaderSpan(section);
 }
 
 // What is known of this one case beside the rule.
@@ -154,7 +154,7 @@ void Reading::Explain(Finding& finding, std::string_view message) const {
     std::vector<std::string_view> handles;
     const size_t catalog = Text().FindSection("catalog");
     if (catalog != Layout::NO_SECTION)
-      for (const size_t one : Text().Sections()[catalog].entries) handles.push_back(Text().Entries()[one].name);
+      for (const LayoutEntry& one : Text().EntriesOf(Text().Sections()[catalog])) handles.push_back(one.name);
     if (const std::string_view near = Nearest(FirstQuoted(message), handles); !near.empty())
       finding.remedy = "did you mean " + std::string(near) + "?";
   } else if (finding.rule == &VX502 || finding.rule == &VX504 || finding.rule == &VX506) {
@@ -173,7 +173,7 @@ void Reading::ExplainInherited(Finding& finding) const {
     const Findings* const file = models_.FileOf(model->value, section);
     if (file == nullptr) return;
     if (const LayoutEntry* const entry = file->layout.FindEntry(section, finding.rule->attribute)) {
-      finding.related.push_back({file->file, entry->value_span, "inherited from here"});
+      finding.related.push_back({file->file, file->layout.ValueSpan(*entry), "inherited from here"});
       return;
     }
     model = file->layout.FindEntry(section, "MODEL");

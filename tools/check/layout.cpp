@@ -8,17 +8,10 @@
 #include "tools/quoting.h"
 
 namespace vorlix::tool {
-namespace {
-
-// A part of a line, as a span in it.
-Span SpanOf(size_t number, std::string_view line, std::string_view part) {
-  const auto begin = static_cast<size_t>(part.data() - line.data());
-  return {number, begin, begin + part.size()};
-}
-
-}  // namespace
 
 Layout::Layout(std::string text) : text_(std::make_shared<const std::string>(std::move(text))) {
+  starts_.reserve(static_cast<size_t>(std::ranges::count(*text_, '\n')) + 1);
+  entries_.reserve(starts_.capacity());
   for (size_t at = 0; at < text_->size(); at = std::min(text_->find('\n', at), text_->size() - 1) + 1)
     starts_.push_back(at);
   for (size_t number = 0; number < starts_.size(); ++number) ReadLine(number);
@@ -26,22 +19,23 @@ Layout::Layout(std::string text) : text_(std::make_shared<const std::string>(std
 
 void Layout::ReadLine(size_t number) {
   const std::string_view line = Line(number);
-  std::string_view name;
   if (line.empty()) return;
+  const auto number32 = static_cast<uint32_t>(number);
   if (EndsSection(line)) {
-    current_ = NO_SECTION;
-    if (!ParseHeader(line, name)) return;
-    current_ = sections_.size();
-    sections_.push_back({name, SpanOf(number, line, name), {}});
+    std::string_view name;
+    in_section_ = ParseHeader(line, name);
+    if (in_section_) sections_.push_back({number32, name, entries_.size(), entries_.size()});
     return;
   }
   IniEntry entry;
   if (!ParseEntry(line, entry)) return;
-  const std::string_view value = ParseValue(entry.rest);
-  const std::string_view rest = TrimStart(TrimEnd(entry.rest));
-  if (current_ != NO_SECTION) sections_[current_].entries.push_back(entries_.size());
-  entries_.push_back({current_, entry.name, value, SpanOf(number, line, entry.name), SpanOf(number, line, value),
-                      SpanOf(number, line, rest)});
+  entries_.push_back({number32, entry.name, ParseValue(entry.rest), in_section_});
+  if (in_section_) sections_.back().end = entries_.size();
+}
+
+Span Layout::SpanOf(size_t line, std::string_view part) const {
+  const auto begin = static_cast<size_t>(part.data() - text_->data()) - starts_.at(line);
+  return {line, begin, begin + part.size()};
 }
 
 std::string_view Layout::Line(size_t line) const {
@@ -58,16 +52,14 @@ size_t Layout::LineAt(size_t offset, size_t from) const {
 }
 
 size_t Layout::SectionAt(size_t line) const {
-  const auto found =
-      std::ranges::lower_bound(sections_, line, {}, [](const LayoutSection& one) { return one.span.line; });
-  const bool is_there = found != sections_.end() && found->span.line == line;
+  const auto found = std::ranges::lower_bound(sections_, line, {}, &LayoutSection::line);
+  const bool is_there = found != sections_.end() && found->line == line;
   return is_there ? static_cast<size_t>(found - sections_.begin()) : NO_SECTION;
 }
 
 const LayoutEntry* Layout::EntryAt(size_t line) const {
-  const auto found =
-      std::ranges::lower_bound(entries_, line, {}, [](const LayoutEntry& one) { return one.name_span.line; });
-  return found != entries_.end() && found->name_span.line == line ? &*found : nullptr;
+  const auto found = std::ranges::lower_bound(entries_, line, {}, &LayoutEntry::line);
+  return found != entries_.end() && found->line == line ? &*found : nullptr;
 }
 
 size_t Layout::FindSection(std::string_view name) const {
@@ -79,8 +71,8 @@ size_t Layout::FindSection(std::string_view name) const {
 const LayoutEntry* Layout::FindEntry(size_t section, std::string_view name) const {
   const LayoutEntry* last = nullptr;
   if (section == NO_SECTION) return last;
-  for (const size_t entry : sections_.at(section).entries)
-    if (EqualNoCase(entries_[entry].name, name)) last = &entries_[entry];
+  for (const LayoutEntry& entry : EntriesOf(sections_.at(section)))
+    if (EqualNoCase(entry.name, name)) last = &entry;
   return last;
 }
 

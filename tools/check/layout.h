@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,19 +18,19 @@ struct Span {
   size_t end = 0;
 };
 
+/// Names and values are parts of the text.
 struct LayoutEntry {
-  size_t section;          // its number; NO_SECTION before the first header, and behind one that is broken
+  uint32_t line;
   std::string_view name;   // as written
   std::string_view value;  // as the server takes it, but not cut
-  Span name_span;
-  Span value_span;  // without quotes
-  Span rest_span;   // all that stands behind the "=", without white space at its ends
+  bool is_in_section;      // not before the first header, nor behind one that is broken
 };
 
 struct LayoutSection {
+  uint32_t line;          // of the header
   std::string_view name;  // as written
-  Span span;
-  std::vector<size_t> entries;  // their numbers
+  size_t first;           // its entries: their numbers from here on
+  size_t end;             // and up to here
 };
 
 /// Keeps the text, which all names and values borrow from; copies share it.
@@ -48,6 +49,13 @@ class Layout {
 
   const std::vector<LayoutSection>& Sections() const { return sections_; }
   const std::vector<LayoutEntry>& Entries() const { return entries_; }
+  std::span<const LayoutEntry> EntriesOf(const LayoutSection& section) const {
+    return std::span(entries_).subspan(section.first, section.end - section.first);
+  }
+
+  Span HeaderSpan(size_t section) const { return SpanOf(sections_.at(section).line, sections_[section].name); }
+  Span NameSpan(const LayoutEntry& entry) const { return SpanOf(entry.line, entry.name); }
+  Span ValueSpan(const LayoutEntry& entry) const { return SpanOf(entry.line, entry.value); }
 
   /// The number of the section whose header stands in the line, NO_SECTION for none.
   size_t SectionAt(size_t line) const;
@@ -59,12 +67,13 @@ class Layout {
 
  private:
   void ReadLine(size_t number);
+  Span SpanOf(size_t line, std::string_view part) const;
 
   std::shared_ptr<const std::string> text_;
   std::vector<size_t> starts_;  // of lines
   std::vector<LayoutSection> sections_;
   std::vector<LayoutEntry> entries_;
-  size_t current_ = NO_SECTION;
+  bool in_section_ = false;
 };
 
 /// Characters before the byte: a line of UTF-8 counts them, any other counts bytes.

@@ -6,7 +6,6 @@
 #include <map>
 #include <set>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "dll/base/locale.h"
 #include "dll/base/text.h"
@@ -37,7 +36,7 @@ class Style {
     for (const LayoutEntry& entry : text_.Entries()) CheckEntry(entry);
     CheckSections();
     if (kind_ == FileKind::Dictionary) CheckCatalog();
-    if (dict_ != nullptr && kind_ == FileKind::Dictionary) CheckObjects();
+    if (dict_ != nullptr) CheckObjects();
   }
 
  private:
@@ -71,62 +70,54 @@ class Style {
   }
 
   void CheckEntry(const LayoutEntry& entry) {
-    if (entry.section == Layout::NO_SECTION) {
-      if (text_.Sections().empty() || entry.name_span.line < text_.Sections().front().span.line)
-        Add(VX610, entry.name_span);
+    if (!entry.is_in_section) {
+      if (text_.Sections().empty() || entry.line < text_.Sections().front().line) Add(VX610, text_.NameSpan(entry));
       return;
     }
-    if (entry.name.size() >= DICT_NAME_SIZE) Add(VX603, entry.name_span);
+    if (entry.name.size() >= DICT_NAME_SIZE) Add(VX603, text_.NameSpan(entry));
     if (entry.value.size() >= DICT_VALUE_SIZE)
-      Add(VX602, {entry.value_span.line, entry.value_span.begin + DICT_VALUE_SIZE - 1, entry.value_span.end});
+      Add(VX602, {entry.line, text_.ValueSpan(entry).begin + DICT_VALUE_SIZE - 1, text_.ValueSpan(entry).end});
     CheckCut(entry);
   }
 
   // A comment behind a value has a blank before it; what follows straight on was meant as part of the value.
   void CheckCut(const LayoutEntry& entry) {
-    const std::string_view line = text_.Line(entry.value_span.line);
-    const size_t end = entry.value_span.end;
+    const std::string_view line = text_.Line(entry.line);
+    const size_t end = text_.ValueSpan(entry).end;
     if (end >= line.size() || (line[end] != ';' && line[end] != '#')) return;
-    const bool is_quoted = entry.value_span.begin > 0 &&
-                           (line[entry.value_span.begin - 1] == '"' || line[entry.value_span.begin - 1] == '\'');
+    const bool is_quoted = text_.ValueSpan(entry).begin > 0 && (line[text_.ValueSpan(entry).begin - 1] == '"' ||
+                                                                line[text_.ValueSpan(entry).begin - 1] == '\'');
     if (!is_quoted && (end == 0 || IsIniSpace(line[end - 1]) || entry.value.empty())) return;
-    Add(VX601, {entry.value_span.line, end, end + 1}, std::string("the value ends at the ") + line[end]);
+    Add(VX601, {entry.line, end, end + 1}, std::string("the value ends at the ") + line[end]);
   }
 
   // ---- Sections -----------------------------------------------------------------------------------------------------
 
   void CheckSections() {
-    std::unordered_map<std::string, size_t> seen;
     for (size_t number = 0; number < text_.Sections().size(); ++number) {
       const LayoutSection& section = text_.Sections()[number];
-      if (section.name.size() >= DICT_NAME_SIZE) Add(VX603, section.span);
-      const std::string name = Lower(section.name);
-      if (name == "xx" || name == "list") continue;
-      if (const auto [first, is_new] = seen.emplace(name, number); !is_new) {
-        Add(VX612, section.span, "the section [" + std::string(section.name) + "] comes twice");
-        findings_.list.back().related.push_back(
-            {findings_.file, text_.Sections()[first->second].span, "the first one is here"});
-      }
-      CheckRepeated(section, name == "catalog" ? VX613 : VX614);
+      if (section.name.size() >= DICT_NAME_SIZE) Add(VX603, text_.HeaderSpan(number));
+      if (EqualNoCase(section.name, "xx") || EqualNoCase(section.name, "list")) continue;
+      CheckRepeated(section, EqualNoCase(section.name, "catalog") ? VX613 : VX614);
     }
   }
 
   void CheckRepeated(const LayoutSection& section, const Rule& rule) {
     constexpr size_t FEW = 32;  // entries, which are compared with each other
+    const std::span<const LayoutEntry> entries = text_.EntriesOf(section);
     std::unordered_map<std::string, size_t> seen;
-    for (size_t k = 0; k < section.entries.size(); ++k) {
-      const LayoutEntry& entry = text_.Entries()[section.entries[k]];
+    for (size_t k = 0; k < entries.size(); ++k) {
+      const LayoutEntry& entry = entries[k];
       const LayoutEntry* first = nullptr;
-      if (section.entries.size() <= FEW) {
+      if (entries.size() <= FEW) {
         for (size_t before = 0; before < k && first == nullptr; ++before)
-          if (EqualNoCase(text_.Entries()[section.entries[before]].name, entry.name))
-            first = &text_.Entries()[section.entries[before]];
-      } else if (const auto [found, is_new] = seen.emplace(Lower(entry.name), section.entries[k]); !is_new) {
-        first = &text_.Entries()[found->second];
+          if (EqualNoCase(entries[before].name, entry.name)) first = &entries[before];
+      } else if (const auto [found, is_new] = seen.emplace(Lower(entry.name), k); !is_new) {
+        first = &entries[found->second];
       }
       if (first == nullptr) continue;
-      Add(rule, entry.name_span, std::string(entry.name) + " comes twice");
-      findings_.list.back().related.push_back({findings_.file, first->name_span, "and here before"});
+      Add(rule, text_.NameSpan(entry), std::string(entry.name) + " comes twice");
+      findings_.list.back().related.push_back({findings_.file, text_.NameSpan(*first), "and here before"});
     }
   }
 
@@ -135,14 +126,14 @@ class Style {
     // The lines below an indented header are dialogs now, and the fields are gone: that is said already.
     const auto is_indented = [](const Finding& finding) { return finding.rule == &VX608; };
     if (catalog == Layout::NO_SECTION || std::ranges::any_of(findings_.list, is_indented)) return;
-    std::unordered_set<std::string> used;
-    for (const LayoutSection& section : text_.Sections())
-      used.insert(Lower(section.name.substr(0, section.name.find('.'))));
-    for (const size_t number : text_.Sections()[catalog].entries) {
-      const LayoutEntry& entry = text_.Entries()[number];
-      if (!used.contains(Lower(entry.name)))
-        Add(VX615, entry.name_span, "the dialog " + std::string(entry.name) + " has no fields");
-    }
+    if (dict_ == nullptr) return;
+    const auto has_fields = [&](std::string_view handle) {
+      const auto is_it = [&](const SectionGroup& group) { return EqualNoCase(group.handle, handle); };
+      return std::ranges::any_of(dict_->sections.Groups(), is_it);
+    };
+    for (const LayoutEntry& entry : text_.EntriesOf(text_.Sections()[catalog]))
+      if (!has_fields(entry.name))
+        Add(VX615, text_.NameSpan(entry), "the dialog " + std::string(entry.name) + " has no fields");
   }
 
   // ---- Objects ------------------------------------------------------------------------------------------------------
@@ -151,20 +142,31 @@ class Style {
   void CheckObjects() {
     size_t number = 0;
     bool is_first = true;
-    std::unordered_map<std::string, Span> paths;
+    paths_.reserve(dict_->sections.size());
     for (const SectionPtr& section : dict_->sections) {
-      for (;; ++number) {
-        const std::string name = number < text_.Sections().size() ? Lower(text_.Sections()[number].name) : "";
-        const bool is_catalog = is_first && name == "catalog";
-        if (name != "xx") is_first = false;
-        if (!is_catalog && name != "xx" && name != "list") break;
+      for (; number < text_.Sections().size(); ++number) {
+        const std::string_view name = text_.Sections()[number].name;
+        const bool is_passed_over = EqualNoCase(name, "xx");
+        const bool is_catalog = is_first && EqualNoCase(name, "catalog");
+        if (!is_passed_over) is_first = false;
+        if (!is_catalog && !is_passed_over && !EqualNoCase(name, "list")) break;
       }
       if (number >= text_.Sections().size()) return;
-      CheckObject(number, section->object);
-      CheckPath(number, paths);
+      if (FindSection(*dict_, section->section.get()) != section) AddRepeated(number);
+      if (kind_ == FileKind::Dictionary) {
+        CheckObject(number, section->object);
+        CheckPath(number);
+      }
       ++number;
     }
-    CheckArrays();
+    if (kind_ == FileKind::Dictionary) CheckArrays();
+  }
+
+  void AddRepeated(size_t number) {
+    const std::string_view name = text_.Sections()[number].name;
+    Add(VX612, text_.HeaderSpan(number), "the section [" + std::string(name) + "] comes twice");
+    findings_.list.back().related.push_back(
+        {findings_.file, text_.HeaderSpan(text_.FindSection(name)), "the first one is here"});
   }
 
   void CheckObject(size_t section, const Object& object) {
@@ -185,15 +187,16 @@ class Style {
   // At the entry of the rule's attribute, or at the header where the section has none.
   void Point(const Rule& rule, size_t section, const std::string& text = "", const std::string& remedy = "") {
     const LayoutEntry* const entry = text_.FindEntry(section, rule.attribute);
-    Add(rule, entry != nullptr ? entry->value_span : text_.Sections()[section].span, text, remedy);
+    Add(rule, entry != nullptr ? text_.ValueSpan(*entry) : text_.HeaderSpan(section), text, remedy);
   }
 
   void CheckNumberText(size_t section) {
-    for (const std::string_view name : {"FLEN", "FPREC", "FMIN", "FMAX"}) {
-      const LayoutEntry* const entry = text_.FindEntry(section, name);
-      if (entry == nullptr || entry->value.empty()) continue;
-      const bool is_whole = name == "FLEN" || name == "FPREC";
-      const std::string value(entry->value);
+    for (const LayoutEntry& entry : text_.EntriesOf(text_.Sections()[section])) {
+      const bool is_whole = EqualNoCase(entry.name, "FLEN") || EqualNoCase(entry.name, "FPREC");
+      const bool is_number = is_whole || EqualNoCase(entry.name, "FMIN") || EqualNoCase(entry.name, "FMAX");
+      const bool is_plain = entry.value.find_first_not_of("0123456789") == std::string_view::npos;
+      if (!is_number || is_plain) continue;
+      const std::string value(entry.value);
       char* end = nullptr;
       if (is_whole)
         static_cast<void>(std::strtol(value.c_str(), &end, 10));
@@ -201,8 +204,9 @@ class Style {
         static_cast<void>(std::strtod(value.c_str(), &end));
       if (*end == '\0') continue;
       const auto good = static_cast<size_t>(end - value.c_str());
-      Add(VX619, {entry->value_span.line, entry->value_span.begin + good, entry->value_span.end},
-          std::string(entry->name) + " is read as " + (good == 0 ? "0" : value.substr(0, good)));
+      const Span whole = text_.ValueSpan(entry);
+      Add(VX619, {whole.line, whole.begin + good, whole.end},
+          std::string(entry.name) + " is read as " + (good == 0 ? "0" : value.substr(0, good)));
     }
   }
 
@@ -211,12 +215,12 @@ class Style {
     size_t other = Layout::NO_SECTION;
     const Findings* const file = model != nullptr ? models_.FileOf(model->value, other) : nullptr;
     if (file == nullptr) return;
-    for (const size_t number : text_.Sections()[section].entries) {
-      const LayoutEntry& entry = text_.Entries()[number];
+    for (const LayoutEntry& entry : text_.EntriesOf(text_.Sections()[section])) {
       const LayoutEntry* const inherited = file->layout.FindEntry(other, entry.name);
       if (&entry == model || inherited == nullptr || inherited->value != entry.value) continue;
-      Add(VX628, entry.name_span, std::string(entry.name) + " repeats what is inherited");
-      findings_.list.back().related.push_back({file->file, inherited->value_span, "the model has it here"});
+      Add(VX628, text_.NameSpan(entry), std::string(entry.name) + " repeats what is inherited");
+      findings_.list.back().related.push_back(
+          {file->file, file->layout.ValueSpan(*inherited), "the model has it here"});
     }
   }
 
@@ -233,7 +237,7 @@ class Style {
     std::set<char> seen;
     for (size_t at = 0; at < entry->value.size(); ++at) {
       const char letter = entry->value[at];
-      const Span place = {entry->value_span.line, entry->value_span.begin + at, entry->value_span.begin + at + 1};
+      const Span place = {entry->line, text_.ValueSpan(*entry).begin + at, text_.ValueSpan(*entry).begin + at + 1};
       const char other = letter == LowerCase(letter) ? static_cast<char>(letter - 32) : LowerCase(letter);
       if (known.find(letter) == std::string_view::npos)
         Add(VX616, place, std::string("the format has no letter ") + Printable({&letter, 1}));
@@ -278,11 +282,17 @@ class Style {
     return text;
   }
 
+  // With a sign, the separators of each three digits, a point and all decimals.
+  static bool FitsSurely(const Object& object, double number) {
+    const double digits = std::floor(std::log10(std::max(std::abs(number), 1.0))) + 1;
+    return digits + digits / 3 + object.fprec + 2 <= object.flen;
+  }
+
   // Shows what the field will have to hold.
   void CheckRoom(size_t section, const Object& object) {
     if (object.ftyp == FT_N) {
       for (const double bound : {object.fmin, object.fmax})
-        if (bound != 0 && Overflows(object, NumberText(bound)))
+        if (bound != 0 && !FitsSurely(object, bound) && Overflows(object, NumberText(bound)))
           return Point(VX623, section,
                        NumberText(bound) + " does not fit into " + std::to_string(object.flen) + " characters");
     } else if (object.ftyp == FT_D || object.ftyp == FT_M || object.ftyp == FT_Z) {
@@ -317,25 +327,31 @@ class Style {
       Point(VX622, section, "the default does not fit into the field");
   }
 
-  void CheckPath(size_t section, std::unordered_map<std::string, Span>& paths) {
+  // A path of one dialog may be that of another one as well.
+  void CheckPath(size_t section) {
     const LayoutEntry* const path = text_.FindEntry(section, "PATH");
     if (path == nullptr) return;
-    const std::string_view name = text_.Sections()[section].name;
-    const auto [first, is_new] =
-        paths.emplace(Lower(name.substr(0, name.find('.'))) + '\n' + Lower(path->value), path->value_span);
-    if (is_new) return;
-    Add(VX627, path->value_span);
-    findings_.list.back().related.push_back({findings_.file, first->second, "the other field is here"});
+    const auto handle = [&](size_t number) {
+      const std::string_view name = text_.Sections()[number].name;
+      return name.substr(0, name.find('.'));
+    };
+    const auto [first, is_new] = paths_.emplace(path->value, section);
+    if (is_new || !EqualNoCase(handle(first->second), handle(section))) return;
+    Add(VX627, text_.ValueSpan(*path));
+    const Span other = text_.ValueSpan(*text_.FindEntry(first->second, "PATH"));
+    findings_.list.back().related.push_back({findings_.file, other, "the other field is here"});
   }
 
   // [kd.sum__3] is element 3 of the array kd.sum.
   void CheckArrays() {
     std::map<std::string, std::map<size_t, Span>> arrays;
-    for (const LayoutSection& section : text_.Sections()) {
+    for (size_t number = 0; number < text_.Sections().size(); ++number) {
+      const LayoutSection& section = text_.Sections()[number];
       const size_t mark = section.name.rfind("__");
       if (mark == std::string::npos) continue;
       const int32_t index = ReadNumber(std::string(section.name.substr(mark + 2)).c_str());
-      if (index > 0) arrays[Lower(section.name.substr(0, mark))].emplace(static_cast<size_t>(index), section.span);
+      if (index > 0)
+        arrays[Lower(section.name.substr(0, mark))].emplace(static_cast<size_t>(index), text_.HeaderSpan(number));
     }
     for (const auto& [name, elements] : arrays) {
       size_t expected = 1;
@@ -351,6 +367,7 @@ class Style {
   const DictPtr& dict_;
   FileKind kind_;
   const Models& models_;
+  std::unordered_map<std::string_view, size_t> paths_;  // and the first section that has each
 };
 
 }  // namespace
