@@ -70,7 +70,7 @@ failing_examples() {
     vorlix functions "$name" | sed -n '/^Example:/,$ s/^Example: *//p; /^Example:/,$ { /^Example:/!p }' | bash >/dev/null 2>&1 ||
       echo "the example of $name fails"
   done
-  for name in call run functions shell help; do
+  for name in call run functions shell check show help; do
     vorlix help "$name" | sed -n 's/^Example: //p' | bash >/dev/null 2>&1 || echo "the example of the command $name fails"
   done
 }

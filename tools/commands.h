@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/check/check.h"
+#include "tools/check/show.h"
 #include "tools/failure.h"
 #include "tools/player.h"
 #include "tools/session.h"

@@ -41,7 +41,7 @@ class CommandLine {
     app_.failure_message(
         [](const CLI::App*, const CLI::Error& error) { return std::string("vorlix: ") + error.what() + '\n'; });
     for (CLI::App* const app : {&app_, call_, run_, shell_}) AddServerOptions(*app);
-    for (CLI::App* const app : {&app_, call_, run_, shell_, functions_, check_}) AddColour(*app);
+    for (CLI::App* const app : {&app_, call_, run_, shell_, functions_, check_, show_}) AddColour(*app);
     AddCommands();
   }
 
@@ -59,6 +59,7 @@ class CommandLine {
     if (shell_->parsed()) return RunShell(options_);
     if (functions_->parsed()) return ListFunctions(function_, json_);
     if (check_->parsed()) return CheckFiles(check_command_);
+    if (show_->parsed()) return ShowField(show_command_);
     if (help_->parsed()) return Help();
     if (isatty(STDIN_FILENO) == 0) throw ToolError(Status::Usage, "a command is required; vorlix help lists them");
     std::fputs(FIRST_STEPS, stdout);
@@ -124,6 +125,7 @@ class CommandLine {
     functions_->footer("Example: vorlix functions l_GetIdx");
     shell_->footer("Example: echo 'fmt_Num 1234.5 10 2 RT' | vorlix shell");
     AddCheck();
+    AddShow();
     help_->add_option("COMMAND", function_, "The command");
     help_->footer("Example: vorlix help call");
   }
@@ -150,6 +152,19 @@ class CommandLine {
     check_->add_flag("--fix", to.fixes, "Put right what can be put right safely");
     check_->add_flag("--diff", to.shows_difference, "Show what --fix would change");
     check_->footer("Example: vorlix check --explain VX201");
+  }
+
+  void AddShow() {
+    ShowCommand& to = show_command_;
+    show_->add_option("FILE", to.file, "The dictionary, or - for standard input")->required();
+    show_->add_option("FIELD", to.field, "The field, as kd.name, or name where one dialog alone has it")->required();
+    show_->add_option("--model", to.models, "A model dictionary to inherit from; can be given again")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
+    show_->add_option("--lang", to.language, "The language of the server")->type_name("LOCALE");
+    show_->add_option("--value", to.value, "Tell what the field shows for a value")->type_name("VALUE");
+    show_->add_option("--type", to.typed, "Tell what the field makes of a text that is typed")->type_name("TEXT");
+    show_->footer(R"(Example: printf '[catalog]\nA=B\n[a.n]\nPATH=n\nFTYP=N\nFLEN=9\n' | vorlix show - n --type 12)");
   }
 
   Status Help() const {
@@ -195,6 +210,8 @@ class CommandLine {
   CLI::App* run_ = app_.add_subcommand("run", "Run a script of calls: run [OPTIONS] FILE ARGUMENT...");
   CLI::App* shell_ = app_.add_subcommand("shell", "Run calls line by line, in one server");
   CheckCommand check_command_;
+  ShowCommand show_command_;
+  CLI::App* show_ = app_.add_subcommand("show", "Show a field of a dictionary, and where its attributes come from");
   CLI::App* check_ = app_.add_subcommand("check", "Find what is wrong with dictionaries");
   CLI::App* functions_ = app_.add_subcommand("functions", "List all functions, describe one, or search");
   CLI::App* help_ = app_.add_subcommand("help", "Print this, or the help of a command");

@@ -4,9 +4,11 @@ from __future__ import annotations
 
 import ctypes
 import os
+import threading
 import time
 import warnings
 from collections.abc import Iterator, Mapping
+from contextlib import contextmanager
 from ctypes import byref, c_char_p, c_int32, c_size_t, c_void_p
 from decimal import Decimal
 from types import TracebackType
@@ -56,6 +58,7 @@ class Server(Functions):
         capture_stderr: bool = False,
     ) -> None:
         self._handle: c_void_p | None = None
+        self._turn = threading.Lock()
         changes = dict(environment or {})
         if lang is not None:
             changes.update({"LANG": lang, "ZENDLANG": None, "LC_COLLATE": None, "LC_CTYPE": None})
@@ -94,7 +97,8 @@ class Server(Functions):
     def take_stderr(self) -> str:
         """What the server has written to standard error since the last call of this, where that is captured."""
         text, size = c_void_p(), c_size_t()
-        _native.check(_lib.vorlix_take_stderr(self._open(), byref(text), byref(size)))
+        with self._hold():
+            _native.check(_lib.vorlix_take_stderr(self._open(), byref(text), byref(size)))
         return self._decode(_take(text, size))
 
     def __enter__(self) -> Server:
@@ -139,6 +143,22 @@ class Server(Functions):
 
     def _call(
         self, function: Function, values: tuple[Any, ...], room: Room, check: bool, raw: bool = False
+    ) -> Result:
+        with self._hold():
+            return self._call_held(function, values, room, check, raw)
+
+    # A call waits in several steps; the library keeps other threads out of each step alone.
+    @contextmanager
+    def _hold(self) -> Iterator[None]:
+        if not self._turn.acquire(blocking=False):
+            raise _errors.BusyError("another thread is using this server")
+        try:
+            yield
+        finally:
+            self._turn.release()
+
+    def _call_held(
+        self, function: Function, values: tuple[Any, ...], room: Room, check: bool, raw: bool
     ) -> Result:
         call = c_void_p()
         _native.check(_lib.vorlix_call_new(self._open(), function.name.encode(), byref(call)))
@@ -329,7 +349,8 @@ class Server(Functions):
     def fetch(self, room: int = ROOM) -> bytes:
         """The whole large result that waits: that of dict_PackDX, dict_PackBufDX or dll_SetLocale, or after the start."""
         code, text, size = c_int32(), c_void_p(), c_size_t()
-        _native.check(_lib.vorlix_fetch(self._open(), room, byref(code), byref(text), byref(size)))
+        with self._hold():
+            _native.check(_lib.vorlix_fetch(self._open(), room, byref(code), byref(text), byref(size)))
         if code.value != 0:
             meaning = (_lib.vorlix_meaning(b"dll_SendNext", None, code.value) or b"").decode()
             raise _errors.CallError("dll_SendNext", code.value, {}, meaning, "")

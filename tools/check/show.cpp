@@ -1,0 +1,207 @@
+#include "tools/check/show.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "dll/base/text.h"
+#include "dll/field/scancode.h"
+#include "dll/shared/datefmt.h"
+#include "dll/shared/dictattr.h"
+#include "dll/shared/fielddisplay.h"
+#include "dll/shared/numfmt.h"
+#include "dll/shared/textfmt.h"
+#include "tools/check/checker.h"
+#include "tools/check/report.h"
+#include "tools/files.h"
+#include "tools/nearest.h"
+#include "tools/paint.h"
+#include "tools/quoting.h"
+
+namespace vorlix::tool {
+namespace {
+
+constexpr int DEEPEST = 16;  // models in a row
+
+// ---- Which field ----------------------------------------------------------------------------------------------------
+
+std::string_view FieldOf(std::string_view section) { return section.substr(section.find('.') + 1); }
+
+// Throws ToolError, with the field that was meant.
+size_t RequireField(const Layout& layout, const std::string& wanted) {
+  std::vector<std::string_view> names;
+  size_t found = layout.FindSection(wanted);
+  for (size_t number = 0; number < layout.Sections().size(); ++number) {
+    const std::string_view name = layout.Sections()[number].name;
+    if (name.find('.') != std::string_view::npos)
+      names.push_back(wanted.find('.') == std::string::npos ? FieldOf(name) : name);
+    if (!EqualNoCase(FieldOf(name), wanted)) continue;
+    if (found != Layout::NO_SECTION && found != number)
+      throw ToolError(Status::Usage, "several dialogs have a field " + wanted + ": " +
+                                         std::string(layout.Sections()[found].name) + ", " + std::string(name));
+    found = number;
+  }
+  if (found != Layout::NO_SECTION) return found;
+  const std::string_view near = Nearest(wanted, names);
+  throw ToolError(Status::Usage, "there is no field '" + wanted + "'" +
+                                     (near.empty() ? "" : "; did you mean " + std::string(near) + "?"));
+}
+
+// ---- Where an attribute comes from ----------------------------------------------------------------------------------
+
+struct Source {
+  const Findings* file = nullptr;  // null: no file has it
+  const LayoutEntry* entry = nullptr;
+};
+
+// The field's own line, or that of the nearest model.
+Source FindSource(const Findings& own, size_t section, std::string_view attribute, const Models& models) {
+  const Findings* file = &own;
+  for (int depth = 0; file != nullptr && depth < DEEPEST; ++depth) {
+    if (const LayoutEntry* const entry = file->layout.FindEntry(section, attribute)) return {file, entry};
+    const LayoutEntry* const model = file->layout.FindEntry(section, "MODEL");
+    file = model != nullptr ? models.FileOf(model->value, section) : nullptr;
+  }
+  return {};
+}
+
+std::string SourceText(const Source& source) {
+  if (source.entry == nullptr) return "default";
+  return source.file->file + ':' + std::to_string(source.entry->line + 1) + ": " +
+         Printable(source.file->layout.Line(source.entry->line));
+}
+
+void PrintAttributes(const Findings& findings, size_t section, const Object& object, const Models& models) {
+  AttrText attribute;
+  for (int32_t row = 0; ObGetIdx(object, row, attribute); ++row) {
+    const Source source = FindSource(findings, section, attribute.item.View(), models);
+    const bool is_plain = attribute.value.empty() || attribute.value.View() == "0";
+    if (source.entry == nullptr && is_plain) continue;
+    std::printf("  %-8s %-24s %s\n", attribute.item.CStr(), Printable(attribute.value.View()).c_str(),
+                Dim(SourceText(source)).c_str());
+  }
+}
+
+// ---- What it shows and takes ----------------------------------------------------------------------------------------
+
+void PrintShown(const Object& object, const std::string& value) {
+  FieldBuffer shown;
+  const bool is_formatted = FmtDisplay(shown, object, value.c_str());
+  const std::string text = is_formatted ? std::string(shown.View()) : value;
+  std::printf("\nThe value %s shows as %s%s\n", QuoteWord(value).c_str(), Quote(text).c_str(),
+              is_formatted ? "" : ", as the host has it");
+}
+
+struct Scanned {
+  ScanCode code;
+  std::string stored;
+};
+
+template <class Scan>
+Scanned ScanStored(Scan scan, FieldBuffer& out) {
+  int32_t stored = 0;
+  const ScanCode code = scan(stored, out);
+  return {code, std::to_string(stored)};
+}
+
+Scanned Scan(const Object& object, const std::string& typed, FieldBuffer& out) {
+  const std::string_view type = CText(object.fvtyp);
+  const std::string_view format = CText(object.ffmt);
+  const std::string_view valid = CText(object.valid);
+  switch (object.ftyp) {
+    case FT_N: {
+      double number = 0;
+      const ScanCode code = FldScanNum(number, out, typed, type, object.fprec, object.fmin, object.fmax, valid);
+      return {code, std::string(out.View().empty() ? "0" : out.View())};
+    }
+    case FT_D:
+      return ScanStored(
+          [&](int32_t& to, FieldBuffer& text) { return FldScanDate(to, text, typed, type, format, valid); }, out);
+    case FT_Z:
+      return ScanStored(
+          [&](int32_t& to, FieldBuffer& text) { return FldScanTime(to, text, typed, type, format, valid); }, out);
+    case FT_K:
+      return ScanStored(
+          [&](int32_t& to, FieldBuffer& text) { return FldScanWeek(to, text, typed, type, format, valid); }, out);
+    case FT_M:
+      return ScanStored(
+          [&](int32_t& to, FieldBuffer& text) { return FldScanMonth(to, text, typed, type, format, valid); }, out);
+    default: {
+      const ScanCode code = FldScanText(out, typed, object.flen, format, valid);
+      return {code, Quote(out.View())};
+    }
+  }
+}
+
+std::string_view Reason(ScanCode code) {
+  switch (code) {
+    case SCAN_OK: return "";
+    case SCAN_EMPTY: return "nothing was typed";
+    case SCAN_BAD_CALL: return "the number of decimals is negative or too large";
+    case SCAN_BAD_CHAR: return "a character is not allowed";
+    case SCAN_BLANK_INSIDE: return "a blank stands inside the number";
+    case SCAN_SIGN_POSITION: return "the sign stands in the wrong place";
+    case SCAN_SECOND_POINT: return "there is a second decimal point";
+    case SCAN_DECIMALS: return "the value type has no decimals";
+    case SCAN_BELOW_MODE:
+    case SCAN_ABOVE_MODE: return "the number is out of the range of the value type";
+    case SCAN_BELOW_MIN: return "the number is below FMIN";
+    case SCAN_ABOVE_MAX: return "the number is above FMAX";
+    case SCAN_BAD_DATE: return "it does not go with the format, or is no date or time";
+    case SCAN_LEFT_OVER: return "something stands behind the date or time";
+  }
+  return "";
+}
+
+Status PrintTyped(const Object& object, const std::string& typed) {
+  FieldBuffer out;
+  const Scanned scanned = Scan(object, typed, out);
+  if (scanned.code == SCAN_OK) {
+    std::printf("\nTyped %s is stored as %s\n", Quote(typed).c_str(), scanned.stored.c_str());
+    return Status::Ok;
+  }
+  std::string which;
+  if (scanned.code == SCAN_BAD_CHAR && !out.View().empty()) which = ": " + Quote(out.View());
+  if (scanned.code == SCAN_BAD_CHAR && object.valid != nullptr)
+    which += ", VALID is " + std::string(CText(object.valid).View());
+  std::printf("\nTyped %s is refused: %s%s\n", Quote(typed).c_str(), std::string(Reason(scanned.code)).c_str(),
+              which.c_str());
+  return Status::OtherCode;
+}
+
+// The findings of the field's own lines, and of the files that it inherits from; false when one is an error.
+bool PrintFindings(const Findings& findings, size_t section) {
+  const size_t begin = findings.layout.Sections()[section].line;
+  const size_t end = section + 1 < findings.layout.Sections().size() ? findings.layout.Sections()[section + 1].line
+                                                                     : findings.layout.LineCount();
+  bool is_good = true;
+  for (const Finding& finding : findings.list) {
+    if (finding.span.line < begin || finding.span.line >= end) continue;
+    std::printf("\n%s", ReportText(findings, finding).c_str());
+    is_good = is_good && finding.rule->severity != Severity::Error;
+  }
+  return is_good;
+}
+
+}  // namespace
+
+Status ShowField(const ShowCommand& command) {
+  Checker checker({.models = command.models, .ignore = {}, .kind = {}, .language = command.language});
+  const std::string text = command.file == "-" ? ReadStandardInput() : ReadFile(command.file);
+  const Judged judged = checker.Check(command.file, &text);
+  const Layout& layout = judged.findings.layout;
+  const size_t section = RequireField(layout, command.field);
+  const std::string name(layout.Sections()[section].name);
+  const SectionPtr record = judged.dict != nullptr ? FindSection(*judged.dict, name) : nullptr;
+  if (record == nullptr) throw ToolError(Status::Usage, "[" + name + "] is no object");
+  std::printf("%s, %s:%zu\n", Bold(name).c_str(), command.file.c_str(), size_t{layout.Sections()[section].line} + 1);
+  if (const LayoutEntry* const model = layout.FindEntry(section, "MODEL"))
+    std::printf("  %-8s %-24s %s\n", "MODEL", std::string(model->value).c_str(),
+                Dim(SourceText({&judged.findings, model})).c_str());
+  PrintAttributes(judged.findings, section, record->object, checker.OpenModels());
+  const bool is_good = PrintFindings(judged.findings, section);
+  if (!is_good) return Status::OtherCode;
+  if (command.value) PrintShown(record->object, *command.value);
+  return command.typed ? PrintTyped(record->object, *command.typed) : Status::Ok;
+}
+
+}  // namespace vorlix::tool
