@@ -42,11 +42,12 @@ std::optional<std::string> Convert(iconv_t converter, std::string_view text, std
 
 }  // namespace
 
+// The process has the locale meanwhile: newlocale does not give back all of its memory where LOCPATH is set.
 std::string EncodingOf(const std::string& locale) {
-  const locale_t found = newlocale(LC_CTYPE_MASK, locale.c_str(), nullptr);
-  if (found == nullptr) return "";
-  std::string encoding = nl_langinfo_l(CODESET, found);
-  freelocale(found);
+  const std::string before = std::setlocale(LC_CTYPE, nullptr);
+  if (std::setlocale(LC_CTYPE, locale.c_str()) == nullptr) return "";
+  std::string encoding = nl_langinfo(CODESET);
+  std::setlocale(LC_CTYPE, before.c_str());
   return encoding;
 }
 

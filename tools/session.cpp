@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -67,10 +66,8 @@ bool IsFailure(std::string_view line) {
 }  // namespace
 
 void RequireLanguage(const std::string& language) {
-  const locale_t found = newlocale(LC_ALL_MASK, language.c_str(), nullptr);
-  if (found == nullptr)
+  if (EncodingOf(language).empty())
     throw ToolError(Status::Usage, "this system has no locale '" + language + "'; it has" + InstalledLocales());
-  freelocale(found);
 }
 
 Encoding EncodingFor(const Options& options, bool by_default) {
