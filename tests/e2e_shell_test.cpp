@@ -32,11 +32,18 @@ class AtTerminal : public testing::Test {
   }
   ~AtTerminal() override { close(terminal_); }
 
-  // Types the keys, and reads until what appears has the text in it. False when it does not within some seconds.
-  bool Shows(const std::string& keys, const std::string& wanted) {
+  // Types the keys, and reads until what appears has the text in it, and behind a line the next prompt: what is typed
+  // before that is not the editor's. False when it does not come within some seconds.
+  bool Shows(const std::string& keys, const std::string& wanted, bool ends = true) {
     EXPECT_EQ(write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     shown_.clear();
-    while (shown_.find(wanted) == std::string::npos)
+    const bool is_line = ends && (keys.ends_with('\r') || keys.ends_with('\x03'));
+    const std::string prompt = is_line && !wanted.ends_with("> ") ? "> " : "";
+    const auto is_there = [&] {
+      const size_t at = shown_.find(wanted);
+      return at != std::string::npos && shown_.find(prompt, at + wanted.size()) != std::string::npos;
+    };
+    while (!is_there())
       if (!ReadMore()) return false;
     return true;
   }
@@ -44,7 +51,8 @@ class AtTerminal : public testing::Test {
   int Status() {
     while (ReadMore()) continue;
     int status = -1;
-    waitpid(shell_, &status, 0);
+    for (int k = 0; k < 1000 && waitpid(shell_, &status, WNOHANG) == 0; ++k) usleep(10'000);
+    if (status == -1) kill(shell_, SIGKILL);
     return status;
   }
 
@@ -101,7 +109,7 @@ TEST_F(AtTerminal, CtrlCEndsTheWaitAndNotTheShell) {
   ASSERT_TRUE(Shows("", "vorlix> "));
   const std::string server = "$(pgrep -P " + std::to_string(shell_) + ")";
   ASSERT_EQ(std::system(("kill -STOP " + server).c_str()), 0);
-  ASSERT_TRUE(Shows("l_CreateList a\r", "\n"));
+  ASSERT_TRUE(Shows("l_CreateList a\r", "\n", false));
   usleep(100'000);
   ASSERT_TRUE(Shows("\x03", "vorlix: the wait for the server was interrupted"));
   ASSERT_EQ(std::system(("kill -CONT " + server).c_str()), 0);
