@@ -23,10 +23,10 @@ constexpr Setup SETUPS[] = {
     {"dict_CloseModel", "dict_OpenModel MODEL $tmp/model.dic"},
     {"dict_Open dict_Close dict_DlgID dict_*Alias dict_MapID dict_List dict_First dict_Next dict_Get* dict_Update "
      "dict_Dump dict_PackDX dict_*FilterInit dict_XbufFilterAdd dict_Filter*",
-     R"(write $tmp/kunden.dic "[Catalog]\nKD=KUNDE\n[KD.Name]\nPATH=name\nFLEN=30\n[KD.Ort]\nPATH=ort\nFLEN=30\n")"},
+     R"(write $tmp/kunden.dic "[Catalog]\nKD=KUNDE\n[KD.Name]\nPATH=name\nFTYP=T\nFLEN=30\n[KD.Ort]\nPATH=ort\nFTYP=T\nFLEN=30\n")"},
     {"dict_Close dict_DlgID dict_*Alias dict_MapID dict_List dict_First dict_Next dict_Get* dict_Update dict_Dump "
      "dict_PackDX dict_*FilterInit dict_XbufFilterAdd dict_Filter*",
-     "dict_Open KUNDEN $tmp/kunden.dic 1"},
+     "dict_Open KUNDEN $tmp/kunden.dic 1 => rc_p=0"},
     {"dict_GetAlias dict_DelAlias", "dict_NewAlias D01KUNDE"},
     {"dict_XbufFilterAdd dict_Filter*", "dict_ListFilterInit D01KUNDE *"},
     {"dict_FilterNext dict_FilterSetValue", R"(dict_FilterInit "")"},

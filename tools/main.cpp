@@ -13,6 +13,7 @@
 #include "tools/ending.h"
 #include "tools/nearest.h"
 #include "tools/paint.h"
+#include "tools/quoting.h"
 #include "tools/signature.h"
 
 namespace vorlix::tool {
@@ -240,7 +241,7 @@ int Guard(int argc, char** argv) {
   try {
     return static_cast<int>(Main(argc, argv));
   } catch (const std::exception& error) {
-    if (EndingSignal() == 0) std::fprintf(stderr, "vorlix: %s\n", error.what());
+    if (EndingSignal() == 0) std::fprintf(stderr, "vorlix: %s\n", Printable(error.what()).c_str());
     return static_cast<int>(StatusOf(error));
   }
 }

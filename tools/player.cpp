@@ -83,7 +83,7 @@ void Player::Run(const Statement& statement) {
     Execute(statement);
   } catch (const ToolError& error) {
     if (!options_.keep_going) throw;
-    std::fprintf(stderr, "vorlix: %s%s\n", Place(name_, line_).c_str(), error.what());
+    std::fprintf(stderr, "vorlix: %s%s\n", Printable(Place(name_, line_)).c_str(), Printable(error.what()).c_str());
     ++failed_;
   }
 }
@@ -179,9 +179,9 @@ void Player::RunFetch(const Statement& statement) {
   KeepCode(statement, function, transfer.code);
 }
 
-// Only printed: the expectations of every statement are checked in the end. The script that is printed has no loops,
-// and nothing to compare their rounds with.
+// What is not met is not printed. The script that is printed has no loops, and nothing to compare their rounds with.
 void Player::RunCheck(const Statement& statement) {
+  Expect(statement.expected);
   std::string line = "=>";
   bool is_of_loop = false;
   for (const Condition& condition : statement.expected) {
@@ -203,7 +203,8 @@ void Player::KeepCode(const Statement& statement, const FunctionInfo& function, 
   scope_.Set("code", std::to_string(code));
   const auto is_code = [](const Condition& condition) { return condition.address == "code"; };
   const auto ends_loop = [&](const Condition& condition) { return is_code(condition) && Meets(condition); };
-  if (code == 0 || options_.is_dialog || std::ranges::any_of(statement.expected, is_code) ||
+  const bool may_fail = options_.is_dialog && statement.kind != Kind::Each;  // a loop would not end
+  if (code == 0 || may_fail || std::ranges::any_of(statement.expected, is_code) ||
       std::ranges::any_of(statement.until, ends_loop))
     return;
   throw ToolError(Status::OtherCode, std::string(function.name) + " answered " +

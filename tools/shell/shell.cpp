@@ -68,7 +68,7 @@ class Shell {
     try {
       Take(line);
     } catch (const std::exception& error) {
-      std::fprintf(stderr, "vorlix: %s\n", error.what());
+      std::fprintf(stderr, "vorlix: %s\n", Printable(error.what()).c_str());
       if (status_ == Status::Ok) status_ = StatusOf(error);
     }
   }
