@@ -56,8 +56,9 @@ std::string FailureOf(const Making& making) {
   const std::string size = std::to_string(making.size) + " bytes";
   if (making.id >= 0) return "a segment of " + size + " cannot be attached";
   std::string what = "no segment of " + size;
-  if (making.error == ENOSPC) return what + ": kernel.shmmni bounds their number, kernel.shmall their size in all";
-  if (making.error == EINVAL) return what + ": kernel.shmmax is the most that one can have";
+  if (making.error == ENOSPC)
+    return what + ": sysctl kernel.shmmni bounds their number, kernel.shmall their size in all; ipcs -m lists them";
+  if (making.error == EINVAL) return what + ": sysctl kernel.shmmax is the most that one can have";
   return what;
 }
 

@@ -25,7 +25,7 @@ class AtTerminal : public testing::Test {
     if (shell_ != 0) return;
     setenv("TERM", "xterm", 1);
     setenv("ASAN_OPTIONS", "detect_leaks=0", 1);  // libedit does not give back the names of its keys
-    setenv("LANG", "C", 1);
+    setenv("LANG", "de_DE", 1);                   // in ISO 8859-1
     setenv("XDG_STATE_HOME", scratch_.Path().c_str(), 1);
     execl(VORLIX_TOOL, "vorlix", "--server", VORLIX_SERVER, "shell", nullptr);
     _exit(99);
@@ -90,8 +90,9 @@ TEST_F(AtTerminal, ALineIsTypedCompletedGivenUpAndSaved) {
       {"dict_Get D01KU\tnam\t\r", "len = 30"},    // a dialog, a field, and its XBUF item by item
       {"each l_Get 1 1 until eol=1\r", "...> "},  // a loop is one line
       {"end\r", "eol=1"},
+      {"set y \xe4\r", "set y \"\xe4\""},
       {"set x $hd\t\r", "set x 1"},
-      {".help dict_MapID\r", "no dialog on the top level has this handle"},
+      {".help dict_Ma\t\r", "no dialog on the top level has this handle"},
       {".trace 1\r", "return code is 0"},
       {".trace off\r", "vorlix> "},
       {"\x1b[A\x1b[A\x1b[A\x1b[A", "set x $hdl"},  // the history

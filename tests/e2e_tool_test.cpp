@@ -52,7 +52,12 @@ TEST(Tool, Calls) {
       {"$V call l_SeekCurr -1", 1, "code = 2002 (no list has this handle)\neol = 0\n", ""},
       {"$V call dict_MapID KD", 1, "code = 19 (no dialog on the top level has this handle)\nid_p = \"\"\n",
        "vorlix: the server says:\n  D1: dict_MapID() failed: unknown dialog handle 'KD'\n"},
-      {"$V call ini_Open nosuch ''", 0, "code = 0\nhdl = -2 (No such file or directory)\n", ""},
+      {"$V call ini_Open nosuch ''", 0, "code = 0\nhdl = -2 (No such file or directory)\n",
+       "vorlix: there is no file nosuch in /*\n"},
+      {"cd $EXAMPLES/dict; $V call dict_Open K kundn.dic 1", 0, "*rc_p = -2*",
+       "vorlix: there is no file kundn.dic; did you mean kunden.dic?\n"},
+      {"cd $EXAMPLES/dict; $V call dict_OpenModel muster.dic K", 0, "*rc_p = -2*",
+       "vorlix: there is no file K\n  muster.dic is one; expected: dict_OpenModel id:text *\n"},
       {"$V call --json u_udata 'feld:N,1,0,0,>-0.5,1e20,;'", 0,
        R"({"function":"u_udata","code":0,"values":{"Udata":"feld:*;",*"Numvon":-0.5,"Numbis":1e+20,"rc":1},"meanings":{"rc":"taken apart"}})"
        "\n",
@@ -69,7 +74,11 @@ TEST(Tool, Calls) {
       {"$V call l_Add x y", 2, "", "vorlix: hdl: \"x\" is not a number\n  expected: *\n  example: *\n"},
       {"$V call dll_Revision --json", 2, "",
        "*\nOptions stand before the function; all words behind it are arguments.\n"},
-      {"$V -q run s.vx", 2, "", "vorlix: *\nvorlix: -q is an option of run and stands behind it\n"},
+      {"$V -q run s.vx", 2, "", "vorlix: -q is an option of run and stands behind it\n"},
+      {"$V call --tracee 1 dll_Revision; $V --tracee", 2, "",
+       "vorlix: there is no option --tracee; *\nvorlix: there is no option --tracee; did you mean --trace?\n"},
+      {"$V --flags d3 call dll_Revision", 2, "", "vorlix: --flags: categories are capital letters, *\n"},
+      {"$V --color some call dll_Revision", 2, "", "vorlix: --color: some not in {auto,always,never}\n"},
       {"$V call", 2, "", "*NAME*\n"},
       {"$V </dev/null", 2, "", "vorlix: a command is required; vorlix help lists them\n"},
       {"$V dict_Gte", 2, "", "vorlix: there is no command 'dict_Gte'; did you mean vorlix call dict_Get?\n"},
@@ -107,6 +116,9 @@ TEST(Tool, Calls) {
 
 TEST(Tool, RunsScripts) {
   const Case cases[] = {
+      {"$V run s.vx", 0, "# a\n", "",
+       "\xef\xbb\xbf"
+       "echo a"},
       {"$V run s.vx", 0, std::string("set x 1\n") + WORDS, "", std::string("set x 1\n") + WORDS},
       {"$V run -q - <s.vx", 0, "a\\x1b \\xff b\n\n", "", "# Only this:\nl_DeleteAll\necho \"a\\x1b \\xff\" b\necho\n"},
       {"$V run s.vx", 0, "set x *\n#   len = \"3\"\n#   sum.2 = 4\n=> x.sum.2=4\n", "",
@@ -129,7 +141,7 @@ TEST(Tool, RunsScripts) {
        "each l_SeekNext 1 until eol=1\nend"},
       {"$V run -q s.vx", 1, "",
        "vorlix: s.vx:2: rc_p is 1 (the file was read and refused), not 0\n  D1: ObCheck() failed: missing PATH, "
-       "section 'a.x'\n",
+       "section 'a.x'\n  where it is wrong: vorlix check *\n",
        "write $tmp/a \"[Catalog]\\nA=B\\n[A.x]\\nFLEN=3\\n\"\ndict_Open A $tmp/a 1 => rc_p=0"},
       {"$V run -qk s.vx", 1, "on\n",
        "vorlix: s.vx:1: l_GetCurr answered 2002 (no list has this handle)\nvorlix: s.vx:3: round is 1, not 2\nvorlix: "
@@ -137,11 +149,24 @@ TEST(Tool, RunsScripts) {
        "nosuch: *\n"
        "vorlix: s.vx: 4 lines failed\n",
        "l_GetCurr 1\neach l_CreateList a until hdl=2\n=> round=2\nend\necho on\nread x nosuch\nl_GetCurr $x\n"},
-      {"$V run -q s.vx", 2, "", "vorlix: s.vx:2: hdl: \"a\" is not a number\n", "set x a\nl_GetCurr $x"},
+      // What a file was refused for is told where the script fails of it.
+      {"cp $EXAMPLES/dict/* .; $V run -q s.vx", 1, "",
+       "vorlix: s.vx:2: dict_Get answered 19 (there is no such dialog)\n  D1: dict_Get() failed: *\n  no dictionary is "
+       "open; dict_Open opens one\n  before that, s.vx:1: dict_Open answered rc_p 1: the file was read and refused\n  "
+       "D1: InheritObject() failed: unknown model 'betrag', section 'kd.umsatz'\n  where it is wrong: vorlix check "
+       "kunden.dic\n",
+       "dict_Open K kunden.dic 1\ndict_Get D01KUNDE name"},
+      {"cp $EXAMPLES/dict/* .; $V run -qk s.vx", 1, "",
+       "*no dialog has the ID D01KU; did you mean D01KUNDE?\n*; open are *\n*has no field nmae; did you mean name?\n*",
+       "dict_OpenModel muster muster.dic => rc_p=0\ndict_Open K kunden.dic 1\ndict_First D01KU\ndict_First "
+       "XYZ\ndict_Get D01KUNDE nmae => xbuf!=\"\""},
+      {"$V run -q s.vx", 2, "", "vorlix: s.vx:2: hdl: \"a\" is not a number\n  expected: l_GetCurr *\n",
+       "set x a\nl_GetCurr $x"},
       {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot read nosuch: No such file or directory\n", "read x nosuch"},
       {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot read .: Is a directory\n", "read x ."},
       {"$V run s.vx", 1, "", "vorlix: s.vx:1: cannot write no/f: No such file or directory\n", "write no/f x"},
-      {"$V run s.vx", 2, "", "vorlix: s.vx:1: *\n", "v_Set a \"b\"[99000000]"},
+      {"$V --segment 1 run s.vx", 2, "", "vorlix: s.vx:1: * needs a segment of *; --segment makes it larger\n",
+       "v_Set a \"b\"[2000000]"},
       // A fault anywhere in a script ends it before its first call.
       {"$V run s.vx", 2, "", "vorlix: s.vx:2: there is no function*\n", "l_DeleteAll\nl_deleteAll"},
       {"$V --server /bin/true run s.vx", 5, "*", "vorlix: *exit status 0\n", "\n\nl_DeleteAll"},

@@ -89,7 +89,8 @@ TEST(Script, IsRefusedForItsFirstFault) {
       Play(script);
       ADD_FAILURE() << "played " << script;
     } catch (const ToolError& error) {
-      EXPECT_EQ(error.what(), "s.vx:" + fault) << script;
+      const std::string said = error.what();
+      EXPECT_EQ(said.substr(0, said.find("\n  expected: ")), "s.vx:" + fault) << script;
     }
   }
 }

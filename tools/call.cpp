@@ -1,11 +1,13 @@
 // `vorlix call`. In JSON a text is a string, or {"hex": "..."} when it is not UTF-8.
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <nlohmann/json.hpp>
 
 #include "dll/wire/meanings.h"
 #include "tools/commands.h"
 #include "tools/example.h"
+#include "tools/hint.h"
 #include "tools/items.h"
 #include "tools/paint.h"
 #include "tools/quoting.h"
@@ -40,18 +42,11 @@ std::vector<host::Arg> ReadArguments(const FunctionInfo& function, const std::ve
     return MakeArguments(function, given);
   } catch (const ToolError& error) {
     std::string message = error.what();
-    message += "\n  expected: " + Signature(function) + "\n  example:  " + ExampleCommand(function);
+    message += "\n  example:  " + ExampleCommand(function);
     if (std::ranges::any_of(words, [](std::string_view word) { return word.starts_with("--"); }))
       message += "\nOptions stand before the function; all words behind it are arguments.";
     throw ToolError(Status::Usage, message);
   }
-}
-
-// A terminal gets the beginning of a long value, and how long it is.
-std::string ShownValue(const Value& value) {
-  constexpr size_t MOST = 1000;
-  if (TerminalWidth() == 0 || !value.is_text || value.text.size() <= MOST) return ShowValue(value);
-  return Quote(value.text.substr(0, MOST)) + Dim("... (" + std::to_string(value.text.size()) + " bytes)");
 }
 
 std::string MeaningOfValue(const FunctionInfo& function, const Value& value) {
@@ -63,7 +58,7 @@ void PrintLines(const FunctionInfo& function, int32_t code, const std::vector<Va
   const std::string told = InWords(std::to_string(code), MeaningOf(function, CODE, code));
   std::printf("code = %s\n", (code == 0 ? Green(told) : Red(told)).c_str());
   for (const Value& value : values) {
-    const std::string shown = InWords(ShownValue(value), MeaningOfValue(function, value));
+    const std::string shown = InWords(Shorten(ShowValue(value)), MeaningOfValue(function, value));
     std::printf("%s = %s\n", std::string(value.name).c_str(), shown.c_str());
     if (value.is_text && IsXbuf(value.text)) std::fputs(ListItems(value.text).c_str(), stdout);
   }
@@ -105,6 +100,8 @@ Status CallFunction(const Options& options, const std::vector<std::string>& word
   }
   std::fflush(stdout);
   if (!session.Reasons().empty()) std::fprintf(stderr, "vorlix: the server says:%s\n", session.Reasons().c_str());
+  const std::string hint = HintFor(std::bind_front(&Session::Ask, &session), function, result);
+  if (!hint.empty()) std::fprintf(stderr, "vorlix:%s\n", Printable(encoding.ToOutside(hint)).substr(2).c_str());
   return result.code == 0 ? Status::Ok : Status::OtherCode;
 }
 

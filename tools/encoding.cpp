@@ -53,19 +53,14 @@ std::string EncodingOf(const std::string& locale) {
 
 Encoding::Encoding(const std::string& outside, const std::string& of_server) : of_server_(of_server) {
   if (outside == of_server) return;
-  to_server_ = Open(of_server, outside);
-  to_outside_ = Open(outside, of_server);
-}
-
-Encoding::~Encoding() {
-  if (to_server_ != nullptr) iconv_close(to_server_);
-  if (to_outside_ != nullptr) iconv_close(to_outside_);
+  to_server_.reset(Open(of_server, outside));
+  to_outside_.reset(Open(outside, of_server));
 }
 
 std::string Encoding::ToServer(std::string_view text) const {
   if (to_server_ == nullptr) return std::string(text);
   std::string_view rest;
-  if (auto converted = Convert(to_server_, text, rest)) return *std::move(converted);
+  if (auto converted = Convert(to_server_.get(), text, rest)) return *std::move(converted);
   throw ToolError(Status::Usage, "the server's language, in " + of_server_ + ", does not have what begins with " +
                                      Quote(rest.substr(0, rest.find_first_of(" \n\t"))));
 }
@@ -73,7 +68,7 @@ std::string Encoding::ToServer(std::string_view text) const {
 std::string Encoding::ToOutside(std::string_view text) const {
   std::string_view rest;
   if (to_outside_ == nullptr) return std::string(text);
-  return Convert(to_outside_, text, rest).value_or(std::string(text));
+  return Convert(to_outside_.get(), text, rest).value_or(std::string(text));
 }
 
 }  // namespace vorlix::tool

@@ -3,6 +3,7 @@
 
 #include <iconv.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -18,9 +19,6 @@ class Encoding {
   Encoding() = default;
   /// Throws ToolError (Usage) when the system cannot convert between the two.
   Encoding(const std::string& outside, const std::string& of_server);
-  ~Encoding();
-  Encoding(const Encoding&) = delete;
-  Encoding& operator=(const Encoding&) = delete;
 
   /// What was typed, for the server. Throws ToolError (Usage) at a character that the server's encoding does not have.
   std::string ToServer(std::string_view text) const;
@@ -28,9 +26,14 @@ class Encoding {
   std::string ToOutside(std::string_view text) const;
 
  private:
+  struct Close {
+    void operator()(iconv_t converter) const { iconv_close(converter); }
+  };
+  using Converter = std::unique_ptr<void, Close>;
+
   std::string of_server_;
-  iconv_t to_server_ = nullptr;  // null for both: there is nothing to convert
-  iconv_t to_outside_ = nullptr;
+  Converter to_server_;  // null for both: there is nothing to convert
+  Converter to_outside_;
 };
 
 }  // namespace vorlix::tool

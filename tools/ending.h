@@ -3,7 +3,7 @@
 
 namespace vorlix::tool {
 
-/// Notes SIGINT, SIGTERM, SIGHUP and SIGPIPE from now on. They interrupt system calls that wait.
+/// Notes SIGINT, SIGTERM, SIGHUP, SIGQUIT and SIGPIPE from now on. They interrupt system calls that wait.
 void NoteEndingSignals();
 
 /// The first of them that has come, 0 for none.

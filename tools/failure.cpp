@@ -8,7 +8,6 @@ namespace vorlix::tool {
 
 Status StatusOf(const std::exception& error) noexcept {
   if (const auto* const own = dynamic_cast<const ToolError*>(&error)) return own->GetStatus();
-  if (dynamic_cast<const std::length_error*>(&error) != nullptr) return Status::Usage;  // texts too long for a call
   if (dynamic_cast<const std::system_error*>(&error) != nullptr) return Status::NoServer;
   const auto* const server_error = dynamic_cast<const host::ServerError*>(&error);
   if (server_error == nullptr) return Status::OtherCode;

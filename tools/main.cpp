@@ -6,15 +6,14 @@
 #include <cmath>
 #include <csignal>
 #include <cstdio>
-#include <map>
 
 #include "tools/buildid.h"
 #include "tools/commands.h"
 #include "tools/ending.h"
-#include "tools/nearest.h"
 #include "tools/paint.h"
 #include "tools/quoting.h"
 #include "tools/signature.h"
+#include "tools/usage.h"
 
 namespace vorlix::tool {
 namespace {
@@ -25,11 +24,17 @@ constexpr const char* EXIT_STATUSES =
 
 constexpr const char* FIRST_STEPS =
     "vorlix calls the functions of the server vorlix.dll.\n\n"
-    "  vorlix functions            what there is; vorlix functions NAME tells all about one\n"
-    "  vorlix call NAME ARGUMENT...   one call\n"
-    "  vorlix run FILE             a script of calls, which is a test as well\n"
-    "  vorlix shell                calls line by line, in one server\n"
-    "  vorlix help                 all options\n";
+    "  vorlix call NAME ARGUMENT...  one call; vorlix functions lists them all\n"
+    "  vorlix run FILE               a script of calls, which is a test as well\n"
+    "  vorlix shell                  calls line by line, in one server\n"
+    "  vorlix check FILE             what is wrong with a dictionary; vorlix show tells of a field\n"
+    "  vorlix help                   all options\n";
+
+// What is wrong with the text of category levels; the server skips what it does not know.
+std::string HaveLevels(const std::string& flags) {
+  const bool fits = flags.find_first_not_of("*ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789") == std::string::npos;
+  return fits ? "" : "categories are capital letters, with a level behind each: D3F1, or *2 for all";
+}
 
 // The command line as options and subcommands, and what they were given.
 class CommandLine {
@@ -51,10 +56,11 @@ class CommandLine {
     // A range check lets it pass.
     if (std::isnan(options_.timeout)) throw CLI::ValidationError("--timeout", "nan is no number of seconds");
     if (call_->parsed() && call_->remaining().empty()) throw CLI::RequiredError("NAME");
+    if (call_->parsed() && call_->remaining()[0].starts_with('-')) throw CLI::ExtrasError("call", call_->remaining());
   }
 
   Status Execute() const {
-    ChooseColours(colours_);
+    ChooseColours(colours_ == "always" ? Colours::Always : colours_ == "never" ? Colours::Never : Colours::Auto);
     if (call_->parsed()) return CallFunction(options_, call_->remaining(), json_);
     if (run_->parsed()) return RunScript(options_, path_, arguments_, play_);
     if (shell_->parsed()) return RunShell(options_);
@@ -63,27 +69,21 @@ class CommandLine {
     if (show_->parsed()) return ShowField(show_command_);
     if (help_->parsed()) return Help();
     if (isatty(STDIN_FILENO) == 0) throw ToolError(Status::Usage, "a command is required; vorlix help lists them");
-    std::fputs(FIRST_STEPS, stdout);
+    std::fputs(Fold(FIRST_STEPS, TerminalWidth()).c_str(), stdout);
     return Status::Ok;
   }
 
   // Prints help, version or what is wrong.
   Status Explain(const CLI::ParseError& error) const {
-    if (error.get_exit_code() == 0) {
-      app_.exit(error);
+    const std::vector<CLI::App*> given = app_.get_subcommands();
+    if (error.get_name() == "CallForHelp") return PrintHelp(given.empty() ? app_ : *given[0]);
+    const bool is_extra = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+    const std::string hint = is_extra ? HintForWords(app_, app_.remaining(true)) : "";
+    if (!hint.empty()) {
+      std::fprintf(stderr, "vorlix: %s\n", Printable(hint).c_str());
+    } else if (app_.exit(error) == 0) {
       return Status::Ok;
     }
-    const std::vector<std::string> left = app_.remaining();
-    if (const std::string hint = left.empty() ? "" : HintFor(left[0]); !hint.empty()) {
-      std::fprintf(stderr, "vorlix: %s\n", hint.c_str());
-      return Status::Usage;
-    }
-    app_.exit(error);
-    for (const std::string& word : left)
-      for (const CLI::App* const owner : {call_, run_})
-        if (owner->get_option_no_throw(word) != nullptr)
-          std::fprintf(stderr, "vorlix: %s is an option of %s and stands behind it\n", word.c_str(),
-                       owner->get_name().c_str());
     return Status::Usage;
   }
 
@@ -92,24 +92,26 @@ class CommandLine {
   void AddServerOptions(CLI::App& app) {
     app.add_option("--trace", options_.trace, "Level of the call trace on standard error, 1 to 3")->type_name("N");
     app.add_option("--flags", options_.flags, "Levels of the category trace on standard error, as D3F1 or *2")
-        ->type_name("FLAGS");
+        ->type_name("FLAGS")
+        ->check(HaveLevels);
     app.add_option("--server", options_.server, "The server program, when vorlix.dll is not found by itself")
         ->type_name("PATH");
     app.add_option("--lang", options_.language, "The language of the server, as de_DE")->type_name("LOCALE");
     app.add_option("--encoding", options_.encoding,
                    "The encoding of texts here, when the server's language has another")
         ->type_name("NAME");
+    app.add_option("--segment", options_.segment_megabytes, "Megabytes that a call can have, 16 by default")
+        ->type_name("MB")
+        ->check(CLI::Range(1, 2000).description(""));
     app.add_option("--timeout", options_.timeout, "Seconds to wait for each answer, 10 by default")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.001, 1e6).description(""));
   }
 
   void AddColour(CLI::App& app) {
-    const std::map<std::string, Colours> words = {
-        {"auto", Colours::Auto}, {"always", Colours::Always}, {"never", Colours::Never}};
     app.add_option("--color", colours_, "Colours: auto, always or never")
         ->type_name("WHEN")
-        ->transform(CLI::CheckedTransformer(words).description(""));
+        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
   }
 
   void AddCommands() {
@@ -172,36 +174,20 @@ class CommandLine {
     const std::vector<const CLI::App*> commands = app_.get_subcommands([](const CLI::App*) { return true; });
     const auto is_it = [&](const CLI::App* command) { return command->get_name() == function_; };
     const auto found = std::ranges::find_if(commands, is_it);
-    if (function_.empty()) return Print(app_);
-    if (found != commands.end()) return Print(**found);
+    if (function_.empty()) return PrintHelp(app_);
+    if (found != commands.end()) return PrintHelp(**found);
     if (FindFunction(function_) != nullptr) return ListFunctions(function_, false);
     throw ToolError(Status::Usage, "there is no command '" + function_ + "'; vorlix help lists them");
   }
 
-  static Status Print(const CLI::App& app) {
-    std::fputs(app.help().c_str(), stdout);
+  static Status PrintHelp(const CLI::App& app) {
+    std::fputs(HelpOf(app).c_str(), stdout);
     return Status::Ok;
-  }
-
-  // What was probably meant by a word that is no command.
-  std::string HintFor(const std::string& word) const {
-    std::vector<std::string_view> functions;
-    for (const FunctionInfo& function : FUNCTIONS) functions.push_back(function.name);
-    std::vector<std::string_view> commands;
-    for (const CLI::App* const command : app_.get_subcommands([](const CLI::App*) { return true; }))
-      commands.push_back(command->get_name());
-    const std::string there_is_none = "there is no command '" + word + "'; did you mean vorlix ";
-    if (word.starts_with('-')) return "";
-    if (const auto command = Nearest(word, commands); !command.empty())
-      return there_is_none + std::string(command) + '?';
-    if (const auto name = Nearest(word, functions); !name.empty())
-      return there_is_none + "call " + std::string(name) + '?';
-    return "";
   }
 
   Options options_;
   bool json_ = false;
-  Colours colours_ = Colours::Auto;
+  std::string colours_ = "auto";
   PlayOptions play_;
   std::string path_;
   std::vector<std::string> arguments_;
@@ -241,7 +227,8 @@ int Guard(int argc, char** argv) {
   try {
     return static_cast<int>(Main(argc, argv));
   } catch (const std::exception& error) {
-    if (EndingSignal() == 0) std::fprintf(stderr, "vorlix: %s\n", Printable(error.what()).c_str());
+    const std::string said = "vorlix: " + Printable(error.what());
+    if (EndingSignal() == 0) std::fprintf(stderr, "%s\n", Fold(said, TerminalWidth(STDERR_FILENO)).c_str());
     return static_cast<int>(StatusOf(error));
   }
 }

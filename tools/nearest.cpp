@@ -28,10 +28,23 @@ size_t Distance(std::string_view from, std::string_view to) {
   return row.back();
 }
 
+// The one name that goes on where the word ends, or ends within it; empty when there are several or none.
+std::string_view Continued(std::string_view word, std::span<const std::string_view> names) {
+  constexpr size_t SHORTEST = 3;
+  std::string_view continued;
+  for (const std::string_view name : names) {
+    if (std::min(name.size(), word.size()) < SHORTEST) continue;
+    if (!StartsWithNoCase(name, word) && !StartsWithNoCase(word, name)) continue;
+    if (!continued.empty()) return {};
+    continued = name;
+  }
+  return continued;
+}
+
 }  // namespace
 
 std::string_view Nearest(std::string_view word, std::span<const std::string_view> names) {
-  std::string_view nearest;
+  std::string_view nearest = Continued(word, names);
   size_t least = std::max<size_t>(word.size() / 3, 1) + 1;
   for (const std::string_view name : names) {
     const size_t distance = Distance(word, name);

@@ -1,6 +1,8 @@
 // Colours, for terminals that show them.
 #pragma once
 
+#include <unistd.h>
+
 #include <string>
 #include <string_view>
 
@@ -17,11 +19,17 @@ std::string Dim(std::string_view text);
 std::string Red(std::string_view text);
 std::string Green(std::string_view text);
 
-/// The columns of the terminal that is standard output; 0 when it is none.
-size_t TerminalWidth();
+/// The columns of the terminal that is standard output, or another descriptor; 0 when it is none.
+size_t TerminalWidth(int descriptor = STDOUT_FILENO);
 
 /// The text in lines of at most `width` columns, broken at blanks, the lines behind the first indented. A width of 0
 /// leaves it in one.
 std::string Wrap(std::string_view text, size_t width, size_t indent);
+
+/// Lines of text in two columns, with two blanks or more between them, or in one, in lines of at most `width` columns.
+std::string Fold(std::string_view text, size_t width);
+
+/// On a terminal the beginning of a text that is longer than `most` bytes, and how long it is; else the text.
+std::string Shorten(std::string_view text, size_t most = 1000);
 
 }  // namespace vorlix::tool

@@ -10,6 +10,7 @@
 #include "tools/ending.h"
 #include "tools/failure.h"
 #include "tools/files.h"
+#include "tools/hint.h"
 #include "tools/items.h"
 #include "tools/paint.h"
 #include "tools/quoting.h"
@@ -105,6 +106,7 @@ void Player::Execute(const Statement& statement) {
     case Kind::Show: PrintOwn(ListItems(calls_.to_outside(Text(statement, 0)))); break;
   }
   if (statement.kind != Kind::Each) Expect(statement.expected);
+  if (statement.kind == Kind::Call) NoteRefusedFile(statement);
 }
 
 void Player::RunCall(const Statement& statement) {
@@ -115,17 +117,17 @@ void Player::RunCall(const Statement& statement) {
     given.push_back({scope_.Expand(word), word.room});
     line += ' ' + GivenWord(given.back());
   }
-  const host::Result result = calls_.place(function.name, MakeArguments(function, given));
+  result_ = calls_.place(function.name, MakeArguments(function, given));
   called_ = &function;
-  line += " => " + std::to_string(result.code);
-  const std::vector<Value> values = ReturnedValues(function, result);
+  line += " => " + std::to_string(result_.code);
+  const std::vector<Value> values = ReturnedValues(function, result_);
   for (const Value& value : values) {
     scope_.Set(value.name, value.text);
     line += ' ' + Outcome(value);
   }
-  PrintLine(line, Meanings(function, result.code, values));
+  PrintLine(line, Meanings(function, result_.code, values));
   if (options_.is_dialog) ShowMore(values);
-  KeepCode(statement, function, result.code);
+  KeepCode(statement, function, result_.code);
 }
 
 void Player::RunEach(const Statement& statement) {
@@ -172,6 +174,7 @@ void Player::RunFetch(const Statement& statement) {
   const Value value{statement.NameToSet(), true, std::move(transfer.payload)};
   const FunctionInfo& function = RequireFunction("dll_SendNext");
   called_ = &function;
+  result_ = {};
   PrintLine("fetch " + std::string(value.name) + " [" + std::to_string(room) + "] => " + std::to_string(transfer.code) +
                 ' ' + Outcome(value),
             Meanings(function, transfer.code, {}));
@@ -208,8 +211,7 @@ void Player::KeepCode(const Statement& statement, const FunctionInfo& function, 
       std::ranges::any_of(statement.until, ends_loop))
     return;
   throw ToolError(Status::OtherCode, std::string(function.name) + " answered " +
-                                         InWords(std::to_string(code), MeaningOf(function, CODE, code)) +
-                                         calls_.reasons());
+                                         InWords(std::to_string(code), MeaningOf(function, CODE, code)) + Why());
 }
 
 bool Player::Meets(const Condition& condition) {
@@ -218,7 +220,7 @@ bool Player::Meets(const Condition& condition) {
 
 void Player::Expect(const std::vector<Condition>& conditions) {
   for (const Condition& condition : conditions)
-    if (!Meets(condition)) throw ToolError(Status::OtherCode, Unmet(condition) + calls_.reasons());
+    if (!Meets(condition)) throw ToolError(Status::OtherCode, Unmet(condition) + Why());
 }
 
 // What a value is instead of what was expected.
@@ -265,13 +267,29 @@ std::string Player::Outcome(const Value& value) const {
 void Player::ShowMore(const std::vector<Value>& values) {
   for (const Value& value : values)
     if (value.is_text && IsXbuf(value.text)) PrintOwn(ListItems(calls_.to_outside(value.text)));
-  if (const std::string reasons = calls_.reasons(); !reasons.empty()) PrintOwn(reasons.substr(1));
+  if (const std::string why = Why(); !why.empty()) PrintOwn(why.substr(1) + '\n');
+}
+
+std::string Player::Why() const {
+  if (called_ == nullptr) return "";
+  return calls_.reasons() + HintFor(calls_.ask, *called_, result_) + refused_file_;
+}
+
+void Player::NoteRefusedFile(const Statement& statement) {
+  const auto is_code = [](const Condition& condition) { return condition.address == "code"; };
+  if (options_.is_dialog || !std::ranges::all_of(statement.expected, is_code)) return;
+  if (!IsFileRefused(*called_, result_)) return;
+  const std::string meanings = Meanings(*called_, result_.code, ReturnedValues(*called_, result_));
+  refused_file_.clear();
+  refused_file_ =
+      "\n  before that, " + Place(name_, line_) + std::string(called_->name) + " answered " + meanings + Why();
 }
 
 void Player::PrintLine(const std::string& line, const std::string& comment) {
   if (options_.quiet) return;
   if (options_.is_dialog) played_ += line + (comment.empty() ? "" : "  # " + comment) + '\n';
-  Print((line.starts_with('#') ? Dim(line) : line) + (comment.empty() ? "" : Dim("  # " + comment)) + '\n');
+  const std::string shown = Shorten(line);
+  Print((line.starts_with('#') ? Dim(shown) : shown) + (comment.empty() ? "" : Dim("  # " + comment)) + '\n');
 }
 
 void Player::PrintOwn(const std::string& lines) {

@@ -20,9 +20,11 @@ struct PlayOptions {
   bool is_dialog = false;  // of the shell: a code is no failure, XBUFs appear item by item, and what was played is kept
 };
 
-/// The server of a script: how it is called, and what it told of the failures in the last call (see Session).
+/// The server of a script: how it is called, for the script or by the player itself, and what it told of the failures
+/// in the last call (see Session).
 struct Calls {
   host::Caller place;
+  host::Caller ask = place;
   std::function<std::string()> reasons = [] { return std::string(); };
   std::function<std::string(std::string_view)> to_outside = [](std::string_view text) { return std::string(text); };
 };
@@ -77,6 +79,12 @@ class Player {
   std::string GivenWord(const Given& given) const;
   std::string Outcome(const Value& value) const;
   void ShowMore(const std::vector<Value>& values);
+
+  /// What the server told of the last call, and what to change: lines that begin with two blanks and have no end.
+  std::string Why() const;
+  /// Keeps why a file could not be had, where the script goes on without a word about it: later failures follow from
+  /// it.
+  void NoteRefusedFile(const Statement& statement);
   void PrintLine(const std::string& line, const std::string& comment = "");
   void PrintOwn(const std::string& lines);
 
@@ -86,6 +94,8 @@ class Player {
   size_t failed_ = 0;                     // statements, when it keeps going
   int line_ = 0;                          // of the statement that runs
   const FunctionInfo* called_ = nullptr;  // the function of the last call
+  host::Result result_;                   // and what came of it
+  std::string refused_file_;              // a line, and why; empty when all files were there
   Scope scope_;
   std::string played_;
 };

@@ -2,7 +2,11 @@
 // characters, those of U+0080 to U+009F included.
 #include "tools/quoting.h"
 
+#include <unistd.h>
+
 #include <cstdint>
+
+#include "tools/encoding.h"
 
 namespace vorlix::tool {
 namespace {
@@ -38,11 +42,24 @@ void AppendHex(std::string& out, char byte) {
   out += DIGITS[value & 15];
 }
 
+// Whether texts go to a terminal on which each byte is a character.
+bool IsBytewise() {
+  static const bool is_bytewise = [] {
+    const std::string encoding = EncodingOf("");
+    return isatty(STDOUT_FILENO) == 1 && (encoding.starts_with("ISO-8859") || encoding.starts_with("KOI8"));
+  }();
+  return is_bytewise;
+}
+
+Character FirstShown(std::string_view text) {
+  return IsBytewise() ? Character{1, static_cast<uint8_t>(text[0])} : FirstCharacter(text);
+}
+
 // Appends the text; `special` gives the form of a character that is not to stand as it is, or an empty text.
 template <class Special>
 void AppendShown(std::string& out, std::string_view text, Special special) {
   while (!text.empty()) {
-    const Character character = FirstCharacter(text);
+    const Character character = FirstShown(text);
     const size_t size = character.size == 0 ? 1 : character.size;
     if (const std::string_view form = special(text[0]); !form.empty()) {
       out += form;

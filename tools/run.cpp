@@ -9,6 +9,8 @@
 namespace vorlix::tool {
 namespace {
 
+constexpr std::string_view BYTE_ORDER_MARK = "\xef\xbb\xbf";
+
 std::string ReadScript(const std::string& path) {
   try {
     return path == "-" ? ReadStandardInput() : ReadFile(path);
@@ -22,9 +24,12 @@ std::string ReadScript(const std::string& path) {
 Status RunScript(const Options& options, const std::string& path, const std::vector<std::string>& arguments,
                  const PlayOptions& play) {
   const Encoding encoding = EncodingFor(options, false);
-  const std::vector<Statement> statements = ParseScript(encoding.ToServer(ReadScript(path)), path);
+  std::string script = encoding.ToServer(ReadScript(path));
+  if (script.starts_with(BYTE_ORDER_MARK)) script.erase(0, BYTE_ORDER_MARK.size());
+  const std::vector<Statement> statements = ParseScript(script, path);
   Session session(options);
   Player player({.place = std::bind_front(&Session::Call, &session),
+                 .ask = std::bind_front(&Session::Ask, &session),
                  .reasons = [&] { return session.Reasons(); },
                  .to_outside = [&](std::string_view text) { return encoding.ToOutside(text); }},
                 path, play);

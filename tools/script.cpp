@@ -110,6 +110,7 @@ void RequireForm(const Keyword& keyword, std::span<const Word> words) {
     return takes_room ? word.room && word.pieces.empty() : !word.room;
   };
   if (!fits || !named || !std::ranges::all_of(words, has_its_room)) Refuse("write it as: " + std::string(keyword.form));
+  if (keyword.first_is_name && words[0].Is("tmp")) Refuse("tmp is the directory of the script, and cannot be set");
   if (keyword.kind == Kind::Xbuf)
     for (const Word& word : words.subspan(1)) ParseItem(word);
 }

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <stdexcept>
 
 #include "tools/ending.h"
 #include "tools/failure.h"
@@ -17,7 +18,6 @@
 namespace vorlix::tool {
 namespace {
 
-constexpr size_t SEGMENT_SIZE = size_t{16} << 20;
 constexpr std::string_view ALL_FAILURES = "*1";
 
 // The names of all locales of the system, and of those in LOCPATH, as " C de_DE".
@@ -39,7 +39,7 @@ std::string InstalledLocales() {
 host::ServerOptions ServerOptionsOf(const Options& options) {
   host::ServerOptions result;
   result.program = options.server;
-  result.segment_size = SEGMENT_SIZE;
+  result.segment_size = static_cast<size_t>(options.segment_megabytes) << 20;
   result.timeout = std::chrono::milliseconds(static_cast<int64_t>(options.timeout * 1000));
   result.standard_error = host::StandardError::Capture;
   result.is_interrupted = [] { return EndingSignal() != 0; };
@@ -104,6 +104,12 @@ host::Result Session::Call(std::string_view function, const std::vector<host::Ar
   return Place(function, args);
 }
 
+host::Result Session::Ask(std::string_view function, const std::vector<host::Arg>& args) {
+  host::Result result = server_.Call(function, args);
+  server_.TakeStandardError();
+  return result;
+}
+
 void Session::KeepFailures() {
   Place("dll_SetDebugFlags", {host::Text(ALL_FAILURES), host::Text("")});
   keeps_failures_ = true;
@@ -116,6 +122,8 @@ host::Result Session::Place(std::string_view function, const std::vector<host::A
     host::Result result = server_.Call(function, args);
     PassOn(server_.TakeStandardError());
     return result;
+  } catch (const std::length_error& error) {
+    throw ToolError(Status::Usage, error.what() + std::string("; --segment makes it larger"));
   } catch (const host::ServerError& error) {
     if (error.Kind() != host::Failure::Died) throw;
     keeps_failures_ = false;

@@ -13,9 +13,10 @@ namespace vorlix::tool {
 
 /// What all subcommands that start a server are told on the command line.
 struct Options {
-  std::string server;        // the program; empty: the one that the client library finds
-  std::string language;      // empty: as the environment says
-  double timeout = 10;       // seconds for each answer
+  std::string server;    // the program; empty: the one that the client library finds
+  std::string language;  // empty: as the environment says
+  double timeout = 10;   // seconds for each answer
+  int segment_megabytes = 16;
   std::optional<int> trace;  // level of the call trace
   std::string flags;         // levels of the category trace
   std::string encoding;      // of the texts here; empty: see EncodingFor
@@ -42,6 +43,9 @@ class Session {
 
   /// Throws as host::Server::Call does.
   host::Result Call(std::string_view function, const std::vector<host::Arg>& args);
+
+  /// A call of this program's own, which changes nothing in the server: its traces are dropped, and Reasons stays.
+  host::Result Ask(std::string_view function, const std::vector<host::Arg>& args);
 
   /// The failures that the server told of in the last call, each in a line that begins with two blanks and has no end:
   /// "\n  D1: dict_MapID() failed: ...".

@@ -22,7 +22,7 @@ void AppendArgument(std::string& out, const ArgInfo& arg) {
   std::string message = std::string(function.name) + " takes " + std::to_string(least);
   if (least != function.arg_count) message += " to " + std::to_string(function.arg_count);
   message += function.arg_count == 1 ? " argument, not " : " arguments, not ";
-  throw ToolError(Status::Usage, message + std::to_string(count));
+  throw ToolError(Status::Usage, message + std::to_string(count) + "\n  expected: " + Signature(function));
 }
 
 }  // namespace

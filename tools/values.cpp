@@ -1,5 +1,7 @@
 #include "tools/values.h"
 
+#include <stdexcept>
+
 #include "host/decimal.h"
 #include "tools/failure.h"
 #include "tools/quoting.h"
@@ -10,7 +12,7 @@ namespace vorlix::tool {
 namespace {
 
 [[noreturn]] void Refuse(const ArgInfo& arg, const std::string& what) {
-  throw ToolError(Status::Usage, std::string(arg.name) + what);
+  throw std::invalid_argument(std::string(arg.name) + what);
 }
 
 host::Arg MakeReal(const ArgInfo& arg, const std::string& text) {
@@ -50,10 +52,9 @@ Value MakeValue(const ArgInfo& arg, const host::Arg& sent) {
   }
 }
 
-}  // namespace
-
-std::vector<host::Arg> MakeArguments(const FunctionInfo& function, std::span<const Given> given) {
-  const std::vector<const ArgInfo*> given_args = GivenArguments(function, given.size());
+// `given_args` are the arguments that the words stand for.
+std::vector<host::Arg> MakeAll(const FunctionInfo& function, std::span<const Given> given,
+                               const std::vector<const ArgInfo*>& given_args) {
   std::vector<host::Arg> args;
   size_t taken = 0;
   for (const ArgInfo& arg : function.Args()) {
@@ -64,6 +65,17 @@ std::vector<host::Arg> MakeArguments(const FunctionInfo& function, std::span<con
     }
   }
   return args;
+}
+
+}  // namespace
+
+std::vector<host::Arg> MakeArguments(const FunctionInfo& function, std::span<const Given> given) {
+  const std::vector<const ArgInfo*> given_args = GivenArguments(function, given.size());
+  try {
+    return MakeAll(function, given, given_args);
+  } catch (const std::invalid_argument& error) {
+    throw ToolError(Status::Usage, error.what() + std::string("\n  expected: ") + Signature(function));
+  }
 }
 
 std::vector<Value> ReturnedValues(const FunctionInfo& function, const host::Result& result) {

@@ -172,6 +172,21 @@ void Word::CutFront(size_t count) {
 
 std::vector<Word> SplitWords(std::string_view line) { return Splitter(line).Words(); }
 
+size_t LastWordStart(std::string_view line) {
+  size_t start = 0;
+  bool is_quoted = false;
+  for (size_t at = 0; at < line.size(); ++at) {
+    if (line[at] == '\\') {
+      ++at;
+    } else if (line[at] == '"') {
+      is_quoted = !is_quoted;
+    } else if (!is_quoted && BLANKS.find(line[at]) != std::string_view::npos) {
+      start = at + 1;
+    }
+  }
+  return start;
+}
+
 bool IsName(std::string_view text) {
   return !text.empty() && RunLength(text, 0, IsNameStart, IsNameCharacter) == text.size();
 }

@@ -35,6 +35,9 @@ struct Word {
 /// The words of a line, without its comment. Throws ToolError (Usage), which names the fault.
 std::vector<Word> SplitWords(std::string_view line);
 
+/// Where the last word of a line that is not finished begins; at its end, when a blank is there. A quote may be open.
+size_t LastWordStart(std::string_view line);
+
 /// Whether the text can name a value: a letter or "_", then letters, digits and "_".
 bool IsName(std::string_view text);
 /// The same, or the name and an item of its XBUF (xbuf.len), or an element of an item (xbuf.sum.3).

@@ -143,11 +143,12 @@ std::string ReportText(const Findings& file, const Finding& finding) {
   const ShownPlace place = PlaceIn(file.layout, finding.span);
   const bool is_error = finding.rule->severity == Severity::Error;
   const std::string kind = std::string(SeverityWord(finding.rule->severity)) + ' ' + std::string(finding.rule->code);
-  std::string text = Bold(PlaceText(file.file, place)) + (is_error ? Red(kind) : Bold(kind)) + ": " +
-                     Printable(finding.text) + '\n' + Excerpt(file.layout, finding.span, place);
+  const std::string words = Wrap(Printable(finding.text), TerminalWidth(), 4);
+  std::string text = Bold(PlaceText(file.file, place)) + (is_error ? Red(kind) : Bold(kind)) + ": " + words + '\n' +
+                     Excerpt(file.layout, finding.span, place);
   for (const Related& related : finding.related)
     text += "  " + related.file + ':' + std::to_string(related.span.line + 1) + ": " + related.text + '\n';
-  return text + "  " + Printable(RemedyOf(finding)) + '\n';
+  return text + "  " + Wrap(Printable(RemedyOf(finding)), TerminalWidth(), 2) + '\n';
 }
 
 ShownPlace PlaceIn(const Layout& layout, const Span& span) {

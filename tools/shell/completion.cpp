@@ -2,35 +2,51 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <sstream>
-#include <stdexcept>
 
 #include "dll/base/text.h"
 #include "dll/wire/functable.h"
-#include "host/xbuf.h"
+#include "tools/dialogs.h"
+#include "tools/quoting.h"
 #include "tools/script.h"
 #include "tools/signature.h"
-#include "tools/values.h"
+#include "tools/words.h"
 
 namespace vorlix::tool {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> SplitBlanks(std::string_view text) {
-  std::istringstream stream{std::string(text)};
+// The words of a line that is not finished, quotes included.
+std::vector<std::string> SplitLine(std::string_view line) {
   std::vector<std::string> words;
-  for (std::string word; stream >> word;) words.push_back(word);
+  while (!line.empty()) {
+    const size_t start = LastWordStart(line);
+    if (start < line.size()) words.emplace_back(line.substr(start));
+    line = line.substr(0, start == 0 ? 0 : start - 1);
+  }
+  std::ranges::reverse(words);
   return words;
 }
 
+std::string_view Unquoted(std::string_view word) {
+  if (word.starts_with('"')) word.remove_prefix(1);
+  if (word.ends_with('"')) word.remove_suffix(1);
+  return word;
+}
+
+// As words of a line; the quote of a directory stays open.
 std::vector<std::string> Files(std::string_view word) {
-  const size_t slash = word.rfind('/');
-  const std::string directory(word.substr(0, slash == std::string_view::npos ? 0 : slash + 1));
+  const std::string_view typed = Unquoted(word);
+  const size_t slash = typed.rfind('/');
+  const std::string directory(typed.substr(0, slash == std::string_view::npos ? 0 : slash + 1));
   std::vector<std::string> files;
   std::error_code ignored;
-  for (const fs::directory_entry& entry : fs::directory_iterator(directory.empty() ? "." : directory, ignored))
-    files.push_back(directory + entry.path().filename().string() + (entry.is_directory(ignored) ? "/" : ""));
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory.empty() ? "." : directory, ignored)) {
+    const bool is_directory = entry.is_directory(ignored);
+    std::string file = QuoteWord(directory + entry.path().filename().string() + (is_directory ? "/" : ""));
+    if (is_directory && file.ends_with('"')) file.pop_back();
+    files.push_back(std::move(file));
+  }
   return files;
 }
 
@@ -41,6 +57,12 @@ const ArgInfo* ArgumentAt(const FunctionInfo& function, size_t given) {
   return nullptr;
 }
 
+std::vector<std::string> FunctionNames() {
+  std::vector<std::string> names;
+  for (const FunctionInfo& function : FUNCTIONS) names.emplace_back(function.name);
+  return names;
+}
+
 const FunctionInfo* FunctionOf(const std::vector<std::string>& words) {
   const size_t at = !words.empty() && words[0] == "each" ? 1 : 0;
   return words.size() > at ? FindFunction(words[at]) : nullptr;
@@ -49,20 +71,20 @@ const FunctionInfo* FunctionOf(const std::vector<std::string>& words) {
 }  // namespace
 
 std::vector<std::string> Completion::Words(std::string_view text) const {
-  const size_t blank = text.find_last_of(" \t");
-  const size_t start = blank == std::string_view::npos ? 0 : blank + 1;
+  const size_t start = LastWordStart(text);
   const std::string_view word = text.substr(start);
-  std::vector<std::string> words = Candidates(SplitBlanks(text.substr(0, start)), word);
-  std::erase_if(words, [&](const std::string& candidate) { return !StartsWithNoCase(candidate, word); });
+  std::vector<std::string> words = Candidates(SplitLine(text.substr(0, start)), word);
+  std::erase_if(words,
+                [&](const std::string& candidate) { return !StartsWithNoCase(Unquoted(candidate), Unquoted(word)); });
   std::ranges::sort(words);
   words.erase(std::unique(words.begin(), words.end()), words.end());
   return words;
 }
 
 std::vector<std::string> Completion::FirstWords() const {
-  std::vector<std::string> words = Keywords();
+  std::vector<std::string> words = FunctionNames();
+  for (const std::string& keyword : Keywords()) words.push_back(keyword);
   words.insert(words.end(), commands_.begin(), commands_.end());
-  for (const FunctionInfo& function : FUNCTIONS) words.emplace_back(function.name);
   return words;
 }
 
@@ -72,6 +94,7 @@ std::vector<std::string> Completion::Candidates(const std::vector<std::string>& 
     for (const std::string& name : values_.Names()) names.push_back('$' + name);
     return names;
   }
+  if (before == std::vector<std::string>{".help"}) return FunctionNames();
   if (before.empty() || (before.size() == 1 && before[0] == "each")) return FirstWords();
   const FunctionInfo* const function = FunctionOf(before);
   if (function == nullptr) return Files(word);
@@ -79,39 +102,15 @@ std::vector<std::string> Completion::Candidates(const std::vector<std::string>& 
   const ArgInfo* const arg = ArgumentAt(*function, given);
   if (arg == nullptr) return {"=>"};
   if (arg->name == "fname") return Files(word);
-  if (arg->name == "dlgID") return Dialogs();
+  if (arg->name == "dlgID") return OpenDialogs(ask_);
   const bool is_field = arg->name == "name" || arg->name == "fldName" || arg->name == "list";
-  if (is_field && function->name.starts_with("dict_")) return Fields(before.back());
+  if (is_field && function->name.starts_with("dict_")) return FieldsOf(ask_, before.back());
   if (arg->name == "filterName") return {"format", "def_hook", "fmt_hook", "out_hook", "load_hook", "init_hook"};
   return {};
 }
 
-// All levels, from the lowest on.
-std::vector<std::string> Completion::Dialogs() const {
-  std::vector<std::string> dialogs;
-  for (int32_t index = 0;; ++index) {
-    const host::Result result = call_(
-        "dict_DlgID", {host::Text(""), host::Int(0), host::Int(index), host::OutText(DEFAULT_ROOM), host::IntRef()});
-    if (result.code != 0 || result.args.at(4).IntAt() != 0) return dialogs;
-    for (const host::XbufItem& item : host::ReadXbuf(result.args.at(3).TextAt()))
-      if (item.name.ends_with("_id")) dialogs.push_back(item.value);
-  }
-}
-
-// A filter set of its own tells them, and leaves the walk and the set in use as they are.
-std::vector<std::string> Completion::Fields(const std::string& dialog) const {
-  std::vector<std::string> fields;
-  const host::Result opened = call_("dict_ListFilterInit", {host::Text(dialog), host::Text("*"), host::IntRef()});
-  if (opened.code != 0 || opened.args.at(2).IntAt() != 0) return fields;
-  const host::Result all = call_("dict_FilterToXbuf", {host::OutText(DEFAULT_ROOM)});
-  call_("dict_FilterFree", {});
-  if (all.code == 0)
-    for (const host::XbufItem& item : host::ReadXbuf(all.args.at(0).TextAt())) fields.push_back(item.name);
-  return fields;
-}
-
 std::string Completion::NextArguments(std::string_view text) {
-  const std::vector<std::string> words = SplitBlanks(text);
+  const std::vector<std::string> words = SplitLine(text);
   const FunctionInfo* const function = FunctionOf(words);
   if (function == nullptr || text.empty() || std::ranges::find(words, "=>") != words.end()) return "";
   const size_t named = words[0] == "each" ? 2 : 1;

@@ -12,10 +12,9 @@ namespace vorlix::tool {
 
 class Completion {
  public:
-  /// Borrows the values. Asks the server by calls that leave its state as it is. `commands` can begin a line, besides
-  /// functions and statements.
-  Completion(host::Caller call, const Scope& values, std::vector<std::string> commands)
-      : call_(std::move(call)), values_(values), commands_(std::move(commands)) {}
+  /// Borrows the values. `ask` reaches the server. `commands` can begin a line, besides functions and statements.
+  Completion(host::Caller ask, const Scope& values, std::vector<std::string> commands)
+      : ask_(std::move(ask)), values_(values), commands_(std::move(commands)) {}
 
   /// The words that the last one of the text, which may be empty, can become.
   std::vector<std::string> Words(std::string_view text) const;
@@ -26,10 +25,8 @@ class Completion {
  private:
   std::vector<std::string> FirstWords() const;
   std::vector<std::string> Candidates(const std::vector<std::string>& before, std::string_view word) const;
-  std::vector<std::string> Dialogs() const;
-  std::vector<std::string> Fields(const std::string& dialog) const;
 
-  host::Caller call_;
+  host::Caller ask_;
   const Scope& values_;
   std::vector<std::string> commands_;
 };

@@ -14,6 +14,7 @@
 
 #include "tools/ending.h"
 #include "tools/paint.h"
+#include "tools/words.h"
 
 namespace vorlix::tool {
 namespace {
@@ -29,11 +30,6 @@ std::string CommonBeginning(const std::vector<std::string>& texts) {
     common.erase(end, common.end());
   }
   return common;
-}
-
-size_t WordStart(std::string_view text) {
-  const size_t blank = text.find_last_of(" \t");
-  return blank == std::string_view::npos ? 0 : blank + 1;
 }
 
 }  // namespace
@@ -102,7 +98,7 @@ struct Editor::Terminal {
     const std::string typed = terminal.Typed();
     const std::vector<std::string> words = terminal.help.complete(typed);
     if (words.empty()) return CC_REFRESH_BEEP;
-    const size_t start = WordStart(typed);
+    const size_t start = LastWordStart(typed);
     std::string insert = CommonBeginning(words);
     const bool grows = insert.size() > typed.size() - start;
     if (words.size() == 1 && !insert.ends_with('/')) insert += ' ';

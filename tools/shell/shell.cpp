@@ -29,13 +29,15 @@ constexpr std::string_view NAME = "";  // a mistake is in the line that was just
 class Shell {
  public:
   explicit Shell(const Options& options)
-      : encoding_(EncodingFor(options, true)),
+      : options_(options),
+        encoding_(EncodingFor(options, true)),
         session_(options, true),
         player_({.place = std::bind_front(&Session::Call, &session_),
+                 .ask = std::bind_front(&Session::Ask, &session_),
                  .reasons = [this] { return session_.Reasons(); },
                  .to_outside = [this](std::string_view text) { return encoding_.ToOutside(text); }},
                 NAME, {.quiet = false, .keep_going = false, .is_dialog = true}),
-        completion_(std::bind_front(&Session::Call, &session_), player_.Values(), CommandNames()) {}
+        completion_(std::bind_front(&Session::Ask, &session_), player_.Values(), CommandNames()) {}
 
   Status Run() {
     if (isatty(STDIN_FILENO) == 0) return RunPiped();
@@ -149,7 +151,12 @@ class Shell {
     std::puts("All other lines are those of scripts: FUNCTION ARGUMENT..., set, echo, each ... end and so on.");
   }
 
-  void ChangeLanguage(const std::string& locale) { Place("dll_SetLocale " + QuoteWord("LANG=" + locale)); }
+  void ChangeLanguage(const std::string& locale) {
+    RequireLanguage(locale);
+    Place("dll_SetLocale " + QuoteWord("LANG=" + locale));
+    options_.language = locale;
+    encoding_ = EncodingFor(options_, true);
+  }
 
   void Place(const std::string& line) {
     for (const Statement& statement : ParseScript(line, NAME)) player_.Execute(statement);
@@ -182,6 +189,7 @@ class Shell {
     std::printf("written: %s\n", path.c_str());
   }
 
+  Options options_;  // with the language of now
   Encoding encoding_;
   Session session_;
   Player player_;

@@ -1,0 +1,125 @@
+#include "tools/hint.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <string_view>
+#include <vector>
+
+#include "dll/base/text.h"
+#include "tools/dialogs.h"
+#include "tools/nearest.h"
+#include "tools/quoting.h"
+#include "tools/signature.h"
+#include "tools/values.h"
+
+namespace vorlix::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr size_t MOST_LISTED = 12;
+
+const host::Arg* FindArg(const FunctionInfo& function, const host::Result& result, std::string_view name) {
+  for (size_t k = 0; k < function.arg_count; ++k)
+    if (function.args.at(k).name == name) return &result.args.at(k);
+  return nullptr;
+}
+
+bool HasName(const std::vector<std::string>& names, std::string_view wanted) {
+  return std::ranges::any_of(names, [&](std::string_view name) { return EqualNoCase(name, wanted); });
+}
+
+std::string DidYouMean(std::string_view word, const std::vector<std::string>& names) {
+  const std::string_view near = Nearest(word, std::vector<std::string_view>(names.begin(), names.end()));
+  return near.empty() ? "" : "; did you mean " + QuoteWord(near) + '?';
+}
+
+std::string Listed(const std::vector<std::string>& names) {
+  std::string all;
+  for (size_t k = 0; k < std::min(names.size(), MOST_LISTED); ++k) all += (k == 0 ? "" : ", ") + QuoteWord(names[k]);
+  return names.size() > MOST_LISTED ? all + ", ..." : all;
+}
+
+// ---- Files ----------------------------------------------------------------------------------------------------------
+
+// What a function says of a file: 0, or why it cannot have it.
+int32_t FileAnswer(const FunctionInfo& function, const host::Result& result) {
+  if (FindArg(function, result, "fname") == nullptr || function.name == "dll_SetDebugFlags") return 0;
+  if (const host::Arg* const answer = FindArg(function, result, "rc_p")) return answer->IntAt();
+  const host::Arg* const handle = FindArg(function, result, "hdl");
+  return handle == nullptr ? 0 : std::min(handle->IntAt(), 0);
+}
+
+std::vector<std::string> FilesBeside(const fs::path& path) {
+  std::vector<std::string> names;
+  std::error_code ignored;
+  const fs::path directory = path.parent_path();
+  for (const auto& entry : fs::directory_iterator(directory.empty() ? "." : directory, ignored))
+    names.push_back(entry.path().filename().string());
+  return names;
+}
+
+// Another text of the call that names a file: the two have changed places.
+std::string SwappedFile(const FunctionInfo& function, const host::Result& result, const std::string& path) {
+  std::error_code ignored;
+  for (const host::Arg& arg : result.args)
+    if (arg.Class() == HOST_STRING && arg.TextAt() != path && fs::is_regular_file(arg.TextAt(), ignored))
+      return "\n  " + QuoteWord(arg.TextAt()) + " is one; expected: " + Signature(function);
+  return "";
+}
+
+std::string FileHint(const FunctionInfo& function, const host::Result& result, int32_t answer) {
+  const std::string path = FindArg(function, result, "fname")->TextAt();
+  if (answer > 0) return "\n  where it is wrong: vorlix check " + QuoteWord(path);
+  std::error_code ignored;
+  if (path.empty() || fs::exists(path, ignored)) return "";
+  const std::string there_is_none = "\n  there is no file " + QuoteWord(path);
+  if (const std::string swapped = SwappedFile(function, result, path); !swapped.empty()) return there_is_none + swapped;
+  const std::string near = DidYouMean(fs::path(path).filename().string(), FilesBeside(path));
+  return there_is_none + (near.empty() && !path.starts_with('/') ? " in " + fs::current_path(ignored).string() : near);
+}
+
+// ---- Dialogs and fields ---------------------------------------------------------------------------------------------
+
+std::string FieldHint(const host::Caller& ask, const std::string& dialog, const std::string& name) {
+  const std::vector<std::string> fields = FieldsOf(ask, dialog);
+  if (fields.empty() || HasName(fields, name)) return "";
+  const std::string near = DidYouMean(name, fields);
+  return "\n  " + dialog + " has no field " + QuoteWord(name) + (near.empty() ? "; it has " + Listed(fields) : near);
+}
+
+std::string DialogHint(const host::Caller& ask, const std::string& dialog) {
+  const std::vector<std::string> dialogs = OpenDialogs(ask);
+  if (dialogs.empty()) return "\n  no dictionary is open; dict_Open opens one";
+  const std::string near = DidYouMean(dialog, dialogs);
+  return "\n  no dialog has the ID " + QuoteWord(dialog) + (near.empty() ? "; open are " + Listed(dialogs) : near);
+}
+
+// Aliases are dialog IDs too, and in none of the lists.
+bool IsDialog(const host::Caller& ask, const std::string& dialog) {
+  return ask("dict_Get", {host::Text(dialog), host::Text(""), host::OutText(DEFAULT_ROOM)}).code == 0;
+}
+
+// A field that is not there is no failure of most functions: nothing comes back.
+bool IsNothing(const FunctionInfo& function, const host::Result& result) {
+  const host::Arg* const xbuf = FindArg(function, result, "xbuf");
+  const host::Arg* const eof = FindArg(function, result, "eof_p");
+  return result.code != 0 || (xbuf != nullptr && xbuf->TextAt().empty()) || (eof != nullptr && eof->IntAt() != 0);
+}
+
+}  // namespace
+
+bool IsFileRefused(const FunctionInfo& function, const host::Result& result) {
+  return FileAnswer(function, result) != 0;
+}
+
+std::string HintFor(const host::Caller& ask, const FunctionInfo& function, const host::Result& result) {
+  if (const int32_t answer = FileAnswer(function, result); answer != 0) return FileHint(function, result, answer);
+  const host::Arg* const dialog = FindArg(function, result, "dlgID");
+  if (dialog == nullptr) return "";
+  if (result.code != 0 && !IsDialog(ask, dialog->TextAt())) return DialogHint(ask, dialog->TextAt());
+  const host::Arg* const field = FindArg(function, result, "name");
+  return field != nullptr && IsNothing(function, result) ? FieldHint(ask, dialog->TextAt(), field->TextAt()) : "";
+}
+
+}  // namespace vorlix::tool

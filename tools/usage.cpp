@@ -1,0 +1,62 @@
+#include "tools/usage.h"
+
+#include <algorithm>
+
+#include "dll/wire/functable.h"
+#include "tools/nearest.h"
+#include "tools/paint.h"
+
+namespace vorlix::tool {
+namespace {
+
+using Words = std::vector<std::string_view>;
+
+std::string HintForOption(const CLI::App& app, const std::string& word) {
+  Words options;
+  const auto collect = [&](const CLI::App& one) {
+    for (const CLI::Option* const option : one.get_options())
+      options.insert(options.end(), option->get_lnames().begin(), option->get_lnames().end());
+  };
+  collect(app);
+  for (const CLI::App* const command : app.get_subcommands()) collect(*command);
+  const std::string name = word.substr(2, word.find('=') - 2);
+  const std::string_view near = Nearest(name, options);
+  return "there is no option --" + name + (near.empty() ? "" : "; did you mean --" + std::string(near) + '?');
+}
+
+// An option that stands in front of its command.
+std::string HintForPlace(const CLI::App& app, const std::string& word) {
+  for (const CLI::App* const command : app.get_subcommands([](const CLI::App*) { return true; }))
+    if (command->get_option_no_throw(word) != nullptr && app.got_subcommand(command))
+      return word + " is an option of " + command->get_name() + " and stands behind it";
+  return "";
+}
+
+std::string HintForCommand(const CLI::App& app, const std::string& word) {
+  Words functions;
+  for (const FunctionInfo& function : FUNCTIONS) functions.push_back(function.name);
+  Words commands;
+  for (const CLI::App* const command : app.get_subcommands([](const CLI::App*) { return true; }))
+    commands.push_back(command->get_name());
+  const std::string there_is_none = "there is no command '" + word + "'; did you mean vorlix ";
+  if (const auto command = Nearest(word, commands); !command.empty()) return there_is_none + std::string(command) + '?';
+  if (const auto name = Nearest(word, functions); !name.empty())
+    return there_is_none + "call " + std::string(name) + '?';
+  return "";
+}
+
+}  // namespace
+
+std::string HelpOf(const CLI::App& app) {
+  return Fold(app.help(app.get_parent() == nullptr ? "" : "vorlix"), TerminalWidth());
+}
+
+std::string HintForWords(const CLI::App& app, const std::vector<std::string>& words) {
+  const auto is_option = [](std::string_view word) { return word.starts_with('-'); };
+  const auto option = std::ranges::find_if(words, is_option);
+  if (option == words.end()) return words.empty() ? "" : HintForCommand(app, words[0]);
+  if (std::string hint = HintForPlace(app, *option); !hint.empty()) return hint;
+  return option->starts_with("--") ? HintForOption(app, *option) : "";
+}
+
+}  // namespace vorlix::tool
