@@ -54,6 +54,8 @@ TEST(Tool, Calls) {
        "vorlix: the server says:\n  D1: dict_MapID() failed: unknown dialog handle 'KD'\n"},
       {"$V call ini_Open nosuch ''", 0, "code = 0\nhdl = -2 (No such file or directory)\n",
        "vorlix: there is no file nosuch in /*\n"},
+      {"$V call ini_SetString s e v no/f; $V call ini_SetString '' e ' v ;' f", 0, "*",
+       "vorlix: no/f was not changed: No such file or directory\n"},
       {"cd $EXAMPLES/dict; $V call dict_Open K kundn.dic 1", 0, "*rc_p = -2*",
        "vorlix: there is no file kundn.dic; did you mean kunden.dic?\n"},
       {"cd $EXAMPLES/dict; $V call dict_OpenModel muster.dic K", 0, "*rc_p = -2*",

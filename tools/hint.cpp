@@ -1,5 +1,7 @@
 #include "tools/hint.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <string_view>
@@ -18,6 +20,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr size_t MOST_LISTED = 12;
+constexpr size_t LONGEST_LINE = 1000;
+constexpr std::string_view NO_ENTRY = "\x1";
 
 const host::Arg* FindArg(const FunctionInfo& function, const host::Result& result, std::string_view name) {
   for (size_t k = 0; k < function.arg_count; ++k)
@@ -79,6 +83,36 @@ std::string FileHint(const FunctionInfo& function, const host::Result& result, i
   return there_is_none + (near.empty() && !path.starts_with('/') ? " in " + fs::current_path(ignored).string() : near);
 }
 
+// The value of an entry as far as it can be read back: up to a comment, and without white space at its ends.
+std::string_view Readable(std::string_view value) {
+  value = value.substr(0, value.find_first_of(";#\r\n"));
+  constexpr std::string_view BLANKS = " \t\v\f";
+  const size_t begin = std::min(value.find_first_not_of(BLANKS), value.size());
+  return value.substr(begin, value.find_last_not_of(BLANKS) + 1 - begin);
+}
+
+// Why nothing can be written there, as far as the system tells.
+std::string WriteFault(const fs::path& path) {
+  std::error_code fault;
+  const fs::path directory = path.has_parent_path() ? path.parent_path() : ".";
+  const fs::space_info space = fs::space(directory, fault);
+  if (fault) return ": " + fault.message();
+  if (access(directory.c_str(), W_OK) != 0) return ": nobody may write in " + directory.string();
+  return space.available == 0 ? ": the disk is full" : "";
+}
+
+// ini_SetString answers 0 whatever came of it. The value is read back; one in quotes, or longer than any line, comes
+// back as another.
+std::string EntryHint(const host::Caller& ask, const host::Result& result) {
+  const std::string& value = result.args.at(2).TextAt();
+  const std::string path = result.args.at(3).TextAt();
+  if (value.size() >= LONGEST_LINE || value.starts_with('"') || value.starts_with('\'')) return "";
+  const host::Result now = ask("ini_GetString", {result.args.at(0), result.args.at(1), host::Text(NO_ENTRY),
+                                                 host::Text(path), host::OutText(DEFAULT_ROOM)});
+  if (now.code != 0 || Readable(now.args.at(4).TextAt()) == Readable(value)) return "";
+  return "\n  " + QuoteWord(path) + " was not changed" + WriteFault(path);
+}
+
 // ---- Dialogs and fields ---------------------------------------------------------------------------------------------
 
 std::string FieldHint(const host::Caller& ask, const std::string& dialog, const std::string& name) {
@@ -115,6 +149,7 @@ bool IsFileRefused(const FunctionInfo& function, const host::Result& result) {
 
 std::string HintFor(const host::Caller& ask, const FunctionInfo& function, const host::Result& result) {
   if (const int32_t answer = FileAnswer(function, result); answer != 0) return FileHint(function, result, answer);
+  if (function.name == "ini_SetString") return EntryHint(ask, result);
   const host::Arg* const dialog = FindArg(function, result, "dlgID");
   if (dialog == nullptr) return "";
   if (result.code != 0 && !IsDialog(ask, dialog->TextAt())) return DialogHint(ask, dialog->TextAt());

@@ -127,6 +127,7 @@ void Player::RunCall(const Statement& statement) {
   }
   PrintLine(line, Meanings(function, result_.code, values));
   if (options_.is_dialog) ShowMore(values);
+  if (!options_.is_dialog && function.name == "ini_SetString") WarnOfLoss();
   KeepCode(statement, function, result_.code);
 }
 
@@ -268,6 +269,12 @@ void Player::ShowMore(const std::vector<Value>& values) {
   for (const Value& value : values)
     if (value.is_text && IsXbuf(value.text)) PrintOwn(ListItems(calls_.to_outside(value.text)));
   if (const std::string why = Why(); !why.empty()) PrintOwn(why.substr(1) + '\n');
+}
+
+// It answers 0 whatever came of it.
+void Player::WarnOfLoss() const {
+  if (const std::string why = Why(); !why.empty())
+    std::fprintf(stderr, "vorlix: %s%s\n", Printable(Place(name_, line_)).c_str(), Printable(why.substr(3)).c_str());
 }
 
 std::string Player::Why() const {

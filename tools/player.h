@@ -82,6 +82,8 @@ class Player {
 
   /// What the server told of the last call, and what to change: lines that begin with two blanks and have no end.
   std::string Why() const;
+  /// Says so when ini_SetString has not changed its file.
+  void WarnOfLoss() const;
   /// Keeps why a file could not be had, where the script goes on without a word about it: later failures follow from
   /// it.
   void NoteRefusedFile(const Statement& statement);

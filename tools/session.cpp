@@ -99,12 +99,16 @@ Session::~Session() {
 }
 
 host::Result Session::Call(std::string_view function, const std::vector<host::Arg>& args) {
-  if (function == "dll_SetDebugFlags") keeps_failures_ = false;
+  if (function == "dll_SetDebugFlags") {
+    keeps_failures_ = false;
+    traces_to_file_ = !args.at(1).TextAt().empty();
+  }
   if (counts_bytes_) TellOfBytes(args);
   return Place(function, args);
 }
 
 host::Result Session::Ask(std::string_view function, const std::vector<host::Arg>& args) {
+  if (traces_to_file_) return {-1, args};
   host::Result result = server_.Call(function, args);
   server_.TakeStandardError();
   return result;

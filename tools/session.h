@@ -44,7 +44,8 @@ class Session {
   /// Throws as host::Server::Call does.
   host::Result Call(std::string_view function, const std::vector<host::Arg>& args);
 
-  /// A call of this program's own, which changes nothing in the server: its traces are dropped, and Reasons stays.
+  /// A call of this program's own, which changes nothing in the server: its traces are dropped, and Reasons stays. None
+  /// is placed, and the code is -1, while the server writes its traces to a file.
   host::Result Ask(std::string_view function, const std::vector<host::Arg>& args);
 
   /// The failures that the server told of in the last call, each in a line that begins with two blanks and has no end:
@@ -64,6 +65,7 @@ class Session {
 
   host::Server server_;
   bool keeps_failures_;
+  bool traces_to_file_ = false;
   bool counts_bytes_;  // of characters beyond ASCII, and nobody was told yet
   std::string reasons_;
 };
