@@ -30,6 +30,9 @@ class NameIndex {
   /// Takes a position out, if it is in use.
   void Erase(uint32_t position) noexcept;
 
+  /// The positions in use.
+  size_t Count() const { return used_; }
+
   /// Offers the positions whose name may be this one to `accept`, in order, until it returns true.
   template <class Accept>
   void Search(std::string_view name, Accept accept) const {
@@ -118,6 +121,9 @@ class NamedList {
     });
     return first;
   }
+
+  /// Whether a name comes more than once.
+  bool HasRepeated() const { return index_.Count() < records_.size(); }
 
   size_t size() const { return records_.size(); }
   bool empty() const { return records_.empty(); }

@@ -69,6 +69,9 @@ class SectionList {
   /// The position of the first section with this name, without regard to case, or NONE.
   size_t Find(std::string_view name) const noexcept { return sections_.Find(name); }
 
+  /// Whether a name comes more than once.
+  bool HasRepeated() const { return sections_.HasRepeated(); }
+
   /// The position of the first section whose name begins with this handle and ".", or NONE.
   size_t FindGroup(std::string_view handle) const noexcept;
 

@@ -1,7 +1,9 @@
 // What is found in a file.
 #pragma once
 
+#include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/check/layout.h"
@@ -37,5 +39,10 @@ struct Findings {
     return false;
   }
 };
+
+inline void SortByPlace(Findings& findings) {
+  std::ranges::stable_sort(findings.list, {},
+                           [](const Finding& one) { return std::pair(one.span.line, one.span.begin); });
+}
 
 }  // namespace vorlix::tool

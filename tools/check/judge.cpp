@@ -69,20 +69,16 @@ class Reading : public ReadObserver {
     reading = nullptr;
   }
 
+  // For every line, so no more than that is done.
   void OnLine(int64_t next_line) override {
-    line_ = Text().LineAt(static_cast<size_t>(std::max<int64_t>(next_line, 1)) - 1, line_);
+    next_line_ = static_cast<size_t>(next_line);
     at_end_ = false;
-    const std::vector<LayoutSection>& sections = Text().Sections();
-    while (next_section_ < sections.size() && sections[next_section_].line <= line_) section_ = next_section_++;
   }
   void OnSectionEnd() override { at_end_ = true; }
   bool Cure(Object& object) override;
 
   /// From now on messages are about the whole file.
-  void OnFileEnd() {
-    section_ = Layout::NO_SECTION;
-    at_end_ = true;
-  }
+  void OnFileEnd() { is_over_ = at_end_ = true; }
 
  private:
   const Layout& Text() const { return findings_.layout; }
@@ -92,6 +88,7 @@ class Reading : public ReadObserver {
   }
 
   void Report(std::string_view message);
+  void FindPlace();
   Span PlaceOf(const Rule& rule, std::string_view message) const;
   Span EntryOrHeader(size_t section, std::string_view attribute) const;
   void Explain(Finding& finding, std::string_view message) const;
@@ -99,10 +96,11 @@ class Reading : public ReadObserver {
 
   Findings& findings_;
   const Models& models_;
-  size_t line_ = 0;
-  size_t section_ = Layout::NO_SECTION;
-  size_t next_section_ = 0;
-  bool at_end_ = false;  // of the section
+  size_t next_line_ = 0;  // where it starts
+  bool at_end_ = false;   // of the section
+  bool is_over_ = false;
+  size_t line_ = 0;                      // of the message
+  size_t section_ = Layout::NO_SECTION;  // that it is about
   const Rule* last_ = nullptr;
 };
 
@@ -110,9 +108,15 @@ void Reading::Report(std::string_view message) {
   const Rule* const rule = RuleOfMessage(message);
   if (rule == nullptr) return;
   last_ = rule;
+  FindPlace();
   Finding finding{rule, PlaceOf(*rule, message), std::string(rule->title), ""};
   Explain(finding, message);
   findings_.list.push_back(std::move(finding));
+}
+
+void Reading::FindPlace() {
+  line_ = Text().LineAt(std::max<size_t>(next_line_, 1) - 1);
+  section_ = is_over_ ? Layout::NO_SECTION : Text().SectionOf(line_);
 }
 
 Span Reading::PlaceOf(const Rule& rule, std::string_view message) const {
@@ -136,11 +140,11 @@ Span Reading::EntryOrHeader(size_t section, std::string_view attribute) const {
 void Reading::Explain(Finding& finding, std::string_view message) const {
   const LayoutEntry* const entry = Text().EntryAt(line_);
   if (finding.rule == &VX201 && entry != nullptr) {
-    finding.text = "there is no attribute " + std::string(entry->name);
-    const std::string_view meant = MeantAttribute(entry->name);
+    finding.text = "there is no attribute " + std::string(entry->Name());
+    const std::string_view meant = MeantAttribute(entry->Name());
     if (!meant.empty()) finding.remedy = "did you mean " + std::string(meant) + "?";
   } else if ((finding.rule == &VX202 || finding.rule == &VX203) && entry != nullptr) {
-    finding.text += ": " + std::string(entry->name) + "=" + std::string(entry->value);
+    finding.text += ": " + std::string(entry->Name()) + "=" + std::string(entry->Value());
   } else if (finding.rule == &VX204) {
     const std::string_view name = FirstQuoted(message);
     finding.text = "there is no model " + std::string(name);
@@ -154,7 +158,7 @@ void Reading::Explain(Finding& finding, std::string_view message) const {
     std::vector<std::string_view> handles;
     const size_t catalog = Text().FindSection("catalog");
     if (catalog != Layout::NO_SECTION)
-      for (const LayoutEntry& one : Text().EntriesOf(Text().Sections()[catalog])) handles.push_back(one.name);
+      for (const LayoutEntry& one : Text().EntriesOf(Text().Sections()[catalog])) handles.push_back(one.Name());
     if (const std::string_view near = Nearest(FirstQuoted(message), handles); !near.empty())
       finding.remedy = "did you mean " + std::string(near) + "?";
   } else if (finding.rule == &VX502 || finding.rule == &VX504 || finding.rule == &VX506) {
@@ -170,7 +174,7 @@ void Reading::ExplainInherited(Finding& finding) const {
   const LayoutEntry* model = Text().FindEntry(section_, "MODEL");
   for (int depth = 0; model != nullptr && depth < 16; ++depth) {
     size_t section = Layout::NO_SECTION;
-    const Findings* const file = models_.FileOf(model->value, section);
+    const Findings* const file = models_.FileOf(model->Value(), section);
     if (file == nullptr) return;
     if (const LayoutEntry* const entry = file->layout.FindEntry(section, finding.rule->attribute)) {
       finding.related.push_back({file->file, file->layout.ValueSpan(*entry), "inherited from here"});
@@ -234,18 +238,12 @@ DictPtr Read(Findings& findings, FileKind kind, const Models& models, const std:
   return dict;
 }
 
-void Sort(std::vector<Finding>& list) {
-  std::ranges::stable_sort(list, [](const Finding& one, const Finding& other) {
-    return std::pair(one.span.line, one.span.begin) < std::pair(other.span.line, other.span.begin);
-  });
-}
-
 }  // namespace
 
 Judged Judge(const std::string& path, FileKind kind, const Models& models, Layout layout) {
   Judged judged{{path, std::move(layout)}, nullptr};
   judged.dict = Read(judged.findings, kind, models, std::filesystem::path(path).stem().string());
-  Sort(judged.findings.list);
+  SortByPlace(judged.findings);
   return judged;
 }
 

@@ -3,33 +3,40 @@
 
 #include <algorithm>
 
-#include "dll/base/text.h"
 #include "dll/ini/inisyntax.h"
 #include "tools/quoting.h"
 
 namespace vorlix::tool {
+namespace {
+
+std::string_view WithoutEnd(std::string_view line) {
+  while (line.ends_with('\n') || line.ends_with('\r')) line.remove_suffix(1);
+  return line;
+}
+
+}  // namespace
 
 Layout::Layout(std::string text) : text_(std::make_shared<const std::string>(std::move(text))) {
   starts_.reserve(static_cast<size_t>(std::ranges::count(*text_, '\n')) + 1);
   entries_.reserve(starts_.capacity());
-  for (size_t at = 0; at < text_->size(); at = std::min(text_->find('\n', at), text_->size() - 1) + 1)
-    starts_.push_back(at);
-  for (size_t number = 0; number < starts_.size(); ++number) ReadLine(number);
+  for (size_t at = 0, end = 0; at < text_->size(); at = end) {
+    end = std::min(text_->find('\n', at), text_->size() - 1) + 1;
+    starts_.push_back(static_cast<uint32_t>(at));
+    ReadLine(static_cast<uint32_t>(starts_.size() - 1), WithoutEnd(std::string_view(*text_).substr(at, end - at)));
+  }
 }
 
-void Layout::ReadLine(size_t number) {
-  const std::string_view line = Line(number);
+void Layout::ReadLine(uint32_t number, std::string_view line) {
   if (line.empty()) return;
-  const auto number32 = static_cast<uint32_t>(number);
   if (EndsSection(line)) {
     std::string_view name;
     in_section_ = ParseHeader(line, name);
-    if (in_section_) sections_.push_back({number32, name, entries_.size(), entries_.size()});
+    if (in_section_) sections_.push_back({number, name, entries_.size(), entries_.size()});
     return;
   }
   IniEntry entry;
   if (!ParseEntry(line, entry)) return;
-  entries_.push_back({number32, entry.name, ParseValue(entry.rest), in_section_});
+  entries_.emplace_back(number, in_section_, entry.name, ParseValue(entry.rest));
   if (in_section_) sections_.back().end = entries_.size();
 }
 
@@ -41,20 +48,22 @@ Span Layout::SpanOf(size_t line, std::string_view part) const {
 std::string_view Layout::Line(size_t line) const {
   const size_t begin = starts_.at(line);
   const size_t end = line + 1 < starts_.size() ? starts_[line + 1] : text_->size();
-  std::string_view whole = std::string_view(*text_).substr(begin, end - begin);
-  while (whole.ends_with('\n') || whole.ends_with('\r')) whole.remove_suffix(1);
-  return whole;
+  return WithoutEnd(std::string_view(*text_).substr(begin, end - begin));
 }
 
-size_t Layout::LineAt(size_t offset, size_t from) const {
-  while (from + 1 < starts_.size() && starts_[from + 1] <= offset) ++from;
-  return from;
+size_t Layout::LineAt(size_t offset) const {
+  const auto behind = std::ranges::upper_bound(starts_, offset);
+  return behind == starts_.begin() ? 0 : static_cast<size_t>(behind - starts_.begin()) - 1;
+}
+
+size_t Layout::SectionOf(size_t line) const {
+  const auto behind = std::ranges::upper_bound(sections_, line, {}, &LayoutSection::line);
+  return behind == sections_.begin() ? NO_SECTION : static_cast<size_t>(behind - sections_.begin()) - 1;
 }
 
 size_t Layout::SectionAt(size_t line) const {
-  const auto found = std::ranges::lower_bound(sections_, line, {}, &LayoutSection::line);
-  const bool is_there = found != sections_.end() && found->line == line;
-  return is_there ? static_cast<size_t>(found - sections_.begin()) : NO_SECTION;
+  const size_t section = SectionOf(line);
+  return section != NO_SECTION && sections_[section].line == line ? section : NO_SECTION;
 }
 
 const LayoutEntry* Layout::EntryAt(size_t line) const {
@@ -64,7 +73,7 @@ const LayoutEntry* Layout::EntryAt(size_t line) const {
 
 size_t Layout::FindSection(std::string_view name) const {
   const auto found =
-      std::ranges::find_if(sections_, [&](const LayoutSection& one) { return EqualNoCase(one.name, name); });
+      std::ranges::find_if(sections_, [&](const LayoutSection& one) { return SameName(one.name, name); });
   return found != sections_.end() ? static_cast<size_t>(found - sections_.begin()) : NO_SECTION;
 }
 
@@ -72,7 +81,7 @@ const LayoutEntry* Layout::FindEntry(size_t section, std::string_view name) cons
   const LayoutEntry* last = nullptr;
   if (section == NO_SECTION) return last;
   for (const LayoutEntry& entry : EntriesOf(sections_.at(section)))
-    if (EqualNoCase(entry.name, name)) last = &entry;
+    if (SameName(entry.Name(), name)) last = &entry;
   return last;
 }
 

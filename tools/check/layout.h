@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "dll/base/text.h"
+
 namespace vorlix::tool {
 
 /// A place in a file: a line, and characters of it, all from 0. An empty range is a place between two characters.
@@ -18,12 +20,30 @@ struct Span {
   size_t end = 0;
 };
 
-/// Names and values are parts of the text.
-struct LayoutEntry {
+/// An entry, whose name and value are parts of the text. Files have very many, so it is kept small.
+class LayoutEntry {
+ public:
+  LayoutEntry(uint32_t number, bool belongs, std::string_view name, std::string_view value)
+      : line(number),
+        is_in_section(belongs),
+        name_size_(static_cast<uint32_t>(name.size())),
+        value_at_(static_cast<uint32_t>(value.data() - name.data())),
+        value_size_(static_cast<uint32_t>(value.size())),
+        name_(name.data()) {}
+
+  /// As written.
+  std::string_view Name() const { return {name_, name_size_}; }
+  /// As the server takes it, but not cut.
+  std::string_view Value() const { return {name_ + value_at_, value_size_}; }
+
   uint32_t line;
-  std::string_view name;   // as written
-  std::string_view value;  // as the server takes it, but not cut
-  bool is_in_section;      // not before the first header, nor behind one that is broken
+  bool is_in_section;  // not before the first header, nor behind one that is broken
+
+ private:
+  uint32_t name_size_;
+  uint32_t value_at_;  // from the name on
+  uint32_t value_size_;
+  const char* name_;
 };
 
 struct LayoutSection {
@@ -44,8 +64,8 @@ class Layout {
   size_t LineCount() const { return starts_.size(); }
   /// A line without its end.
   std::string_view Line(size_t line) const;
-  /// The line in which the byte at `offset` stands, which is `from` or one soon behind it.
-  size_t LineAt(size_t offset, size_t from) const;
+  /// The line in which the byte at `offset` stands.
+  size_t LineAt(size_t offset) const;
 
   const std::vector<LayoutSection>& Sections() const { return sections_; }
   const std::vector<LayoutEntry>& Entries() const { return entries_; }
@@ -54,11 +74,13 @@ class Layout {
   }
 
   Span HeaderSpan(size_t section) const { return SpanOf(sections_.at(section).line, sections_[section].name); }
-  Span NameSpan(const LayoutEntry& entry) const { return SpanOf(entry.line, entry.name); }
-  Span ValueSpan(const LayoutEntry& entry) const { return SpanOf(entry.line, entry.value); }
+  Span NameSpan(const LayoutEntry& entry) const { return SpanOf(entry.line, entry.Name()); }
+  Span ValueSpan(const LayoutEntry& entry) const { return SpanOf(entry.line, entry.Value()); }
 
   /// The number of the section whose header stands in the line, NO_SECTION for none.
   size_t SectionAt(size_t line) const;
+  /// The number of the section that the line belongs to, its header included; NO_SECTION before the first.
+  size_t SectionOf(size_t line) const;
   /// The entry that stands in the line, null for none.
   const LayoutEntry* EntryAt(size_t line) const;
   /// The first section of this name, the last entry of it with this name: those that count. Without regard to case.
@@ -66,15 +88,25 @@ class Layout {
   const LayoutEntry* FindEntry(size_t section, std::string_view name) const;
 
  private:
-  void ReadLine(size_t number);
+  void ReadLine(uint32_t number, std::string_view line);
   Span SpanOf(size_t line, std::string_view part) const;
 
   std::shared_ptr<const std::string> text_;
-  std::vector<size_t> starts_;  // of lines
+  std::vector<uint32_t> starts_;  // of lines
   std::vector<LayoutSection> sections_;
   std::vector<LayoutEntry> entries_;
   bool in_section_ = false;
 };
+
+/// EqualNoCase, which most pairs of names do not get to: files have very many.
+inline bool SameName(std::string_view one, std::string_view other) {
+  if (one.size() != other.size()) return false;
+  if (one.empty()) return true;
+  const auto last = static_cast<unsigned char>(one.back());
+  const auto other_last = static_cast<unsigned char>(other.back());
+  const bool differ = last < 0x80 && other_last < 0x80 && (last | 0x20U) != (other_last | 0x20U);
+  return !differ && EqualNoCase(one, other);
+}
 
 /// Characters before the byte: a line of UTF-8 counts them, any other counts bytes.
 size_t ColumnOf(std::string_view line, size_t byte);

@@ -59,7 +59,7 @@ Source FindSource(const Findings& own, size_t section, std::string_view attribut
   for (int depth = 0; file != nullptr && depth < DEEPEST; ++depth) {
     if (const LayoutEntry* const entry = file->layout.FindEntry(section, attribute)) return {file, entry};
     const LayoutEntry* const model = file->layout.FindEntry(section, "MODEL");
-    file = model != nullptr ? models.FileOf(model->value, section) : nullptr;
+    file = model != nullptr ? models.FileOf(model->Value(), section) : nullptr;
   }
   return {};
 }
@@ -195,7 +195,7 @@ Status ShowField(const ShowCommand& command) {
   if (record == nullptr) throw ToolError(Status::Usage, "[" + name + "] is no object");
   std::printf("%s, %s:%zu\n", Bold(name).c_str(), command.file.c_str(), size_t{layout.Sections()[section].line} + 1);
   if (const LayoutEntry* const model = layout.FindEntry(section, "MODEL"))
-    std::printf("  %-8s %-24s %s\n", "MODEL", std::string(model->value).c_str(),
+    std::printf("  %-8s %-24s %s\n", "MODEL", std::string(model->Value()).c_str(),
                 Dim(SourceText({&judged.findings, model})).c_str());
   PrintAttributes(judged.findings, section, record->object, checker.OpenModels());
   const bool is_good = PrintFindings(judged.findings, section);

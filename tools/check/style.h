@@ -5,7 +5,15 @@
 
 namespace vorlix::tool {
 
-/// Adds what there is to warn of to the findings of a file that has been judged.
+/// Adds what there is to warn of to the findings of a file that has been judged, and puts all in the order of places.
 void CheckStyle(Judged& judged, FileKind kind, const Models& models);
+
+// Its parts. They add to the findings in any order; CheckFields needs the dictionary.
+void CheckLines(Findings& findings);
+void CheckSections(Judged& judged, FileKind kind);
+void CheckFields(Judged& judged, FileKind kind, const Models& models);
+
+/// Adds a finding; its text is the rule's title unless something better is known.
+Finding& Note(Findings& findings, const Rule& rule, const Span& span, const std::string& text = "");
 
 }  // namespace vorlix::tool

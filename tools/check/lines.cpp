@@ -1,0 +1,69 @@
+// What is odd about the lines of a file, before anybody knows what they are about.
+#include "dll/ini/ini.h"
+#include "dll/ini/inisyntax.h"
+#include "dll/shared/dictattr.h"
+#include "tools/check/style.h"
+
+namespace vorlix::tool {
+namespace {
+
+void CheckBytes(Findings& findings) {
+  const std::string_view all = findings.layout.Text();
+  if (all.starts_with("\xef\xbb\xbf")) Note(findings, VX604, {0, 0, 3});
+  if (all.starts_with("\xff\xfe") || all.starts_with("\xfe\xff")) Note(findings, VX605, {0, 0, 2});
+  if (all.find('\n') == std::string_view::npos && all.find('\r') != std::string_view::npos) Note(findings, VX606, {});
+}
+
+void CheckLine(Findings& findings, size_t number, std::string_view line, bool is_entry) {
+  if (line.size() >= INI_TEXT_SIZE - 1) Note(findings, VX607, {number, INI_TEXT_SIZE - 1, line.size()});
+  if (is_entry && !IsIniSpace(line.front())) return;
+  const std::string_view inner = TrimStart(line);
+  const Span whole = {number, line.size() - inner.size(), line.size()};
+  if (inner.empty() || line.front() == ';' || line.front() == '#' || line.starts_with("\xef\xbb\xbf")) return;
+  std::string_view name;
+  if (EndsSection(line)) {
+    if (!ParseHeader(line, name)) Note(findings, VX609, whole);
+  } else if (inner.front() == '[' && inner.find(']') != std::string_view::npos) {
+    Note(findings, VX608, whole);
+  } else if (!is_entry && inner.front() != ';' && inner.front() != '#') {
+    Note(findings, VX611, whole);
+  }
+}
+
+// A comment behind a value has a blank before it; what follows straight on was meant as part of the value.
+void CheckCut(Findings& findings, std::string_view line, const LayoutEntry& entry) {
+  const auto end = static_cast<size_t>(entry.Value().data() + entry.Value().size() - line.data());
+  if (end >= line.size() || (line[end] != ';' && line[end] != '#')) return;
+  const Span value = findings.layout.ValueSpan(entry);
+  const bool is_quoted = value.begin > 0 && (line[value.begin - 1] == '"' || line[value.begin - 1] == '\'');
+  if (!is_quoted && (end == 0 || IsIniSpace(line[end - 1]) || entry.Value().empty())) return;
+  Note(findings, VX601, {entry.line, end, end + 1}, std::string("the value ends at the ") + line[end]);
+}
+
+void CheckEntry(Findings& findings, std::string_view line, const LayoutEntry& entry) {
+  const Layout& text = findings.layout;
+  if (!entry.is_in_section) {
+    if (text.Sections().empty() || entry.line < text.Sections().front().line)
+      Note(findings, VX610, text.NameSpan(entry));
+    return;
+  }
+  if (entry.Name().size() >= DICT_NAME_SIZE) Note(findings, VX603, text.NameSpan(entry));
+  if (entry.Value().size() >= DICT_VALUE_SIZE)
+    Note(findings, VX602, {entry.line, text.ValueSpan(entry).begin + DICT_VALUE_SIZE - 1, text.ValueSpan(entry).end});
+  CheckCut(findings, line, entry);
+}
+
+}  // namespace
+
+void CheckLines(Findings& findings) {
+  CheckBytes(findings);
+  auto entry = findings.layout.Entries().begin();
+  for (size_t number = 0; number < findings.layout.LineCount(); ++number) {
+    const std::string_view line = findings.layout.Line(number);
+    const bool is_entry = entry != findings.layout.Entries().end() && entry->line == number;
+    CheckLine(findings, number, line, is_entry);
+    if (is_entry) CheckEntry(findings, line, *entry++);
+  }
+}
+
+}  // namespace vorlix::tool
