@@ -7,6 +7,7 @@
 #include "tools/check/check.h"
 #include "tools/check/show.h"
 #include "tools/failure.h"
+#include "tools/lsp/lsp.h"
 #include "tools/player.h"
 #include "tools/session.h"
 

@@ -67,6 +67,7 @@ class CommandLine {
     if (functions_->parsed()) return ListFunctions(function_, json_);
     if (check_->parsed()) return CheckFiles(check_command_);
     if (show_->parsed()) return ShowField(show_command_);
+    if (lsp_->parsed()) return ServeEditor(check_command_.models, check_command_.language);
     if (help_->parsed()) return Help();
     if (isatty(STDIN_FILENO) == 0) throw ToolError(Status::Usage, "a command is required; vorlix help lists them");
     std::fputs(Fold(FIRST_STEPS, TerminalWidth()).c_str(), stdout);
@@ -129,6 +130,7 @@ class CommandLine {
     shell_->footer("Example: echo 'fmt_Num 1234.5 10 2 RT' | vorlix shell");
     AddCheck();
     AddShow();
+    AddLsp();
     help_->add_option("COMMAND", function_, "The command");
     help_->footer("Example: vorlix help call");
   }
@@ -155,6 +157,15 @@ class CommandLine {
     check_->add_flag("--fix", to.fixes, "Put right what can be put right safely");
     check_->add_flag("--diff", to.shows_difference, "Show what --fix would change");
     check_->footer("Example: vorlix check --explain VX201");
+  }
+
+  void AddLsp() {
+    lsp_->add_option("--model", check_command_.models, "A model dictionary to inherit from; can be given again")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
+    lsp_->add_option("--lang", check_command_.language, "The language of the server, whose formats fields get")
+        ->type_name("LOCALE");
+    lsp_->footer("Example: vorlix lsp </dev/null; the editor starts it, see docs/editors.md");
   }
 
   void AddShow() {
@@ -200,6 +211,7 @@ class CommandLine {
   ShowCommand show_command_;
   CLI::App* show_ = app_.add_subcommand("show", "Show a field of a dictionary, and where its attributes come from");
   CLI::App* check_ = app_.add_subcommand("check", "Find what is wrong with dictionaries");
+  CLI::App* lsp_ = app_.add_subcommand("lsp", "Check dictionaries in the editor, as a language server");
   CLI::App* functions_ = app_.add_subcommand("functions", "List all functions, describe one, or search");
   CLI::App* help_ = app_.add_subcommand("help", "Print this, or the help of a command");
 };

@@ -19,6 +19,7 @@ readonly RULES='
   host/c      hostif/math[.]h|dll/(base|wire)/|host/
   tools       dll/(base|wire)/|host/|tools/
   tools/check dll/(base|wire|field|ini|shared)/|dll/server/nls[.]h|tools/
+  tools/lsp   dll/(base|wire|field|ini|shared)/|tools/
   examples    host/[^/]+$
   tests       [a-z]+/
   fuzz        [a-z]+/

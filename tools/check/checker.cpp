@@ -41,6 +41,7 @@ bool IsSwitchedOff(const Layout& layout, const Finding& finding) {
 }  // namespace
 
 Checker::Checker(CheckOptions options) : options_(std::move(options)) {
+  if (!options_.read) options_.read = ReadFile;
   if (!options_.language.empty()) {
     RequireLanguage(options_.language);
     setenv("LANG", options_.language.c_str(), 1);
@@ -65,6 +66,11 @@ Judged Checker::Check(const std::string& file, const std::string* text) {
   return judged;
 }
 
+void Checker::ForgetModels() {
+  models_.reset();
+  open_.clear();
+}
+
 // A file that is a model itself inherits from no other one of the list that it would hide.
 void Checker::OpenModelsOf(const std::vector<std::string>& paths, const std::string& file) {
   std::vector<std::string> wanted;
@@ -72,12 +78,12 @@ void Checker::OpenModelsOf(const std::vector<std::string>& paths, const std::str
   for (const std::string& path : paths)
     if (file == "-" || !std::filesystem::equivalent(path, file, error)) wanted.push_back(path);
   if (models_ != nullptr && wanted == open_) return;
-  models_.reset();
+  ForgetModels();
   models_ = std::make_unique<Models>();
   open_ = wanted;
   for (const std::string& path : wanted) {
     try {
-      models_->Open(path, Layout(ReadFile(path)));
+      models_->Open(path, Layout(options_.read(path)));
     } catch (const ToolError& failure) {
       throw ToolError(Status::Usage, std::string("a model: ") + failure.what());
     }

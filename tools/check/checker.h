@@ -1,6 +1,7 @@
 // A file is checked: the server's judgement and the checker's own, without what is switched off.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,10 +12,11 @@
 namespace vorlix::tool {
 
 struct CheckOptions {
-  std::vector<std::string> models;  // paths, besides those of the project
-  std::vector<std::string> ignore;  // codes, likewise
-  std::optional<FileKind> kind;     // none: by content
-  std::string language;             // of the server; empty: as the environment says
+  std::vector<std::string> models;                                // paths, besides those of the project
+  std::vector<std::string> ignore;                                // codes, likewise
+  std::optional<FileKind> kind;                                   // none: by content
+  std::string language;                                           // of the server; empty: as the environment says
+  std::function<std::string(const std::string& path)> read = {};  // the text of a model; none: from the disk
 };
 
 /// Checks files one by one. The models of a project stay open from one file to the next.
@@ -27,8 +29,12 @@ class Checker {
   /// A file, or the text that stands for it. Throws ToolError (Usage) when a model cannot be read.
   Judged Check(const std::string& file, const std::string* text = nullptr);
 
-  /// The models that the last file was checked with.
+  /// The models that the last file was checked with, and their paths.
   const Models& OpenModels() const { return *models_; }
+  const std::vector<std::string>& ModelPaths() const { return open_; }
+
+  /// Closes the models: they have changed, and are read again for the next file.
+  void ForgetModels();
 
  private:
   void OpenModelsOf(const std::vector<std::string>& paths, const std::string& file);

@@ -11,6 +11,7 @@
 #include "dll/shared/dictattr.h"
 #include "dll/shared/fielddisplay.h"
 #include "dll/shared/fieldscan.h"
+#include "tools/check/manual.h"
 #include "tools/check/style.h"
 #include "tools/quoting.h"
 
@@ -50,12 +51,6 @@ const char* LongestValue(const Object& object) {
     case FT_D: return EqualNoCase(CText(object.fvtyp), "GREG") ? "10227" : "19991231";
     default: return nullptr;
   }
-}
-
-std::string_view KnownLetters(const Object& object) {
-  const bool is_number = object.ftyp == FT_N || (object.ftyp == FT_Z && EqualNoCase(CText(object.fvtyp), "HM100"));
-  if (is_number) return "lLrRbBzZtTpPgG";
-  return object.ftyp == FT_T || object.ftyp == FT_U ? "lLrRcCzZtTuUvVoO" : "";
 }
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -136,14 +131,15 @@ class Field {
   }
 
   void CheckFormat() {
-    const std::string_view known = KnownLetters(object_);
-    const LayoutEntry* const entry = known.empty() ? nullptr : text_.FindEntry(section_, "FFMT");
+    const WordKind words = FormatWords(object_);
+    const bool has_letters = words == WordKind::NumberLetter || words == WordKind::TextLetter;
+    const LayoutEntry* const entry = has_letters ? text_.FindEntry(section_, "FFMT") : nullptr;
     if (entry == nullptr) return;
     for (size_t at = 0; at < entry->Value().size(); ++at) {
       const char letter = entry->Value()[at];
       const size_t column = text_.ValueSpan(*entry).begin + at;
       const char other = letter == LowerCase(letter) ? static_cast<char>(letter - 32) : LowerCase(letter);
-      if (known.find(letter) == std::string_view::npos)
+      if (FindManualWord(words, {&letter, 1}) == nullptr)
         Note(findings_, VX616, {entry->line, column, column + 1},
              std::string("the format has no letter ") + Printable({&letter, 1}));
       else if (entry->Value().substr(0, at).find(other) != std::string_view::npos)

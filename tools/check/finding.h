@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,6 +25,7 @@ struct Finding {
   std::string text;    // what is wrong here, without an end
   std::string remedy;  // what to do here; that of the rule where it is empty
   std::vector<Related> related = {};
+  std::optional<std::string> instead = {};  // what to write in this place
 };
 
 /// All of a file, in the order of their places.

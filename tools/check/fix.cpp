@@ -20,22 +20,16 @@ struct Change {
   std::string text;
 };
 
-// The word that a remedy names: "write VALID (--fix does)".
-std::string NamedWord(const std::string& remedy) {
-  constexpr std::string_view BEFORE = "write ";
-  return remedy.substr(BEFORE.size(), remedy.find(' ', BEFORE.size()) - BEFORE.size());
-}
-
+// A name that was probably meant is not surely it.
 bool IsFixed(const Finding& finding) {
-  const Rule* const rule = finding.rule;
-  return rule == &VX502 || rule == &VX504 || rule == &VX506 || rule == &VX604;
+  return finding.instead.has_value() && finding.rule->severity == Severity::Warning;
 }
 
 std::multimap<size_t, Change> ChangesOf(const Findings& findings) {
   std::multimap<size_t, Change> changes;
   for (const Finding& finding : findings.list)
     if (IsFixed(finding) && finding.related.empty())  // what is inherited is put right in its own file
-      changes.emplace(finding.span.line, Change{finding.span, finding.rule == &VX604 ? "" : NamedWord(finding.remedy)});
+      changes.emplace(finding.span.line, Change{finding.span, finding.instead.value_or("")});
   return changes;
 }
 

@@ -51,6 +51,11 @@ std::string_view MeantAttribute(std::string_view name) {
   return Nearest(name, names);
 }
 
+void Suggest(Finding& finding, std::string_view meant) {
+  finding.instead = meant;
+  finding.remedy = "did you mean " + *finding.instead + "?";
+}
+
 // ---- The reading ----------------------------------------------------------------------------------------------------
 
 class Reading;
@@ -142,7 +147,7 @@ void Reading::Explain(Finding& finding, std::string_view message) const {
   if (finding.rule == &VX201 && entry != nullptr) {
     finding.text = "there is no attribute " + std::string(entry->Name());
     const std::string_view meant = MeantAttribute(entry->Name());
-    if (!meant.empty()) finding.remedy = "did you mean " + std::string(meant) + "?";
+    if (!meant.empty()) Suggest(finding, meant);
   } else if ((finding.rule == &VX202 || finding.rule == &VX203) && entry != nullptr) {
     finding.text += ": " + std::string(entry->Name()) + "=" + std::string(entry->Value());
   } else if (finding.rule == &VX204) {
@@ -150,7 +155,7 @@ void Reading::Explain(Finding& finding, std::string_view message) const {
     finding.text = "there is no model " + std::string(name);
     const std::vector<std::string_view> names = models_.Names();
     if (const std::string_view near = Nearest(name, names); !near.empty())
-      finding.remedy = "did you mean " + std::string(near) + "?";
+      Suggest(finding, near);
     else if (names.empty())
       finding.remedy = "no model dictionary is open: name it with --model FILE, or in vorlix.ini";
   } else if (finding.rule == &VX302) {
@@ -162,7 +167,8 @@ void Reading::Explain(Finding& finding, std::string_view message) const {
     if (const std::string_view near = Nearest(FirstQuoted(message), handles); !near.empty())
       finding.remedy = "did you mean " + std::string(near) + "?";
   } else if (finding.rule == &VX502 || finding.rule == &VX504 || finding.rule == &VX506) {
-    finding.remedy = "write " + std::string(FirstQuoted(message)) + " (--fix does)";
+    finding.instead = FirstQuoted(message);
+    finding.remedy = "write " + *finding.instead + " (--fix does)";
   }
   ExplainInherited(finding);
 }
@@ -278,6 +284,12 @@ const Findings* Models::FileOf(std::string_view model, size_t& section) const {
     if ((*file)->opens && section != Layout::NO_SECTION) return file->get();
   }
   return nullptr;
+}
+
+std::vector<const Findings*> Models::Files() const {
+  std::vector<const Findings*> all;
+  for (const auto& file : files_) all.push_back(file.get());
+  return all;
 }
 
 std::vector<std::string_view> Models::Names() const {

@@ -27,6 +27,8 @@ class Models {
   /// The file and the section of the model of this name; null for none. Borrowed.
   const Findings* FileOf(std::string_view model, size_t& section) const;
   std::vector<std::string_view> Names() const;
+  /// All of them, in the order in which they were opened.
+  std::vector<const Findings*> Files() const;
 
  private:
   std::vector<std::unique_ptr<Findings>> files_;

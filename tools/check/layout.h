@@ -62,6 +62,8 @@ class Layout {
 
   const std::string& Text() const { return *text_; }
   size_t LineCount() const { return starts_.size(); }
+  /// Where a line starts, in bytes.
+  size_t Start(size_t line) const { return starts_.at(line); }
   /// A line without its end.
   std::string_view Line(size_t line) const;
   /// The line in which the byte at `offset` stands.

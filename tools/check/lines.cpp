@@ -9,7 +9,7 @@ namespace {
 
 void CheckBytes(Findings& findings) {
   const std::string_view all = findings.layout.Text();
-  if (all.starts_with("\xef\xbb\xbf")) Note(findings, VX604, {0, 0, 3});
+  if (all.starts_with("\xef\xbb\xbf")) Note(findings, VX604, {0, 0, 3}).instead = "";
   if (all.starts_with("\xff\xfe") || all.starts_with("\xfe\xff")) Note(findings, VX605, {0, 0, 2});
   if (all.find('\n') == std::string_view::npos && all.find('\r') != std::string_view::npos) Note(findings, VX606, {});
 }

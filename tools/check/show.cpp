@@ -11,6 +11,7 @@
 #include "dll/shared/numfmt.h"
 #include "dll/shared/textfmt.h"
 #include "tools/check/checker.h"
+#include "tools/check/field.h"
 #include "tools/check/report.h"
 #include "tools/files.h"
 #include "tools/nearest.h"
@@ -19,8 +20,6 @@
 
 namespace vorlix::tool {
 namespace {
-
-constexpr int DEEPEST = 16;  // models in a row
 
 // ---- Which field ----------------------------------------------------------------------------------------------------
 
@@ -48,22 +47,6 @@ size_t RequireField(const Layout& layout, const std::string& wanted) {
 
 // ---- Where an attribute comes from ----------------------------------------------------------------------------------
 
-struct Source {
-  const Findings* file = nullptr;  // null: no file has it
-  const LayoutEntry* entry = nullptr;
-};
-
-// The field's own line, or that of the nearest model.
-Source FindSource(const Findings& own, size_t section, std::string_view attribute, const Models& models) {
-  const Findings* file = &own;
-  for (int depth = 0; file != nullptr && depth < DEEPEST; ++depth) {
-    if (const LayoutEntry* const entry = file->layout.FindEntry(section, attribute)) return {file, entry};
-    const LayoutEntry* const model = file->layout.FindEntry(section, "MODEL");
-    file = model != nullptr ? models.FileOf(model->Value(), section) : nullptr;
-  }
-  return {};
-}
-
 std::string SourceText(const Source& source) {
   if (source.entry == nullptr) return "default";
   return source.file->file + ':' + std::to_string(source.entry->line + 1) + ": " +
@@ -71,14 +54,9 @@ std::string SourceText(const Source& source) {
 }
 
 void PrintAttributes(const Findings& findings, size_t section, const Object& object, const Models& models) {
-  AttrText attribute;
-  for (int32_t row = 0; ObGetIdx(object, row, attribute); ++row) {
-    const Source source = FindSource(findings, section, attribute.item.View(), models);
-    const bool is_plain = attribute.value.empty() || attribute.value.View() == "0";
-    if (source.entry == nullptr && is_plain) continue;
-    std::printf("  %-8s %-24s %s\n", attribute.item.CStr(), Printable(attribute.value.View()).c_str(),
-                Dim(SourceText(source)).c_str());
-  }
+  for (const ShownAttribute& attribute : ListAttributes(findings, section, object, models))
+    std::printf("  %-8s %-24s %s\n", attribute.name.c_str(), Printable(attribute.value).c_str(),
+                Dim(SourceText(attribute.source)).c_str());
 }
 
 // ---- What it shows and takes ----------------------------------------------------------------------------------------

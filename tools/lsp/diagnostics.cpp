@@ -1,0 +1,89 @@
+// Findings, and what puts them right.
+#include <algorithm>
+
+#include "tools/check/report.h"
+#include "tools/lsp/features.h"
+
+namespace vorlix::tool {
+namespace {
+
+// Numbers of the protocol.
+constexpr int SEVERITY_ERROR = 1;
+constexpr int SEVERITY_WARNING = 2;
+
+Json JsonOf(const Analysis& analysis, const Related& related, const Models& models) {
+  Range range = {{related.span.line, 0}, {related.span.line, 0}};
+  if (related.file == analysis.judged.findings.file) range = analysis.RangeOf(related.span);
+  for (const Findings* const file : models.Files())
+    if (file->file == related.file) range = RangeIn(*file, related.span);
+  return {{"location", {{"uri", UriOfPath(related.file)}, {"range", tool::JsonOf(range)}}}, {"message", related.text}};
+}
+
+Json JsonOf(const Analysis& analysis, const Finding& finding, const Models& models) {
+  const auto decoded = [&](const std::string& text) { return Decode(text, analysis.encoding); };
+  const bool is_error = finding.rule->severity == Severity::Error;
+  Json json = {{"range", tool::JsonOf(analysis.RangeOf(finding.span))},
+               {"severity", is_error ? SEVERITY_ERROR : SEVERITY_WARNING},
+               {"code", finding.rule->code},
+               {"source", "vorlix"},
+               {"message", decoded(finding.text) + '\n' + decoded(RemedyOf(finding))}};
+  for (const Related& related : finding.related)
+    json["relatedInformation"].push_back(JsonOf(analysis, related, models));
+  return json;
+}
+
+Json Edit(const Document& document, const Range& range, const std::string& text) {
+  const Json change = {{"range", JsonOf(range)}, {"newText", text}};
+  return {{"changes", {{document.uri, Json::array({change})}}}};
+}
+
+// A comment above the line switches the finding off there.
+Json Ignoring(const Document& document, const Analysis& analysis, const Finding& finding) {
+  const Position start = {analysis.RangeOf(finding.span).start.line, 0};
+  const std::string code(finding.rule->code);
+  return {{"title", "Ignore " + code + " here"},
+          {"kind", "quickfix"},
+          {"edit", Edit(document, {start, start}, "; vorlix: ignore " + code + '\n')}};
+}
+
+Json Replacing(const Document& document, const Analysis& analysis, const Finding& finding, const Models& models) {
+  const std::string text = Decode(*finding.instead, analysis.encoding);
+  return {{"title", text.empty() ? "Remove it" : "Write " + text},
+          {"kind", "quickfix"},
+          {"isPreferred", true},
+          {"diagnostics", Json::array({JsonOf(analysis, finding, models)})},
+          {"edit", Edit(document, analysis.RangeOf(finding.span), text)}};
+}
+
+}  // namespace
+
+Json Diagnostics(Workspace& workspace, const Document& document) {
+  Json list = Json::array();
+  const Analysis& analysis = workspace.Analyse(document);
+  if (!analysis.failure.empty())
+    list.push_back({{"range", JsonOf(Range())},
+                    {"severity", SEVERITY_ERROR},
+                    {"source", "vorlix"},
+                    {"message", analysis.failure}});
+  for (const Finding& finding : analysis.judged.findings.list)
+    list.push_back(JsonOf(analysis, finding, workspace.OpenModels()));
+  return {{"uri", document.uri}, {"version", document.version}, {"diagnostics", list}};
+}
+
+// What stands in another file is put right there.
+Json OfferFixes(Workspace& workspace, const Json& params) {
+  const Document* const document = DocumentOf(workspace, params);
+  if (document == nullptr) return nullptr;
+  const Range range = RangeFrom(params.at("range"));
+  const Analysis& analysis = workspace.Analyse(*document);
+  Json actions = Json::array();
+  for (const Finding& finding : analysis.judged.findings.list) {
+    if (!analysis.RangeOf(finding.span).Touches(range)) continue;
+    if (finding.instead && finding.related.empty())
+      actions.push_back(Replacing(*document, analysis, finding, workspace.OpenModels()));
+    if (finding.rule->severity == Severity::Warning) actions.push_back(Ignoring(*document, analysis, finding));
+  }
+  return actions;
+}
+
+}  // namespace vorlix::tool

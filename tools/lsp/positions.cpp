@@ -1,0 +1,89 @@
+#include "tools/lsp/positions.h"
+
+#include <algorithm>
+
+#include "tools/quoting.h"
+
+namespace vorlix::tool {
+namespace {
+
+bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xc0U) == 0x80; }
+
+// Units of UTF-16 of the character whose first byte this is; those beyond U+FFFF, of four bytes, have two.
+size_t UnitsOf(char lead) { return IsContinuation(lead) ? 0 : static_cast<unsigned char>(lead) >= 0xf0 ? 2 : 1; }
+
+}  // namespace
+
+Positions::Positions(std::string_view text, TextEncoding encoding) : text_(text), encoding_(encoding), starts_({0}) {
+  for (size_t at = 0; at < text.size(); ++at) {
+    const bool is_half = text[at] == '\r' && at + 1 < text.size() && text[at + 1] == '\n';
+    if ((text[at] == '\n' || text[at] == '\r') && !is_half) starts_.push_back(at + 1);
+  }
+}
+
+std::string_view Positions::LineAt(size_t line) const {
+  const size_t end = line + 1 < starts_.size() ? starts_[line + 1] : text_.size();
+  std::string_view whole = text_.substr(starts_[line], end - starts_[line]);
+  while (whole.ends_with('\n') || whole.ends_with('\r')) whole.remove_suffix(1);
+  return whole;
+}
+
+Position Positions::At(size_t offset) const {
+  offset = std::min(offset, text_.size());
+  const auto behind = std::ranges::upper_bound(starts_, offset);
+  const auto line = static_cast<size_t>(behind - starts_.begin()) - 1;
+  const std::string_view before = text_.substr(starts_[line], offset - starts_[line]);
+  if (encoding_ == TextEncoding::Latin1) return {line, before.size()};
+  size_t units = 0;
+  for (const char c : before) units += UnitsOf(c);
+  return {line, units};
+}
+
+size_t Positions::OffsetOf(const Position& position) const {
+  if (position.line >= starts_.size()) return text_.size();
+  const std::string_view line = LineAt(position.line);
+  size_t at = 0;
+  if (encoding_ == TextEncoding::Latin1) {
+    at = std::min(position.character, line.size());
+  } else {
+    for (size_t units = 0; at < line.size() && (units < position.character || IsContinuation(line[at])); ++at)
+      units += UnitsOf(line[at]);
+  }
+  return starts_[position.line] + at;
+}
+
+TextEncoding EncodingOfText(std::string_view text) { return IsUtf8(text) ? TextEncoding::Utf8 : TextEncoding::Latin1; }
+
+std::string Encode(const std::string& text, TextEncoding& encoding) {
+  if (encoding == TextEncoding::Utf8) return text;
+  std::string encoded;
+  for (size_t at = 0; at < text.size(); ++at) {
+    const auto lead = static_cast<unsigned char>(text[at]);
+    if (lead < 0x80) {
+      encoded += text[at];
+    } else if (lead <= 0xc3 && at + 1 < text.size()) {
+      encoded += static_cast<char>(lead << 6 | (static_cast<unsigned char>(text[++at]) & 0x3fU));
+    } else {
+      encoding = TextEncoding::Utf8;
+      return text;
+    }
+  }
+  return encoded;
+}
+
+std::string Decode(std::string_view text, TextEncoding encoding) {
+  if (encoding == TextEncoding::Utf8) return std::string(text);
+  std::string decoded;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80) {
+      decoded += c;
+    } else {
+      decoded += static_cast<char>(0xc0 | byte >> 6);
+      decoded += static_cast<char>(0x80 | (byte & 0x3f));
+    }
+  }
+  return decoded;
+}
+
+}  // namespace vorlix::tool

@@ -1,0 +1,52 @@
+// Places in a text as editors have them: lines, which end in \n, \r\n or \r, and in them units of UTF-16.
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vorlix::tool {
+
+struct Position {
+  size_t line = 0;
+  size_t character = 0;
+
+  auto operator<=>(const Position&) const = default;
+};
+
+struct Range {
+  Position start;
+  Position end;
+
+  bool Touches(const Range& other) const { return start <= other.end && other.start <= end; }
+};
+
+enum class TextEncoding { Utf8, Latin1 };
+
+/// Borrows the text.
+class Positions {
+ public:
+  Positions(std::string_view text, TextEncoding encoding);
+
+  Position At(size_t offset) const;
+  /// The byte at a place; what lies beyond the end of a line or of the text is that end.
+  size_t OffsetOf(const Position& position) const;
+
+ private:
+  std::string_view LineAt(size_t line) const;
+
+  std::string_view text_;
+  TextEncoding encoding_;
+  std::vector<size_t> starts_;  // of lines
+};
+
+/// Valid UTF-8 is that, any other text ISO 8859-1.
+TextEncoding EncodingOfText(std::string_view text);
+
+/// A text in UTF-8 in that encoding, and back. Characters that ISO 8859-1 does not have leave it in UTF-8.
+std::string Encode(const std::string& text, TextEncoding& encoding);
+std::string Decode(std::string_view text, TextEncoding encoding);
+
+}  // namespace vorlix::tool

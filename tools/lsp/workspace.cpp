@@ -1,0 +1,181 @@
+#include "tools/lsp/workspace.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <filesystem>
+
+#include "tools/failure.h"
+#include "tools/files.h"
+
+namespace vorlix::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view SCHEME = "file://";
+
+Range RangeAt(const Positions& positions, const Layout& layout, const Span& span) {
+  if (span.line >= layout.LineCount()) return {positions.At(SIZE_MAX), positions.At(SIZE_MAX)};
+  const size_t start = layout.Start(span.line);
+  return {positions.At(start + span.begin), positions.At(start + span.end)};
+}
+
+// Whether a file is one of the models that another one is checked with.
+bool IsAmong(const std::vector<std::string>& paths, const std::string& file) {
+  std::error_code ignored;
+  return std::ranges::any_of(paths, [&](const std::string& path) { return fs::equivalent(path, file, ignored); });
+}
+
+TextEncoding EncodingOfFile(const std::string& path) {
+  try {
+    return path == "-" ? TextEncoding::Utf8 : EncodingOfText(ReadFile(path));
+  } catch (const ToolError&) {
+    return TextEncoding::Utf8;  // it is not there yet
+  }
+}
+
+}  // namespace
+
+Range Analysis::RangeOf(const Span& span) const { return RangeAt(*positions, Text(), span); }
+
+Range RangeIn(const Findings& file, const Span& span) {
+  const std::string& text = file.layout.Text();
+  return RangeAt(Positions(text, EncodingOfText(text)), file.layout, span);
+}
+
+Workspace::Workspace(CheckOptions options)
+    : checker_([&] {
+        options.read = [this](const std::string& path) { return TextOf(path); };
+        return std::move(options);
+      }()) {}
+
+void Workspace::Open(const std::string& uri, std::string text, int version) {
+  Document document{uri, PathOfUri(uri), std::move(text), version};
+  document.encoding = EncodingOfFile(document.path);
+  NoteChange(documents_.insert_or_assign(uri, std::move(document)).first->second);
+}
+
+bool Workspace::Change(const std::string& uri, const std::optional<Range>& range, const std::string& text) {
+  const auto found = documents_.find(uri);
+  if (found == documents_.end()) return false;
+  Document& document = found->second;
+  if (range) {
+    const Positions positions(document.text, TextEncoding::Utf8);
+    const size_t begin = positions.OffsetOf(range->start);
+    const size_t end = std::max(begin, positions.OffsetOf(range->end));
+    document.text.replace(begin, end - begin, text);
+  } else {
+    document.text = text;
+  }
+  NoteChange(document);
+  return true;
+}
+
+void Workspace::SetVersion(const std::string& uri, int version) {
+  const auto found = documents_.find(uri);
+  if (found != documents_.end()) found->second.version = version;
+}
+
+void Workspace::Close(const std::string& uri) {
+  const auto found = documents_.find(uri);
+  if (found == documents_.end()) return;
+  NoteChange(found->second);
+  documents_.erase(found);
+}
+
+void Workspace::Refresh() {
+  checker_.ForgetModels();
+  analysed_ = nullptr;
+  for (auto& [uri, document] : documents_) document.is_new = true;
+}
+
+// A change of a model is one of all that inherit from it.
+void Workspace::NoteChange(Document& document) {
+  document.is_new = true;
+  analysed_ = nullptr;
+  if (document.path == "-") return;
+  if (IsAmong(checker_.ModelPaths(), document.path)) checker_.ForgetModels();
+  for (auto& [uri, other] : documents_) other.is_new = other.is_new || IsAmong(other.models, document.path);
+}
+
+const Document* Workspace::Find(const std::string& uri) const {
+  const auto found = documents_.find(uri);
+  return found != documents_.end() ? &found->second : nullptr;
+}
+
+const Document* Workspace::FindByPath(const std::string& path) const {
+  std::error_code ignored;
+  for (const auto& [uri, document] : documents_)
+    if (document.path == path || (document.path != "-" && fs::equivalent(document.path, path, ignored)))
+      return &document;
+  return nullptr;
+}
+
+std::vector<const Document*> Workspace::Documents() const {
+  std::vector<const Document*> all;
+  for (const auto& [uri, document] : documents_) all.push_back(&document);
+  return all;
+}
+
+std::vector<const Document*> Workspace::TakeNew() {
+  std::vector<const Document*> taken;
+  for (auto& [uri, document] : documents_)
+    if (std::exchange(document.is_new, false)) taken.push_back(&document);
+  return taken;
+}
+
+const Analysis& Workspace::Analyse(const Document& document) {
+  if (analysed_ == &document) return *analysis_;
+  TextEncoding encoding = document.encoding;
+  const std::string text = Encode(document.text, encoding);
+  try {
+    analysis_ = Analysis{checker_.Check(document.path, &text), encoding};
+  } catch (const ToolError& error) {
+    analysis_ = Analysis{{{document.path, Layout(text)}, nullptr}, encoding};
+    analysis_->failure = error.what();
+  }
+  analysis_->positions = std::make_unique<Positions>(analysis_->Text().Text(), encoding);
+  analysed_ = &document;
+  documents_.at(document.uri).models = checker_.ModelPaths();
+  return *analysis_;
+}
+
+std::string Workspace::TextOf(const std::string& path) const {
+  const Document* const document = FindByPath(path);
+  if (document == nullptr) return ReadFile(path);
+  TextEncoding encoding = document->encoding;
+  return Encode(document->text, encoding);
+}
+
+std::string PathOfUri(const std::string& uri) {
+  if (!uri.starts_with(SCHEME)) return "-";
+  const size_t begin = uri.find('/', SCHEME.size());  // behind the name of a host
+  std::string path;
+  for (size_t at = begin; at < uri.size(); ++at) {
+    unsigned byte = 0;
+    const char* const digits = uri.data() + at + 1;
+    const bool is_escape =
+        uri[at] == '%' && at + 2 < uri.size() && std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2;
+    path += is_escape ? static_cast<char>(byte) : uri[at];
+    if (is_escape) at += 2;
+  }
+  return path.empty() || path.find('\0') != std::string::npos ? "-" : path;
+}
+
+std::string UriOfPath(const std::string& path) {
+  constexpr std::string_view PLAIN = "/-._~";
+  constexpr std::string_view DIGITS = "0123456789ABCDEF";
+  std::error_code ignored;
+  std::string uri(SCHEME);
+  for (const char c : fs::absolute(path, ignored).lexically_normal().string()) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80 && (std::isalnum(byte) != 0 || PLAIN.find(c) != std::string_view::npos))
+      uri += c;
+    else
+      (uri += '%') += {DIGITS[byte >> 4], DIGITS[byte & 15]};
+  }
+  return uri;
+}
+
+}  // namespace vorlix::tool
