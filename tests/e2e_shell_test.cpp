@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -35,6 +36,7 @@ class AtTerminal : public testing::Test {
   // Types the keys, and reads until what appears has the text in it, and behind a line the next prompt: what is typed
   // before that is not the editor's. False when it does not come within some seconds.
   bool Shows(const std::string& keys, const std::string& wanted, bool ends = true) {
+    if (keys == "\x04") AwaitEditor();
     EXPECT_EQ(write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     shown_.clear();
     const bool is_line = ends && (keys.ends_with('\r') || keys.ends_with('\x03'));
@@ -61,6 +63,12 @@ class AtTerminal : public testing::Test {
   ScratchDirectory scratch_;
 
  private:
+  // Ctrl-D is lost when it is typed between the prompt and the editor's own mode.
+  void AwaitEditor() const {
+    termios mode{};
+    for (int k = 0; k < 500 && tcgetattr(terminal_, &mode) == 0 && (mode.c_lflag & ICANON) != 0; ++k) usleep(10'000);
+  }
+
   bool ReadMore() {
     char text[4096];
     pollfd input = {terminal_, POLLIN, 0};
