@@ -14,22 +14,27 @@ size_t UnitsOf(char lead) { return IsContinuation(lead) ? 0 : static_cast<unsign
 
 }  // namespace
 
-Positions::Positions(std::string_view text, TextEncoding encoding) : text_(text), encoding_(encoding), starts_({0}) {
-  for (size_t at = 0; at < text.size(); ++at) {
-    const bool is_half = text[at] == '\r' && at + 1 < text.size() && text[at + 1] == '\n';
-    if ((text[at] == '\n' || text[at] == '\r') && !is_half) starts_.push_back(at + 1);
+// Looks for lines as far as `enough` says, which is asked about the start of the last one.
+template <class Enough>
+void Positions::FindLines(Enough enough) const {
+  for (; looked_at_ < text_.size() && !enough(starts_.back()); ++looked_at_) {
+    const char c = text_[looked_at_];
+    const bool is_half = c == '\r' && text_.substr(looked_at_ + 1).starts_with('\n');
+    if ((c == '\n' || c == '\r') && !is_half) starts_.push_back(looked_at_ + 1);
   }
 }
 
 std::string_view Positions::LineAt(size_t line) const {
+  const size_t start = starts_[line];
   const size_t end = line + 1 < starts_.size() ? starts_[line + 1] : text_.size();
-  std::string_view whole = text_.substr(starts_[line], end - starts_[line]);
+  std::string_view whole = text_.substr(start, end - start);
   while (whole.ends_with('\n') || whole.ends_with('\r')) whole.remove_suffix(1);
   return whole;
 }
 
 Position Positions::At(size_t offset) const {
   offset = std::min(offset, text_.size());
+  FindLines([=](size_t start) { return start > offset; });
   const auto behind = std::ranges::upper_bound(starts_, offset);
   const auto line = static_cast<size_t>(behind - starts_.begin()) - 1;
   const std::string_view before = text_.substr(starts_[line], offset - starts_[line]);
@@ -40,6 +45,7 @@ Position Positions::At(size_t offset) const {
 }
 
 size_t Positions::OffsetOf(const Position& position) const {
+  FindLines([&](size_t) { return starts_.size() > position.line + 1; });
   if (position.line >= starts_.size()) return text_.size();
   const std::string_view line = LineAt(position.line);
   size_t at = 0;
@@ -62,7 +68,7 @@ std::string Encode(const std::string& text, TextEncoding& encoding) {
     if (lead < 0x80) {
       encoded += text[at];
     } else if (lead <= 0xc3 && at + 1 < text.size()) {
-      encoded += static_cast<char>(lead << 6 | (static_cast<unsigned char>(text[++at]) & 0x3fU));
+      encoded += static_cast<char>((lead & 3U) << 6 | (static_cast<unsigned char>(text[++at]) & 0x3fU));
     } else {
       encoding = TextEncoding::Utf8;
       return text;

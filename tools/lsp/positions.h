@@ -25,21 +25,24 @@ struct Range {
 
 enum class TextEncoding { Utf8, Latin1 };
 
-/// Borrows the text.
+/// Borrows the text, and looks for its lines as far as it is asked.
 class Positions {
  public:
-  Positions(std::string_view text, TextEncoding encoding);
+  Positions(std::string_view text, TextEncoding encoding) : text_(text), encoding_(encoding) {}
 
   Position At(size_t offset) const;
   /// The byte at a place; what lies beyond the end of a line or of the text is that end.
   size_t OffsetOf(const Position& position) const;
 
  private:
+  template <class Enough>
+  void FindLines(Enough enough) const;
   std::string_view LineAt(size_t line) const;
 
   std::string_view text_;
   TextEncoding encoding_;
-  std::vector<size_t> starts_;  // of lines
+  mutable std::vector<size_t> starts_ = {0};  // of lines, those that were found
+  mutable size_t looked_at_ = 0;              // bytes
 };
 
 /// Valid UTF-8 is that, any other text ISO 8859-1.

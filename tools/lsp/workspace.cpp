@@ -128,7 +128,8 @@ std::vector<const Document*> Workspace::TakeNew() {
 const Analysis& Workspace::Analyse(const Document& document) {
   if (analysed_ == &document) return *analysis_;
   TextEncoding encoding = document.encoding;
-  const std::string text = Encode(document.text, encoding);
+  const std::string encoded = encoding == TextEncoding::Latin1 ? Encode(document.text, encoding) : "";
+  const std::string& text = encoding == TextEncoding::Latin1 ? encoded : document.text;
   try {
     analysis_ = Analysis{checker_.Check(document.path, &text), encoding};
   } catch (const ToolError& error) {
