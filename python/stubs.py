@@ -49,6 +49,7 @@ class Function:
 class Result(tuple[Any, ...]):
     code: int
     def _asdict(self) -> dict[str, Any]: ...
+    def meaning(self, name: str = "code") -> str: ...
 '''
 
 

@@ -16,8 +16,8 @@ mypy --strict --cache-dir=/dev/null python/vorlix python/stubs.py || fail=1
 "$PYTHON" -m doctest docs/python.md || fail=1
 
 read -r -d '' form <<'END' || true
-name (T, 30): umsatz (N, 12):   a character is not allowed
-umsatz (N, 12): limit (N, 9):   that is out of range
+name (T, 30): umsatz (N, 12):   a character that is not allowed, which out holds, or a wrong pvalid
+umsatz (N, 12): limit (N, 9):   below pmin or above pmax
 limit (N, 9): kunde_seit (D, 10): name        [Meier]
 umsatz      [     1234.50]
 limit       [   500.00]

@@ -123,6 +123,17 @@ class BadUse(unittest.TestCase):
                 (ValueError, "segment", lambda: server.v_Set("a", "x" * 2_000_000)),
                 (ValueError, "", lambda: server.dict_Update("D", {"1x": 1})),
                 (TypeError, "an item is", lambda: server.dict_Update("D", {"x": object()})),
+                (TypeError, "name of an item", lambda: server.dict_Update("D", {1: "x"})),  # type: ignore[dict-item]
+                (ValueError, "no item", lambda: server.dict_Update("D", {"a\0b": 1})),
+                (ValueError, "cannot be nan", lambda: server.dict_Update("D", {"x": float("nan")})),
+                (ValueError, "E\\+999999", lambda: server.fmt_Num(Decimal("1E+999999999"), 1, 1, "")),
+                (TypeError, "room", lambda: server.v_Get("a", room="x")),  # type: ignore[arg-type]
+                (OverflowError, "room", lambda: server.v_Get("a", room=2**32 + 80)),
+                (ValueError, "no text 'valeu'", lambda: server.v_Get("a", room={"valeu": 2})),
+                (TypeError, "timeout", lambda: start(timeout="x")),
+                (ValueError, "timeout", lambda: start(timeout=-1)),
+                (ValueError, "segment_size", lambda: start(segment_size=1)),
+                (ValueError, "environment", lambda: start(environment={"A=B": "c"})),
                 (AttributeError, "no function 'nosuch'", lambda: server.call("nosuch")),
                 (TypeError, "takes 1 argument", lambda: server.call("v_Get")),
             ]
@@ -136,6 +147,15 @@ class BadUse(unittest.TestCase):
         server.close()
         with self.assertRaises(vorlix.NoServerError):
             vorlix.Server(program="/nosuch")
+
+    def test_fields_of_two_dialogs_at_once(self) -> None:
+        with start() as server:
+            server.dict_OpenModel("MUSTER", str(EXAMPLES / "dict/muster.dic"))
+            server.dict_Open("KUNDEN", str(EXAMPLES / "dict/kunden.dic"), 1)
+            pairs = zip(server.fields("D01KUNDE"), server.fields("D01ANSCHRIFT"))
+            self.assertEqual([(a["fld"], b["fld"]) for a, b in pairs][1:], [("umsatz", "plz"), ("limit", "ort")])
+            box = server.dict_Get("D01KUNDE", "gesperrt").xbuf
+            self.assertRaisesRegex(ValueError, "nobody types into", server.scan, box, "1")
 
     def test_left_open(self) -> None:
         with warnings.catch_warnings(record=True) as caught:
@@ -168,6 +188,62 @@ class BadUse(unittest.TestCase):
 
 
 class Threads(unittest.TestCase):
+    def test_interrupts_at_any_moment(self) -> None:
+        def interrupt(*_: Any) -> None:
+            raise KeyboardInterrupt
+
+        before = signal.signal(signal.SIGALRM, interrupt)
+        self.addCleanup(signal.signal, signal.SIGALRM, before)
+        server = start()
+        for round in range(400):
+            try:
+                signal.setitimer(signal.ITIMER_REAL, 0.0001 + round % 20 * 0.00004)
+                while True:
+                    server.v_Set("round", str(round))
+            except KeyboardInterrupt:
+                self.assertEqual(server.v_Set("round", "end").code, 0)
+        server.close()
+        for round in range(60):  # as it starts
+            try:
+                signal.setitimer(signal.ITIMER_REAL, 0.0002 + round % 20 * 0.0001)
+                start().close()
+            except KeyboardInterrupt:
+                continue
+            finally:
+                signal.setitimer(signal.ITIMER_REAL, 0)
+        gc.collect()
+        time.sleep(0.1)
+        self.assertNotIn("vorlix.dll", subprocess.run(["ps", "--ppid", str(os.getpid())], capture_output=True, text=True).stdout)
+
+    def test_close_meets_another_thread(self) -> None:
+        def use(server: vorlix.Server) -> None:
+            while not server.closed:
+                try:
+                    server.pid
+                    server.fetch()
+                except (vorlix.Error, ValueError):
+                    continue
+
+        for _ in range(6):
+            server = start()
+            thread = threading.Thread(target=use, args=(server,))
+            thread.start()
+            while not server.closed:
+                try:
+                    server.close()
+                except vorlix.BusyError:
+                    continue
+            thread.join()
+
+    def test_a_child_lets_go(self) -> None:
+        with start() as server:
+            child = os.fork()
+            if child == 0:
+                server.close()
+                os._exit(0)
+            os.waitpid(child, 0)
+            self.assertEqual(server.v_Set("a", "b").code, 0)
+
     def test_a_server_each(self) -> None:
         failures = []
 

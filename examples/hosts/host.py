@@ -5,15 +5,17 @@ From the root of the project:  python3 examples/hosts/host.py
 
 import vorlix
 
-REASONS = {1: "that is not one", 2: "that is out of range", 3: "a character is not allowed"}
-
 
 def ask(server, field):
     while True:
-        result = server.scan(field, input(f"{field['fld']} ({field['typ']}, {field['len']}): "))
-        if result.rc <= 0:
+        try:
+            result = server.scan(field, input(f"{field['fld']} ({field['typ']}, {field['len']}): "))
+        except ValueError as error:  # a character that the server's encoding does not have
+            print(f"  {error}")
+            continue
+        if result.rc == 0 or (result.rc == -1 and not field["req"]):
             return result.out
-        print(f"  {REASONS[result.rc]}")
+        print(f"  {result.meaning('rc')}")
 
 
 with vorlix.Server() as server:

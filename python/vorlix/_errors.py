@@ -30,6 +30,9 @@ class CallError(Error):
         words = "; ".join(text for text in (meaning, fault) if text)
         super().__init__(f"{function} answered {code}" + (f" ({words})" if words else ""))
 
+    def __reduce__(self) -> tuple[Any, ...]:
+        return type(self), (self.function, self.code, self.arguments, self.meaning, self.fault)
+
 
 class NoServerError(Error, OSError):
     """The server program was not found or cannot be started, or the system has no segment or process left."""

@@ -102,6 +102,7 @@ class Result(tuple[Any, ...]):
     """What a function gave back: its values in order, each also under its name, and the result code."""
 
     code: int
+    _function: str
     _names: tuple[str, ...] = ()
 
     def __repr__(self) -> str:
@@ -112,11 +113,29 @@ class Result(tuple[Any, ...]):
         """The values by name."""
         return dict(zip(self._names, self))
 
+    def meaning(self, name: str = "code") -> str:
+        """What the number of this name means, in words; "" where it only counts. "code" is the result code."""
+        number = self.code if name == "code" else getattr(self, name)
+        if isinstance(number, bool) or not isinstance(number, int):
+            raise TypeError(f"{name} is no number")
+        value = None if name == "code" else name.encode()
+        return (_lib.vorlix_meaning(self._function.encode(), value, number) or b"").decode()
+
+    def __reduce__(self) -> tuple[Any, ...]:
+        return _remake, (self._function, tuple(self), self.code)
+
+
+def _remake(function: str, values: tuple[Any, ...], code: int) -> Result:
+    result = tuple.__new__(RESULT_CLASSES[function], values)
+    result.code = code
+    return result
+
 
 def _result_class(function: Function) -> type[Result]:
     names = tuple(argument.parameter for argument in function.returned)
     members: dict[str, Any] = {name: property(itemgetter(k)) for k, name in enumerate(names)}
-    return type("Result", (Result,), {"_names": names, "__module__": Result.__module__, **members})
+    own = {"_function": function.name, "_names": names, "__module__": Result.__module__}
+    return type("Result", (Result,), {**own, **members})
 
 
 RESULT_CLASSES = {name: _result_class(function) for name, function in FUNCTIONS.items()}

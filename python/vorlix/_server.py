@@ -8,7 +8,6 @@ import threading
 import time
 import warnings
 from collections.abc import Iterator, Mapping
-from contextlib import contextmanager
 from ctypes import byref, c_char_p, c_int32, c_size_t, c_void_p
 from decimal import Decimal
 from types import TracebackType
@@ -21,8 +20,11 @@ _lib = _native.library
 
 # How long a wait in the library lasts before Python can serve signals, in milliseconds.
 _SLICE = 50
+_LEAST_SEGMENT = 4096
 _INT_MIN, _INT_MAX = -(2**31), 2**31 - 1
 
+# Object types of fields to type into.
+_TYPED_INTO = frozenset({"ET", "ST", "OF"})
 _SCANNERS = {"N": "scan_Num", "D": "scan_Date", "Z": "scan_Time", "K": "scan_Week", "M": "scan_Month"}
 
 Room = int | Mapping[str, int] | None
@@ -57,49 +59,74 @@ class Server(Functions):
         encoding: str | None = None,
         capture_stderr: bool = False,
     ) -> None:
-        self._handle: c_void_p | None = None
-        self._turn = threading.Lock()
+        self._handle = c_void_p()
+        self._maker = os.getpid()
+        self._taking = threading.Lock()
+        self._turn = _Turn()
+        self._turn.is_over = True
         changes = dict(environment or {})
         if lang is not None:
             changes.update({"LANG": lang, "ZENDLANG": None, "LC_COLLATE": None, "LC_CTYPE": None})
         self.encoding = encoding or _encoding_of(_language({**os.environ, **changes}))
         self.timeout = timeout
-        handle = c_void_p()
         options = _native.Options(
             ctypes.sizeof(_native.Options),
             os.fsencode(program) if program is not None else None,
             _environment(changes),
-            segment_size,
+            _size(segment_size),
             _milliseconds(timeout),
             capture_stderr,
         )
-        _native.check(_lib.vorlix_start(byref(options), byref(handle)))
-        self._handle = handle
+        try:
+            _native.check(_lib.vorlix_start(byref(options), byref(self._handle)))
+            self._pid = int(_lib.vorlix_server_pid(self._handle))
+        except BaseException:
+            self._release()
+            raise
 
     # ---- Its life ---------------------------------------------------------------------------------------------------
 
     def close(self) -> None:
-        """Ends the server. A further call of this does nothing."""
-        handle, self._handle = self._handle, None
-        if handle is not None:
-            _lib.vorlix_end(handle, None, None)
+        """Ends the server. A further call of this does nothing.
+
+        In a child made by fork it only lets go: the server is that of the process that started it, as long as that
+        lives. Raises BusyError while another thread is using the server.
+        """
+        turn = _Turn()
+        try:
+            self._take_turn(turn)
+            self._release()
+        finally:
+            turn.is_over = True
+
+    def _release(self) -> None:
+        handle, self._handle = self._handle, c_void_p()
+        if handle:
+            if self._maker == os.getpid() or not _lives(self._maker):
+                _lib.vorlix_end(handle, None, None)
             _lib.vorlix_server_free(handle)
 
     @property
     def closed(self) -> bool:
-        return self._handle is None
+        return not self._handle
 
     @property
     def pid(self) -> int:
         """The id of the server's process."""
-        return int(_lib.vorlix_server_pid(self._open()))
+        self._open()
+        return self._pid
 
     def take_stderr(self) -> str:
         """What the server has written to standard error since the last call of this, where that is captured."""
         text, size = c_void_p(), c_size_t()
-        with self._hold():
+        turn = _Turn()
+        try:
+            self._take_turn(turn)
             _native.check(_lib.vorlix_take_stderr(self._open(), byref(text), byref(size)))
-        return self._decode(_take(text, size))
+            return self._decode(ctypes.string_at(text, size.value) if text else b"")
+        finally:
+            turn.is_over = True
+            _lib.vorlix_free(text)
 
     def __enter__(self) -> Server:
         self._open()
@@ -111,7 +138,7 @@ class Server(Functions):
         self.close()
 
     def __del__(self) -> None:
-        if getattr(self, "_handle", None) is not None:
+        if getattr(self, "_handle", None):
             warnings.warn(f"unclosed {self!r}", ResourceWarning, source=self)
             self.close()
 
@@ -119,7 +146,7 @@ class Server(Functions):
         return f"<vorlix.Server {'closed' if self.closed else self.pid}>"
 
     def _open(self) -> c_void_p:
-        if self._handle is None:
+        if not self._handle:
             raise ValueError("the server is closed")
         return self._handle
 
@@ -144,28 +171,31 @@ class Server(Functions):
     def _call(
         self, function: Function, values: tuple[Any, ...], room: Room, check: bool, raw: bool = False
     ) -> Result:
-        with self._hold():
-            return self._call_held(function, values, room, check, raw)
-
-    # A call waits in several steps; the library keeps other threads out of each step alone.
-    @contextmanager
-    def _hold(self) -> Iterator[None]:
-        if not self._turn.acquire(blocking=False):
-            raise _errors.BusyError("another thread is using this server")
+        turn = _Turn()
         try:
-            yield
+            self._take_turn(turn)
+            return self._call_held(function, values, room, check, raw)
         finally:
-            self._turn.release()
+            turn.is_over = True
+
+    # A call waits in several steps; the library keeps other threads out of each step alone. An interrupt can come
+    # between any two steps of Python: whoever takes a turn ends it by setting is_over, which is one step.
+    def _take_turn(self, turn: _Turn) -> None:
+        with self._taking:
+            if not self._turn.is_over:
+                raise _errors.BusyError("another thread is using this server")
+            self._turn = turn
 
     def _call_held(
         self, function: Function, values: tuple[Any, ...], room: Room, check: bool, raw: bool
     ) -> Result:
+        rooms = _rooms(function, room)
         call = c_void_p()
-        _native.check(_lib.vorlix_call_new(self._open(), function.name.encode(), byref(call)))
         try:
+            _native.check(_lib.vorlix_call_new(self._open(), function.name.encode(), byref(call)))
             given = iter(values)
             for argument in function.arguments:
-                self._put(call, argument, next(given) if argument.is_sent else None, room)
+                self._put(call, argument, next(given) if argument.is_sent else None, rooms)
             code = self._place(call)
             result = tuple.__new__(RESULT_CLASSES[function.name], self._returned(call, function, raw))
             result.code = code
@@ -200,7 +230,7 @@ class Server(Functions):
 
     # ---- Values -----------------------------------------------------------------------------------------------------
 
-    def _put(self, call: c_void_p, argument: Argument, value: Any, room: Room) -> None:
+    def _put(self, call: c_void_p, argument: Argument, value: Any, rooms: Mapping[str, int]) -> None:
         if argument.type == "integer":
             status = _put_integer(call, argument, 0 if value is None and not argument.is_sent else value)
         elif argument.type == "number":
@@ -208,8 +238,8 @@ class Server(Functions):
         else:
             text = self._text(argument, value) if argument.is_sent else b""
             if argument.is_returned:
-                own = room.get(argument.parameter) if isinstance(room, Mapping) else room
-                status = _lib.vorlix_put_bytes_ref(call, text, len(text), max(ROOM, len(text)) if own is None else own)
+                room = rooms.get(argument.parameter, max(ROOM, len(text)))
+                status = _lib.vorlix_put_bytes_ref(call, text, len(text), room)
             else:
                 status = _lib.vorlix_put_bytes(call, text, len(text))
         _native.check(status)
@@ -265,13 +295,13 @@ class Server(Functions):
             index += 1
 
     def fields(self, dialog: str) -> Iterator[_xbuf.Xbuf]:
-        """The fields of a dialog, in the order of its file. All dialogs of a dictionary have one walk."""
+        """The fields of a dialog, in the order of its file, as they are now."""
         self._call(FUNCTIONS["dict_First"], (dialog,), None, True)
-        while True:
-            found = self._call(FUNCTIONS["dict_Next"], (dialog,), None, True)
-            if found[1] != 0:
-                return
-            yield found[0]
+        # All dialogs of a dictionary have one walk in the server, so it is gone to its end.
+        found: list[_xbuf.Xbuf] = []
+        while (step := self._call(FUNCTIONS["dict_Next"], (dialog,), None, True))[1] == 0:
+            found.append(step[0])
+        return iter(found)
 
     def filtered(
         self, dialog: str, values: Mapping[str, Any] | str = "*", filter: str = "format"
@@ -291,14 +321,20 @@ class Server(Functions):
                     return
                 yield field, value
         finally:
-            self._call(FUNCTIONS["dict_FilterFree"], (), None, False)
+            if not self.closed:
+                self._call(FUNCTIONS["dict_FilterFree"], (), None, False)
 
     def scan(self, field: Mapping[str, Any], text: str) -> Result:
         """Reads what was typed into a field, by the attributes that fields() gives of it.
 
-        The result is that of scan_Num, scan_Date and so on, by the field's type; `rc` is 0 for what is accepted, -1 for
-        nothing.
+        The result is that of scan_Num, scan_Date, scan_Time, scan_Week, scan_Month or scan_Text, by the field's type:
+        texts have the accepted one in `out`, the others the value in `result`. `rc` is 0 for what is accepted, -1 for
+        nothing, which a field with `req` 1 does not take; result.meaning("rc") says in words what any other one is, and
+        `out` has the character that is not allowed. Raises ValueError for a field that nobody types into, such as a
+        check box.
         """
+        if field["objtype"] not in _TYPED_INTO:
+            raise ValueError(f"nobody types into a field of the type {field['objtype']}")
         function = FUNCTIONS[_SCANNERS.get(field["typ"], "scan_Text")]
         attributes = {
             "in": text,
@@ -344,27 +380,78 @@ class Server(Functions):
                     return
                 yield tuple(values)
         finally:
-            self._call(FUNCTIONS["ini_Close"], (handle,), None, False)
+            if not self.closed:
+                self._call(FUNCTIONS["ini_Close"], (handle,), None, False)
 
     def fetch(self, room: int = ROOM) -> bytes:
         """The whole large result that waits: that of dict_PackDX, dict_PackBufDX or dll_SetLocale, or after the start."""
         code, text, size = c_int32(), c_void_p(), c_size_t()
-        with self._hold():
-            _native.check(_lib.vorlix_fetch(self._open(), room, byref(code), byref(text), byref(size)))
-        if code.value != 0:
-            meaning = (_lib.vorlix_meaning(b"dll_SendNext", None, code.value) or b"").decode()
-            raise _errors.CallError("dll_SendNext", code.value, {}, meaning, "")
-        return _take(text, size)
+        capacity = _int(room, "room")
+        turn = _Turn()
+        try:
+            self._take_turn(turn)
+            # The library waits for blocks in one go. A server that answers at all is waited for here.
+            self._call_held(FUNCTIONS["dll_Revision"], (), None, True, False)
+            _native.check(_lib.vorlix_fetch(self._open(), capacity, byref(code), byref(text), byref(size)))
+            if code.value != 0:
+                meaning = (_lib.vorlix_meaning(b"dll_SendNext", None, code.value) or b"").decode()
+                raise _errors.CallError("dll_SendNext", code.value, {}, meaning, "")
+            return ctypes.string_at(text, size.value)
+        finally:
+            turn.is_over = True
+            _lib.vorlix_free(text)
+
+
+class _Turn:
+    """A use of a server by one thread."""
+
+    __slots__ = ("is_over",)
+
+    def __init__(self) -> None:
+        self.is_over = False
+
+
+def _rooms(function: Function, room: Room) -> dict[str, int]:
+    """The room of each returned text that has its own. Raises TypeError, ValueError and OverflowError."""
+    if room is None:
+        return {}
+    names = [argument.parameter for argument in function.returned if argument.type == "text"]
+    if not isinstance(room, Mapping):
+        return dict.fromkeys(names, _int(room, "room"))
+    for name in room:
+        if name not in names:
+            raise ValueError(f"{function.name} returns no text {name!r}, but {', '.join(names) or 'none'}")
+    return {name: _int(value, "room") for name, value in room.items()}
+
+
+def _int(value: Any, name: str) -> int:
+    if isinstance(value, bool) or not isinstance(value, int):
+        raise TypeError(f"{name} is an integer, not {type(value).__name__}")
+    if not _INT_MIN <= value <= _INT_MAX:
+        raise OverflowError(f"{name} is an integer of 32 bits, and {value} is none")
+    return int(value)
+
+
+def _size(value: Any) -> int:
+    if _int(value, "segment_size") < _LEAST_SEGMENT:
+        raise ValueError(f"segment_size is {value}; a call needs at least {_LEAST_SEGMENT} bytes")
+    return int(value)
+
+
+def _lives(process: int) -> bool:
+    try:
+        os.kill(process, 0)
+    except ProcessLookupError:
+        return False
+    except PermissionError:
+        pass
+    return True
 
 
 def _put_integer(call: c_void_p, argument: Argument, value: Any) -> int:
-    if isinstance(value, bool) or not isinstance(value, int):
-        if isinstance(value, (float, Decimal)) and not argument.is_returned:
-            return _put_number(call, argument, value)  # the server cuts the decimals
-        if not isinstance(value, bool):
-            raise TypeError(f"{argument.name} is an integer, not {type(value).__name__}")
-    if not _INT_MIN <= value <= _INT_MAX:
-        raise OverflowError(f"{argument.name} is an integer of 32 bits, and {value} is none")
+    if isinstance(value, (float, Decimal)) and not argument.is_returned:
+        return _put_number(call, argument, value)  # the server cuts the decimals
+    value = _int(int(value) if isinstance(value, bool) else value, argument.name)
     put = _lib.vorlix_put_int_ref if argument.is_returned else _lib.vorlix_put_int
     return int(put(call, value))
 
@@ -375,23 +462,22 @@ def _put_number(call: c_void_p, argument: Argument, value: Any) -> int:
         return int((_lib.vorlix_put_double_ref if is_ref else _lib.vorlix_put_double)(call, value))
     if not isinstance(value, (int, Decimal)):
         raise TypeError(f"{argument.name} is a number: int, float or Decimal, not {type(value).__name__}")
-    text = format(value, "f") if isinstance(value, Decimal) and value.is_finite() else str(value)
+    text = str(int(value) if isinstance(value, bool) else value)
     return int((_lib.vorlix_put_real_ref if is_ref else _lib.vorlix_put_real)(call, text.encode()))
 
 
-def _take(text: c_void_p, size: c_size_t) -> bytes:
-    """A result that the caller of the library frees."""
-    try:
-        return ctypes.string_at(text, size.value) if text else b""
-    finally:
-        _lib.vorlix_free(text)
-
-
-def _milliseconds(seconds: float) -> int:
-    return max(1, min(int(seconds * 1000), _INT_MAX))
+def _milliseconds(seconds: Any) -> int:
+    if isinstance(seconds, bool) or not isinstance(seconds, (int, float)):
+        raise TypeError(f"timeout is a number of seconds, not {type(seconds).__name__}")
+    if not seconds > 0:
+        raise ValueError(f"timeout is {seconds}, not above 0")
+    return max(1, int(min(seconds * 1000, _INT_MAX)))
 
 
 def _environment(changes: Mapping[str, str | None]) -> Any:
+    for name, value in changes.items():
+        if not name or "=" in name or "\0" in name or "\0" in (value or ""):
+            raise ValueError(f"no variable of the environment is {name!r} with {value!r}")
     rows = [os.fsencode(name if value is None else f"{name}={value}") for name, value in changes.items()]
     return (c_char_p * (len(rows) + 1))(*rows, None)
 

@@ -16,6 +16,10 @@ _lib = _native.library
 _PREFIXES = ("dict_", "dlg_", "mdf_")
 
 
+# More than the exponents of host reals.
+_MOST_DIGITS = 400
+
+
 class Xbuf(dict[str, Any]):
     """The items of an XBUF by name, in lower case and without the prefixes dict_, dlg_ and mdf_.
 
@@ -89,6 +93,10 @@ def write(items: Mapping[str, Any], encode: Callable[[str], bytes]) -> bytes:
 
 
 def _add(handle: c_void_p, name: str, index: int, value: Any, encode: Callable[[str], bytes]) -> None:
+    if not isinstance(name, str):
+        raise TypeError(f"the name of an item is a str, not {type(name).__name__}")
+    if "\0" in name or not name.isascii():
+        raise ValueError(f"no item has the name {name!r}")
     if isinstance(value, (int, float, Decimal)):
         kind, text = b"N", _plain(value).encode()
     elif isinstance(value, (str, bytes)):
@@ -99,7 +107,10 @@ def _add(handle: c_void_p, name: str, index: int, value: Any, encode: Callable[[
 
 
 def _plain(value: int | float | Decimal) -> str:
-    """A number without an exponent."""
+    """A number without an exponent. Raises ValueError for one that no host real is."""
     if isinstance(value, int):
         return str(int(value))
-    return format(Decimal(repr(value)) if isinstance(value, float) else value, "f")
+    number = Decimal(repr(value)) if isinstance(value, float) else value
+    if not number.is_finite() or not -_MOST_DIGITS < number.adjusted() < _MOST_DIGITS:
+        raise ValueError(f"an item cannot be {value}")
+    return format(number, "f")
