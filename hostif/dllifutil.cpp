@@ -166,13 +166,13 @@ ResultCode PresentedArg::Present(Presentation how, const ArgDesc& desc) {
     case Presentation::IntsOfReals:
       return MakeArray<int32_t>([](const char* at) {
         int32_t value = 0;
-        HostRealToInt(ReadFrom<HostReal>(at), value);
+        static_cast<void>(HostRealToInt(ReadFrom<HostReal>(at), value));  // the value has been replaced
         return value;
       });
     case Presentation::DoublesOfReals:
       return MakeArray<double>([](const char* at) {
         double value = 0.0;
-        HostRealToDouble(ReadFrom<HostReal>(at), value);
+        static_cast<void>(HostRealToDouble(ReadFrom<HostReal>(at), value));
         return value;
       });
     case Presentation::None: break;
@@ -244,7 +244,7 @@ void PresentedArg::WriteBack() const {
     if (how_ == Presentation::Strings) WriteTo(Element(k), StringAt(k).len);
     if (how_ == Presentation::DoublesOfReals) {
       HostReal real;
-      DoubleToHostReal(DoubleAt(k), real);
+      static_cast<void>(DoubleToHostReal(DoubleAt(k), real));
       WriteTo(Element(k), real);
     }
   }

@@ -59,18 +59,18 @@ constexpr std::size_t DescriptorOffset(std::size_t index) {
 }
 
 /// The codes that the call frame itself answers with, and those that all functions share.
-enum ResultCode : int32_t {
-  RESULT_OK = 0,
-  RESULT_NO_MEMORY = 2,
-  RESULT_UNKNOWN_FUNCTION = 7,
-  RESULT_WRONG_CLASS = 8,
-  RESULT_WRONG_COUNT = 9,
-  RESULT_ARRAY_TOO_SHORT = 17,
-  RESULT_TOO_SHORT = 18,  // a String argument is too short for the result
-  RESULT_REFUSED = 19,    // a precondition is not met
-  RESULT_CORRUPT = 204,   // a corrupt buffer or descriptor from the host
-  RESULT_TOO_MANY_ARGS = 606,
-  RESULT_BAD_TYPE = -1,
+enum [[nodiscard]] ResultCode : int32_t{
+    RESULT_OK = 0,
+    RESULT_NO_MEMORY = 2,
+    RESULT_UNKNOWN_FUNCTION = 7,
+    RESULT_WRONG_CLASS = 8,
+    RESULT_WRONG_COUNT = 9,
+    RESULT_ARRAY_TOO_SHORT = 17,
+    RESULT_TOO_SHORT = 18,  // a String argument is too short for the result
+    RESULT_REFUSED = 19,    // a precondition is not met
+    RESULT_CORRUPT = 204,   // a corrupt buffer or descriptor from the host
+    RESULT_TOO_MANY_ARGS = 606,
+    RESULT_BAD_TYPE = -1,
 };
 
 /// How a function declares an argument; the codes stand in the function table.

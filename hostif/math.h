@@ -30,7 +30,7 @@ inline constexpr HostReal REAL_ZERO = {0, REAL_POSITIVE, 0, {}};
 inline constexpr HostReal REAL_LARGEST = {REAL_MAX_EXPONENT, REAL_POSITIVE, 6, {99, 99, 99, 99, 99, 99}};
 
 /// Codes of the conversions. They never end a call: the value is replaced as each conversion says.
-enum MathCode : int32_t { MATH_OK = 0, MATH_INTEGER_RANGE = 20, MATH_REAL_RANGE = 23 };
+enum [[nodiscard]] MathCode : int32_t{MATH_OK = 0, MATH_INTEGER_RANGE = 20, MATH_REAL_RANGE = 23};
 
 /// Rounds to 12 significant decimal digits, half away from zero, and gives the double nearest to that decimal value.
 /// MATH_OK. A value marked invalid ends the process.

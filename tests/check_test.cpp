@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -43,6 +44,27 @@ class CheckTest : public testing::Test {
 };
 
 const std::string HEAD = "[catalog]\nKD=KUNDE\n[kd.a]\nPATH=a\n";
+
+// What the reading of a file says has a finding each, but for what is not about the file, or comes of none.
+TEST(Rules, AreThereForAllMessages) {
+  const std::regex call(R"rx((?:DebugPrint\(TRACE_DICT, [12],|return Fail\()\s*"([^"]*)")rx");
+  const std::regex about(R"(Ob(Set|Check).*|InheritObject.*|OpenDict.*|AddDlgLevel.*)");
+  const std::regex not_of_the_file(".*(heap overflow|cannot set new format|out of phase|missing catalog|note:).*");
+  int count = 0;
+  for (const char* const name : {"dictfile", "dictcheck", "dictattr", "dlglevel"}) {
+    const std::string source = ReadFile(std::string(VORLIX_EXAMPLES) + "/../dll/shared/" + name + ".cpp");
+    for (std::sregex_iterator at(source.begin(), source.end(), call), end; at != end; ++at) {
+      const bool is_reason = (*at)[0].str().starts_with("return");
+      const std::string text = is_reason ? "ObCheck() failed: " + (*at)[1].str() + ", section '%s'" : (*at)[1].str();
+      const std::string message = std::regex_replace(text, std::regex(R"(%(\.\*)?s)"), "x");
+      if (!std::regex_match(message, about) || std::regex_match(message, not_of_the_file)) continue;
+      if (message == "ObCheck() failed: x, section 'x'") continue;  // the reasons stand by themselves
+      EXPECT_NE(RuleOfMessage(message), nullptr) << name << ": " << message;
+      ++count;
+    }
+  }
+  EXPECT_GT(count, 15) << "the pattern does not fit any more";
+}
 
 TEST_F(CheckTest, FindsWhatIsWrongWhereItStands) {
   const std::pair<std::string, std::string> rows[] = {

@@ -72,7 +72,7 @@ TEST(HostReals, TwelveDigitsGoThereAndBack) {
     HostReal real{};
     double back = 0;
     ASSERT_EQ(DoubleToHostReal(value, real), 0) << text;
-    HostRealToDouble(real, back);
+    static_cast<void>(HostRealToDouble(real, back));
     ASSERT_EQ(back, value) << text;
   }
 }
@@ -81,8 +81,9 @@ TEST(HostRealsDeathTest, InvalidValueEndsTheProcess) {
   const HostReal invalid = {1, REAL_INVALID, 1, {1}};
   double real = 0;
   int32_t integer = 0;
-  EXPECT_DEATH(HostRealToDouble(invalid, real), "fatal math error cc #-2\nfile = hostif/math.cpp, line = [0-9]+\n");
-  EXPECT_DEATH(HostRealToInt(invalid, integer), "fatal math error cc #-2\n");
+  EXPECT_DEATH(static_cast<void>(HostRealToDouble(invalid, real)),
+               "fatal math error cc #-2\nfile = hostif/math.cpp, line = [0-9]+\n");
+  EXPECT_DEATH(static_cast<void>(HostRealToInt(invalid, integer)), "fatal math error cc #-2\n");
 }
 
 }  // namespace

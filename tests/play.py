@@ -93,7 +93,7 @@ class Player:
                     continue
                 outs -= 1
             word = given.pop(0)
-            if word.room is not None:
+            if word.room is not None and argument.is_returned:
                 rooms[argument.parameter] = word.room
             if argument.is_sent:
                 sent.append(value_of(argument, word.text))

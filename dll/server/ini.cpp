@@ -26,7 +26,7 @@ int32_t ReadText(const char* function, IniState (*next)(int hdl, char* text, int
   const IniState state = next(hdl, text.data(), SizeFor(buf));
   eof.Set(state);
   if (state == INI_INSIDE) {
-    DllStrFromC(text.data(), buf);
+    static_cast<void>(DllStrFromC(text.data(), buf));
     DebugPrint(TRACE_INI, 3, "%s: buf = \"%s\"", function, text.data());
   }
   DebugPrint(TRACE_INI, 3, "%s: eof = %d", function, state);
@@ -50,7 +50,7 @@ int32_t ini_GetString(zString section, zString entry, zString def, zString fname
   // Unlike the walking calls, this one fills the String to the last character.
   const int size = std::min(val.max, INI_TEXT_SIZE - 1) + 1;
   const int length = std::max(0, IniGetString(section, entry, def, text.data(), size, fname));
-  DllStrFromC({text.data(), static_cast<size_t>(length)}, val);
+  static_cast<void>(DllStrFromC({text.data(), static_cast<size_t>(length)}, val));
   DebugPrint(TRACE_INI, 3, "ini_GetString: \"%*.*s\"", length, length, text.data());
   return RESULT_OK;
 }
@@ -107,8 +107,8 @@ int32_t ini_NextEntry(IntByValue hdl, Out<String> item, Out<String> value, Out<I
   const IniState state = IniNextEntry(hdl, name.data(), SizeFor(item), text.data(), SizeFor(value));
   eof.Set(state);
   if (state == INI_INSIDE) {
-    DllStrFromC(name.data(), item);
-    DllStrFromC(text.data(), value);
+    static_cast<void>(DllStrFromC(name.data(), item));
+    static_cast<void>(DllStrFromC(text.data(), value));
     DebugPrint(TRACE_INI, 3, "ini_NextEntry: item = \"%s\", value = \"%s\"", name.data(), text.data());
   }
   DebugPrint(TRACE_INI, 3, "ini_NextEntry: eof = %d", state);

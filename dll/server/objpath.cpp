@@ -103,7 +103,7 @@ int32_t u_udata(InOut<String> Udata, Out<String> Feldtyp, Out<IntByReference> Fl
   }
   std::string type = parts.At(0);
   std::transform(type.begin(), type.end(), type.begin(), UpperCase);
-  DllStrFromC(type, Feldtyp);  // a type that does not fit stays empty
+  static_cast<void>(DllStrFromC(type, Feldtyp));  // a type that does not fit stays empty
   const char kind = type.empty() ? '\0' : type.front();
   if (kind == 'N') {
     Fld_length.Set(parts.IntAt(1));

@@ -68,12 +68,8 @@ int64_t xunpack_item(std::string_view src, XbufItem& item);
 int64_t xunpack_value(std::string_view src, XbufItem& item);
 
 /// What makes an XBUF corrupt. One that ends where an item or the "$" is due lacks a header.
-enum XbufFault : int32_t {
-  XBUF_SOUND = 0,
-  XBUF_BAD_HEADER = 1,
-  XBUF_HEADER_PAST_END = 2,
-  XBUF_BAD_LENGTH = 3,
-  XBUF_VALUE_PAST_END = 4,
+enum [[nodiscard]] XbufFault : int32_t{
+    XBUF_SOUND = 0, XBUF_BAD_HEADER = 1, XBUF_HEADER_PAST_END = 2, XBUF_BAD_LENGTH = 3, XBUF_VALUE_PAST_END = 4,
 };
 
 /// Walks through the items of a whole XBUF.

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <list>
 #include <memory>
+#include <optional>
 
 #include "dll/base/debug.h"
 #include "dll/base/text.h"
@@ -82,6 +83,12 @@ class Reading : public ReadObserver {
   void OnSectionEnd() override { at_end_ = true; }
   bool Cure(Object& object) override;
 
+  /// What refuses a file has a finding, if nothing else the message that has no rule.
+  void OnRefused() {
+    if (findings_.HasErrors()) return;
+    findings_.list.push_back(unknown_.value_or(Finding{&VX102, {}, std::string(VX102.title), ""}));
+  }
+
   /// From now on messages are about the whole file.
   void OnFileEnd() { is_over_ = at_end_ = true; }
 
@@ -89,10 +96,10 @@ class Reading : public ReadObserver {
   const Layout& Text() const { return findings_.layout; }
 
   static void Take(char category, int level, const char* message) {
-    if (category == TRACE_DICT && (level == 1 || level == 2)) reading->Report(message);
+    if (category == TRACE_DICT && (level == 1 || level == 2)) reading->Report(message, level == 1);
   }
 
-  void Report(std::string_view message);
+  void Report(std::string_view message, bool is_failure);
   void FindPlace();
   Span PlaceOf(const Rule& rule, std::string_view message) const;
   Span EntryOrHeader(size_t section, std::string_view attribute) const;
@@ -107,13 +114,17 @@ class Reading : public ReadObserver {
   size_t line_ = 0;                      // of the message
   size_t section_ = Layout::NO_SECTION;  // that it is about
   const Rule* last_ = nullptr;
+  std::optional<Finding> unknown_;  // the last failure without a rule
 };
 
-void Reading::Report(std::string_view message) {
+void Reading::Report(std::string_view message, bool is_failure) {
   const Rule* const rule = RuleOfMessage(message);
-  if (rule == nullptr) return;
-  last_ = rule;
   FindPlace();
+  if (rule == nullptr) {
+    if (is_failure) unknown_ = Finding{&VX102, {line_, 0, Text().Line(line_).size()}, std::string(message), ""};
+    return;
+  }
+  last_ = rule;
   Finding finding{rule, PlaceOf(*rule, message), std::string(rule->title), ""};
   Explain(finding, message);
   findings_.list.push_back(std::move(finding));
@@ -230,17 +241,16 @@ DictPtr Read(Findings& findings, FileKind kind, const Models& models, const std:
   const FileCode code =
       ReadDictFile(fresh, path, id.c_str(), kind == FileKind::Model ? DICT_MODEL : DICT_ORIGINAL, &looking_on);
   findings.opens = code == FILE_OK;
-  if (fresh.empty()) {
-    if (code == FILE_REFUSED) findings.list.push_back({&VX101, {}, std::string(VX101.title), ""});
-    return nullptr;
+  if (fresh.empty() && code == FILE_REFUSED) findings.list.push_back({&VX101, {}, std::string(VX101.title), ""});
+  const DictPtr dict = fresh.empty() ? nullptr : fresh.front();
+  if (dict != nullptr && kind == FileKind::Dictionary) {
+    looking_on.OnFileEnd();
+    if (AddDlgLevel(dict, 1) == DLG_OK)
+      FreeDlgLevel(1);
+    else
+      findings.opens = false;
   }
-  DictPtr dict = fresh.front();
-  if (kind == FileKind::Model) return dict;
-  looking_on.OnFileEnd();
-  if (AddDlgLevel(dict, 1) == DLG_OK)
-    FreeDlgLevel(1);
-  else
-    findings.opens = false;
+  if (!findings.opens) looking_on.OnRefused();
   return dict;
 }
 
