@@ -53,6 +53,7 @@ struct DllString {
 };
 using String = DllString&;
 
+// The routines that strings come with. The server calls DllStrFromC; the others are there for functions to come.
 int32_t DllStrLen(const DllString& s);
 
 /// Each of these copies a text into a string: RESULT_TOO_SHORT, and nothing changed, when it is longer than `max`, else

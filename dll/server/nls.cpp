@@ -21,7 +21,7 @@ constexpr const char* C_LOCALE = "C";
 
 // What a text of assignments can assign a language to.
 struct AssignmentType {
-  std::string_view name;
+  CText name;
   int category;
 };
 constexpr AssignmentType ASSIGNMENT_TYPES[] = {
@@ -86,7 +86,7 @@ ResultCode ApplyLanguages(LanguageNames names) {
 const char* Assign(std::string_view name, const char* language) {
   const auto* const type = std::ranges::find(ASSIGNMENT_TYPES, name, &AssignmentType::name);
   if (type == std::end(ASSIGNMENT_TYPES)) return "define_locale(): Bad type";
-  DebugPrint(TRACE_NLS, 2, "define_locale(): setlocale(%s,%s)", type->name.data(), language);
+  DebugPrint(TRACE_NLS, 2, "define_locale(): setlocale(%s,%s)", type->name.CStr(), language);
   return std::setlocale(type->category, language) != nullptr ? nullptr : "define_locale(): setlocale() failed";
 }
 

@@ -148,7 +148,7 @@ VarResult VarRealName(const Section& section, VarName& real) {
   const size_t dot = name.find('.');
   if (dot == std::string_view::npos) {
     DebugEntry(TRACE_DICT);
-    DebugPrint(TRACE_DICT, 1, "VarRealName(): invalid section name [%s]", name.data());
+    DebugPrint(TRACE_DICT, 1, "VarRealName(): invalid section name [%s]", section.section.get());
     return VAR_REFUSED;
   }
   real = {name.substr(dot + 1), TypeOf(section.object), 0};

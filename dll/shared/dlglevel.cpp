@@ -73,13 +73,13 @@ bool IsOnTopLevel(std::string_view hdl) {
 // Reports every section without a handle, or with one that is no dialog's on the top level.
 void ReportSections(const Dict& dict) {
   for (const SectionPtr& section : dict.sections) {
-    const std::string_view name = section->section.get();
-    const size_t dot = name.find('.');
+    const CText name(section->section);
+    const size_t dot = name.View().find('.');
     if (dot == std::string_view::npos)
-      DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: missing prefix in section '%s'", name.data());
-    else if (!IsOnTopLevel(name.substr(0, dot)))
+      DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: missing prefix in section '%s'", name.CStr());
+    else if (!IsOnTopLevel(name.View().substr(0, dot)))
       DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: prefix '%.*s' not found in catalog, section '%s'",
-                 static_cast<int>(dot), name.data(), name.data());
+                 static_cast<int>(dot), name.CStr(), name.CStr());
   }
 }
 

@@ -36,7 +36,7 @@ int64_t CSDX_ReadToSep(CsdxReader& reader);
 int64_t CSDX_ReadRevision(CsdxReader& reader, const char* operation);
 
 /// Reads one counted field into a copy of its own. Returns the bytes consumed, 0 for a malformed or unfinished field,
-/// -1 for no memory.
+/// -1 for no memory. The grammar has it for buffers with fields; none that is received now is read by it.
 int64_t CSDX_ReadField(CsdxReader& reader, OwnedText& text);
 
 /// What a receiver has collected of a buffer: its payload, without the header.

@@ -25,7 +25,8 @@ namespace vorlix {
 inline constexpr int64_t XBUF_HEADER_SIZE = 256;
 
 /// The header of a plain value. With a prefix the name is the prefix as it is and `name` in lower case; with a null
-/// prefix it is `name`, its first letter in upper case and the rest in lower case.
+/// prefix it is `name`, its first letter in upper case and the rest in lower case. XbufWriter does
+/// with xpack_elem alone, whose index 0 is the same.
 int64_t xpack_item(char* dst, int64_t room, const char* prefix, std::string_view name, char type);
 
 /// The header of element `index`, which is not negative.
