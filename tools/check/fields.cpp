@@ -13,6 +13,7 @@
 #include "dll/shared/fieldscan.h"
 #include "tools/check/manual.h"
 #include "tools/check/style.h"
+#include "tools/check/typing.h"
 #include "tools/quoting.h"
 
 namespace vorlix::tool {
@@ -166,14 +167,29 @@ class Field {
       Point(VX625, std::string("the VALID set lacks ") + refused);
   }
 
-  // Shows what the field will have to hold.
+  // Shows what the field will have to hold, and types it.
   void CheckRoom() {
-    if (const char* const longest = LongestValue(object_); longest != nullptr && Overflows(object_, longest))
-      Point(VX624);
+    if (const char* const longest = LongestValue(object_); longest != nullptr) {
+      if (Overflows(object_, longest))
+        Point(VX624);
+      else
+        CheckTyping(longest);
+    }
     if (object_.ftyp != FT_N) return;
     for (const double bound : {object_.fmin, object_.fmax})
       if (bound != 0 && !FitsSurely(object_, bound) && Overflows(object_, NumberText(bound)))
         return Point(VX623, NumberText(bound) + " does not fit into " + std::to_string(object_.flen) + " characters");
+  }
+
+  void CheckTyping(const char* value) {
+    FieldBuffer shown;
+    FieldBuffer out;
+    const bool is_typed = object_.objtype == OT_ET || object_.objtype == OT_ST || object_.objtype == OT_OF;
+    if (!is_typed || object_.flen <= 0 || !FmtDisplay(shown, object_, value)) return;
+    const std::string text(shown.View());
+    const ScanCode code = ScanTyped(object_, text, out).code;
+    if (code != SCAN_OK)
+      Point(VX630, "what the field shows, " + text + ", cannot be typed: " + std::string(ScanReason(code)));
   }
 
   void CheckDefault() {

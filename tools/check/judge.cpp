@@ -242,7 +242,7 @@ DictPtr Read(Findings& findings, FileKind kind, const Models& models, const std:
       ReadDictFile(fresh, path, id.c_str(), kind == FileKind::Model ? DICT_MODEL : DICT_ORIGINAL, &looking_on);
   findings.opens = code == FILE_OK;
   if (fresh.empty() && code == FILE_REFUSED) findings.list.push_back({&VX101, {}, std::string(VX101.title), ""});
-  const DictPtr dict = fresh.empty() ? nullptr : fresh.front();
+  DictPtr dict = fresh.empty() ? nullptr : fresh.front();
   if (dict != nullptr && kind == FileKind::Dictionary) {
     looking_on.OnFileEnd();
     if (AddDlgLevel(dict, 1) == DLG_OK)

@@ -4,15 +4,12 @@
 #include <cstdio>
 
 #include "dll/base/text.h"
-#include "dll/field/scancode.h"
-#include "dll/shared/datefmt.h"
 #include "dll/shared/dictattr.h"
 #include "dll/shared/fielddisplay.h"
-#include "dll/shared/numfmt.h"
-#include "dll/shared/textfmt.h"
 #include "tools/check/checker.h"
 #include "tools/check/field.h"
 #include "tools/check/report.h"
+#include "tools/check/typing.h"
 #include "tools/files.h"
 #include "tools/nearest.h"
 #include "tools/paint.h"
@@ -69,70 +66,9 @@ void PrintShown(const Object& object, const std::string& value) {
               is_formatted ? "" : ", as the host has it");
 }
 
-struct Scanned {
-  ScanCode code;
-  std::string stored;
-};
-
-template <class Scan>
-Scanned ScanStored(Scan scan, FieldBuffer& out) {
-  int32_t stored = 0;
-  const ScanCode code = scan(stored, out);
-  return {code, std::to_string(stored)};
-}
-
-Scanned Scan(const Object& object, const std::string& typed, FieldBuffer& out) {
-  const std::string_view type = CText(object.fvtyp);
-  const std::string_view format = CText(object.ffmt);
-  const std::string_view valid = CText(object.valid);
-  switch (object.ftyp) {
-    case FT_N: {
-      double number = 0;
-      const ScanCode code = FldScanNum(number, out, typed, type, object.fprec, object.fmin, object.fmax, valid);
-      return {code, std::string(out.View().empty() ? "0" : out.View())};
-    }
-    case FT_D:
-      return ScanStored(
-          [&](int32_t& to, FieldBuffer& text) { return FldScanDate(to, text, typed, type, format, valid); }, out);
-    case FT_Z:
-      return ScanStored(
-          [&](int32_t& to, FieldBuffer& text) { return FldScanTime(to, text, typed, type, format, valid); }, out);
-    case FT_K:
-      return ScanStored(
-          [&](int32_t& to, FieldBuffer& text) { return FldScanWeek(to, text, typed, type, format, valid); }, out);
-    case FT_M:
-      return ScanStored(
-          [&](int32_t& to, FieldBuffer& text) { return FldScanMonth(to, text, typed, type, format, valid); }, out);
-    default: {
-      const ScanCode code = FldScanText(out, typed, object.flen, format, valid);
-      return {code, Quote(out.View())};
-    }
-  }
-}
-
-std::string_view Reason(ScanCode code) {
-  switch (code) {
-    case SCAN_OK: return "";
-    case SCAN_EMPTY: return "nothing was typed";
-    case SCAN_BAD_CALL: return "the number of decimals is negative or too large";
-    case SCAN_BAD_CHAR: return "a character is not allowed";
-    case SCAN_BLANK_INSIDE: return "a blank stands inside the number";
-    case SCAN_SIGN_POSITION: return "the sign stands in the wrong place";
-    case SCAN_SECOND_POINT: return "there is a second decimal point";
-    case SCAN_DECIMALS: return "the value type has no decimals";
-    case SCAN_BELOW_MODE:
-    case SCAN_ABOVE_MODE: return "the number is out of the range of the value type";
-    case SCAN_BELOW_MIN: return "the number is below FMIN";
-    case SCAN_ABOVE_MAX: return "the number is above FMAX";
-    case SCAN_BAD_DATE: return "it does not go with the format, or is no date or time";
-    case SCAN_LEFT_OVER: return "something stands behind the date or time";
-  }
-  return "";
-}
-
 Status PrintTyped(const Object& object, const std::string& typed) {
   FieldBuffer out;
-  const Scanned scanned = Scan(object, typed, out);
+  const Scanned scanned = ScanTyped(object, typed, out);
   if (scanned.code == SCAN_OK) {
     std::printf("\nTyped %s is stored as %s\n", Quote(typed).c_str(), scanned.stored.c_str());
     return Status::Ok;
@@ -141,7 +77,7 @@ Status PrintTyped(const Object& object, const std::string& typed) {
   if (scanned.code == SCAN_BAD_CHAR && !out.View().empty()) which = ": " + Quote(out.View());
   if (scanned.code == SCAN_BAD_CHAR && object.valid != nullptr)
     which += ", VALID is " + std::string(CText(object.valid).View());
-  std::printf("\nTyped %s is refused: %s%s\n", Quote(typed).c_str(), std::string(Reason(scanned.code)).c_str(),
+  std::printf("\nTyped %s is refused: %s%s\n", Quote(typed).c_str(), std::string(ScanReason(scanned.code)).c_str(),
               which.c_str());
   return Status::OtherCode;
 }

@@ -1,10 +1,10 @@
 // Places in a text as editors have them: lines, which end in \n, \r\n or \r, and in them units of UTF-16.
 #pragma once
 
-#include <compare>
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 namespace vorlix::tool {
@@ -13,7 +13,9 @@ struct Position {
   size_t line = 0;
   size_t character = 0;
 
-  auto operator<=>(const Position&) const = default;
+  bool operator<=(const Position& other) const {
+    return std::tie(line, character) <= std::tie(other.line, other.character);
+  }
 };
 
 struct Range {
