@@ -29,13 +29,34 @@ std::string PlaceText(const std::string& file, const ShownPlace& place) {
 
 // ---- Text -----------------------------------------------------------------------------------------------------------
 
-// The line and a row of marks below the place. Tabs are one column, as everywhere here.
+// The characters of a line from one column to another, both from 0.
+std::string_view Columns(std::string_view line, size_t begin, size_t end) {
+  const bool is_utf8 = IsUtf8(line);
+  const auto byte_of = [&](size_t column) {
+    size_t at = 0;
+    for (; at < line.size() && column > 0; --column) do
+        ++at;
+      while (is_utf8 && at < line.size() && (line[at] & 0xc0) == 0x80);
+    return at;
+  };
+  return line.substr(byte_of(begin), byte_of(end) - byte_of(begin));
+}
+
+// The line, as much of it as fits, and a row of marks below the place. Tabs are one column, as everywhere here.
 std::string Excerpt(const Layout& layout, const Span& span, const ShownPlace& place) {
+  constexpr size_t INDENT = 4;
+  constexpr size_t WIDEST = 200;
   if (span.line >= layout.LineCount()) return "";
   std::string line(layout.Line(span.line));
   std::ranges::replace(line, '\t', ' ');
-  const std::string marks(std::max<size_t>(place.end_column - place.column, 1), '^');
-  return "    " + Printable(line) + "\n    " + std::string(place.column - 1, ' ') + Green(marks) + '\n';
+  const size_t room = std::max<size_t>(TerminalWidth() == 0 ? WIDEST : TerminalWidth(), 4 * INDENT) - INDENT;
+  const size_t column = place.column - 1;
+  const size_t first = ColumnOf(line, line.size()) <= room || column < room / 2 ? 0 : column - room / 4;
+  const std::string_view shown = Columns(line, first, first + room);
+  const size_t marked = std::max<size_t>(place.end_column - place.column, 1);
+  const std::string marks(std::min(marked, room - (column - first)), '^');
+  const std::string indent(INDENT, ' ');
+  return indent + Printable(shown) + '\n' + indent + std::string(column - first, ' ') + Green(marks) + '\n';
 }
 
 std::string WriteText(const std::vector<Findings>& files) {
