@@ -104,6 +104,27 @@ TEST_F(CheckTest, FindsWhatIsWrongWhereItStands) {
   for (const auto& [text, places] : rows) EXPECT_EQ(Places(text), places) << text;
 }
 
+TEST_F(CheckTest, ReadsModules) {
+  const std::string title(61, 't');
+  const std::pair<std::string, std::string> rows[] = {
+      {"[A]\nTITEL=a\nentry=1\nTEXT=" + std::string(300, 'x') + "\nDSETS=x\n", "4:261 VX602"},
+      {"[A]\nTITEL=" + title + "\nENTRY=12\n", "2:7 VX401 3:7 VX401"},
+      // The sum of the lines, of which the first that is too much is told.
+      {"[A]\nGRUPPE=123456789\nMODUL=m\nGRUPPE=123456789\nGRUPPE=x\n", "4:8 VX401"},
+      {"[A]\nTITLE=a\nMODUL=m\nENTRY=x\nDLG=k\nREV=1;2\nDIALOG=a\n", "2:1 VX650 4:7 VX651 5:1 VX650 6:6 VX601"},
+      // A section that comes again is never read.
+      {"[A]\nTITEL=a\n[a]\nENTRY=12\n", "3:2 VX612"},
+  };
+  for (const auto& [text, places] : rows) EXPECT_EQ(Places(text), places) << text;
+  // A dictionary of one entry is no module file, unless it is said so.
+  const std::string few = "[A]\nMODEL=b\n";
+  EXPECT_EQ(Places(few), "");
+  EXPECT_EQ(Places(few, {.models = {}, .ignore = {}, .kind = FileKind::Module, .language = ""}), "2:1 VX650");
+  WriteFile(File("f.dic"), few);
+  WriteFile(File("vorlix.ini"), "[check]\nmodules=f.dic\n");
+  EXPECT_EQ(Places(few), "2:1 VX650");
+}
+
 TEST_F(CheckTest, IgnoresWhatIsNotWanted) {
   const std::string text = HEAD + "FTYP=X\nFLEN=3x\n";
   EXPECT_EQ(Places(text), "5:6 VX620 6:7 VX619");

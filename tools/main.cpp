@@ -137,16 +137,16 @@ class CommandLine {
 
   void AddCheck() {
     CheckCommand& to = check_command_;
-    check_->add_option("FILE", to.files, "Dictionaries and model dictionaries, or - for standard input");
+    check_->add_option("FILE", to.files, "Dictionaries, model dictionaries and module files, or - for standard input");
     check_->add_option("--model", to.models, "A model dictionary to inherit from; can be given again")
         ->type_name("FILE")
         ->allow_extra_args(false);
     check_->add_option("--ignore", to.ignore, "A finding that is not wanted, as VX620; can be given again")
         ->type_name("CODE")
         ->allow_extra_args(false);
-    check_->add_option("--kind", to.kind, "dictionary or model, where the content does not tell")
+    check_->add_option("--kind", to.kind, "dictionary, model or module, where the content does not tell")
         ->type_name("KIND")
-        ->check(CLI::IsMember({"dictionary", "model"}).description(""));
+        ->check(CLI::IsMember({"dictionary", "model", "module"}).description(""));
     check_->add_option("--format", to.format, "text, json, sarif or github")
         ->type_name("FORMAT")
         ->check(CLI::IsMember({"text", "json", "sarif", "github"}).description(""));

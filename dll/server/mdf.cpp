@@ -1,25 +1,21 @@
 // mdf_Get: reads one section of a model definition file, an INI file that describes the program modules of the host's
 // application, one a section.
 //
-// A table has a row for each item that a section may hold. What was read last is kept, by the name of the section
-// alone, so that the host can ask for parts of it in several calls. Whatever fails drops it. The call reports what it
-// passes over to standard error, like the call trace and with its switch (dll_Debug).
+// What was read last is kept, by the name of the section alone, so that the host can ask for parts of it in several
+// calls. Whatever fails drops it. The call reports what it passes over to standard error, like the call trace and with
+// its switch (dll_Debug).
 #include <algorithm>
-#include <array>
 #include <bitset>
 #include <cerrno>
 #include <cstddef>
 #include <iterator>
-#include <new>
-#include <optional>
-#include <string>
 #include <string_view>
 #include <utility>
 
 #include "dll/base/syscall.h"
 #include "dll/base/text.h"
-#include "dll/ini/ini.h"
 #include "dll/server/functions.h"
+#include "dll/shared/mdffile.h"
 #include "dll/shared/xpack.h"
 #include "hostif/dllif.h"
 
@@ -28,48 +24,17 @@ namespace {
 
 constexpr char PREFIX[] = "Mdf_";
 
-// Rows of this type are known and never collected.
-constexpr char NOT_COLLECTED = '-';
-
-struct MdfItem {
-  std::string_view item;  // in the file
-  char type;              // in the XBUF, or NOT_COLLECTED
-  size_t limit;           // characters
-  std::string_view name;  // in the XBUF and in filters
-};
-
-constexpr MdfItem ITEMS[] = {
-    {"TITEL", 'X', 60, "title"},
-    {"DESCRIPTION", 'X', 60, "title"},
-    {"MODUL", 'X', 60, "mod"},
-    {"ENTRY", 'N', 1, "entry"},
-    {"GRUPPE", 'X', 18, "grp"},
-    {"FUNKTIONEN", 'X', 80, "caps"},
-    {"FUNCTIONS", 'X', 80, "caps"},
-    {"BIB", 'X', 256, "bib"},
-    {"SUBS", 'X', 256, "sub"},
-    {"REV", 'X', 18, "rev"},
-    {"DIALOG", 'X', 80, "dlg"},
-    {"DSETS", NOT_COLLECTED, 256, "dsets"},
-    {"TEXT", NOT_COLLECTED, 1024, "text"},
-};
-constexpr size_t ITEM_COUNT = std::size(ITEMS);
-
 // Some of the rows.
-using Selection = std::bitset<ITEM_COUNT>;
+using Selection = std::bitset<MODULE_ITEM_COUNT>;
 
 // The section that was read last.
-struct Module {
-  OwnedText section;  // its name; null when there is none
-  std::array<std::optional<std::string>, ITEM_COUNT> values;
-};
 Module module_read;
 
 // ---- The filter -----------------------------------------------------------------------------------------------------
 
 Selection RowsNamed(std::string_view name) {
   Selection rows;
-  for (size_t i = 0; i < ITEM_COUNT; ++i) rows[i] = EqualNoCase(ITEMS[i].name, name);
+  for (size_t i = 0; i < MODULE_ITEM_COUNT; ++i) rows[i] = EqualNoCase(MODULE_ITEMS[i].name, name);
   return rows;
 }
 
@@ -94,65 +59,28 @@ Selection SelectRows(std::string_view filter) {
 
 // ---- Reading --------------------------------------------------------------------------------------------------------
 
-// Adds a line's value to what was collected before.
-FileCode Collect(std::optional<std::string>& collected, std::string_view value) {
-  const size_t size = collected ? collected->size() + 1 + value.size() : value.size();
-  errno = 0;
-  try {
-    if (collected)
-      collected->push_back(',');
-    else
-      collected.emplace();
-    collected->append(value);
-    return FILE_OK;
-  } catch (const std::bad_alloc&) {
-    const FileCode rc = MinusErrno();
-    CallTrace(1, "mdf_Get: do_read: errno = %d, sz = %zu\n", errno, size + 1);
-    return rc;
-  }
-}
-
-// Takes one line. False ends the reading; `rc` becomes what is wrong, if anything is.
-bool TakeLine(Module& module, const char* item, const char* value, FileCode& rc) {
-  const auto* const row = std::ranges::find(ITEMS, std::string_view(item), &MdfItem::item);
-  if (row == std::end(ITEMS)) {
+// Says what it does not take.
+class Tracing : public ModuleObserver {
+ public:
+  void OnEntry() override {}
+  void OnIgnored(const char* item, const char* value) override {
     CallTrace(1, "mdf_Get: do_read: ignored: %s (%s)\n", item, value);
-    return true;
   }
-  if (row->type == NOT_COLLECTED) return true;
-  std::optional<std::string>& collected = module.values[static_cast<size_t>(row - ITEMS)];
-  if (const FileCode failed = Collect(collected, value); failed != FILE_OK) {
-    rc = failed;
-    return false;
+  void OnTooLong(const ModuleItem& row, size_t length) override {
+    CallTrace(1, "mdf_Get: %s exceeds limit of %zu (len = %zu)\n", row.item, row.limit, length);
   }
-  if (collected->size() > row->limit) {
-    CallTrace(1, "mdf_Get: %s exceeds limit of %zu (len = %zu)\n", item, row->limit, collected->size());
-    rc = FILE_FAILED;
+  void OnNoMemory(int error, size_t size) override {
+    CallTrace(1, "mdf_Get: do_read: errno = %d, sz = %zu\n", error, size);
   }
-  return true;
-}
-
-// Reads the lines of the section.
-FileCode ReadModule(Module& module, const char* fname) {
-  const int hdl = IniOpen(fname, module.section.get());
-  if (hdl == NO_INI_HANDLE) return MinusErrno();
-  FileCode rc = FILE_OK;
-  std::array<char, 80> item;
-  std::array<char, 256> value;
-  IniState state;
-  do state = IniNextEntry(hdl, item.data(), std::size(item), value.data(), std::size(value));
-  while (state == INI_INSIDE && TakeLine(module, item.data(), value.data(), rc));
-  if (state == INI_FAILED && rc == FILE_OK) rc = MinusErrno();
-  const FileCode closed = IniClose(hdl) ? FILE_OK : FILE_FAILED;
-  return rc != FILE_OK ? rc : closed;
-}
+};
 
 // Makes the section the one that was read last. None is, when it fails.
 FileCode ReadSection(const char* fname, const char* section) {
   module_read = {};
   errno = 0;
   module_read.section = CopyText(section);
-  const FileCode rc = module_read.section != nullptr ? ReadModule(module_read, fname) : MinusErrno();
+  Tracing tracing;
+  const FileCode rc = module_read.section != nullptr ? ReadModule(module_read, fname, tracing) : MinusErrno();
   if (rc != FILE_OK) module_read = {};
   return rc;
 }
@@ -161,8 +89,9 @@ FileCode ReadSection(const char* fname, const char* section) {
 
 bool Pack(const Module& module, const Selection& selected, DllString& xbuf) {
   XbufWriter writer{xbuf.buf, xbuf.max};
-  for (size_t i = 0; i < ITEM_COUNT; ++i)
-    if (selected[i] && module.values[i] && !writer.Put(PREFIX, ITEMS[i].name, ITEMS[i].type, *module.values[i]))
+  for (size_t i = 0; i < MODULE_ITEM_COUNT; ++i)
+    if (selected[i] && module.values[i] &&
+        !writer.Put(PREFIX, MODULE_ITEMS[i].name, MODULE_ITEMS[i].type, *module.values[i]))
       return false;
   if (!writer.End()) return false;
   xbuf.len = static_cast<int32_t>(writer.length);

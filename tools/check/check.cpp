@@ -40,6 +40,7 @@ CheckOptions OptionsOf(const CheckCommand& command) {
   CheckOptions options{command.models, command.ignore, {}, command.language};
   if (command.kind == "dictionary") options.kind = FileKind::Dictionary;
   if (command.kind == "model") options.kind = FileKind::Model;
+  if (command.kind == "module") options.kind = FileKind::Module;
   return options;
 }
 

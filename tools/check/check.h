@@ -12,7 +12,7 @@ struct CheckCommand {
   std::vector<std::string> files;
   std::vector<std::string> models;
   std::vector<std::string> ignore;
-  std::string kind;  // "dictionary", "model", or empty: by content
+  std::string kind;  // "dictionary", "model", "module", or empty: by content
   std::string format = "text";
   std::string language;
   std::string explain;  // a code

@@ -19,6 +19,13 @@ bool IsAmongCodes(std::string_view code, const std::vector<std::string>& codes) 
   return std::ranges::any_of(codes, [&](const std::string& one) { return EqualNoCase(one, code); });
 }
 
+bool IsAmongFiles(const std::string& file, const std::vector<std::string>& paths) {
+  std::error_code error;
+  return file != "-" && std::ranges::any_of(paths, [&](const std::string& path) {
+           return std::filesystem::equivalent(path, file, error);
+         });
+}
+
 // Whether a line has the comment "vorlix: ignore VX601" (or more codes, or none for all of them).
 bool HasMark(std::string_view line, std::string_view code) {
   constexpr std::string_view MARK = "vorlix: ignore";
@@ -56,7 +63,8 @@ Judged Checker::Check(const std::string& file, const std::string* text) {
   models.insert(models.end(), options_.models.begin(), options_.models.end());
   OpenModelsOf(models, file);
   Layout layout(text != nullptr ? *text : ReadFile(file));
-  const FileKind kind = options_.kind.value_or(KindOf(layout));
+  const FileKind by_project = IsAmongFiles(file, project.modules) ? FileKind::Module : KindOf(layout);
+  const FileKind kind = options_.kind.value_or(by_project);
   Judged judged = Judge(file, kind, *models_, std::move(layout));
   CheckStyle(judged, kind, *models_);
   std::erase_if(judged.findings.list, [&](const Finding& finding) {
@@ -74,9 +82,8 @@ void Checker::ForgetModels() {
 // A file that is a model itself inherits from no other one of the list that it would hide.
 void Checker::OpenModelsOf(const std::vector<std::string>& paths, const std::string& file) {
   std::vector<std::string> wanted;
-  std::error_code error;
   for (const std::string& path : paths)
-    if (file == "-" || !std::filesystem::equivalent(path, file, error)) wanted.push_back(path);
+    if (!IsAmongFiles(file, {path})) wanted.push_back(path);
   if (models_ != nullptr && wanted == open_) return;
   ForgetModels();
   models_ = std::make_unique<Models>();

@@ -22,7 +22,8 @@ struct Change {
 
 // A name that was probably meant is not surely it.
 bool IsFixed(const Finding& finding) {
-  return finding.instead.has_value() && finding.rule->severity == Severity::Warning;
+  const bool is_guess = finding.rule->severity == Severity::Error || finding.rule == &VX650;
+  return finding.instead.has_value() && !is_guess;
 }
 
 std::multimap<size_t, Change> ChangesOf(const Findings& findings) {

@@ -2,9 +2,6 @@
 // is about the line before. What is found when a section has ended is about its header, or one of its entries.
 #include "tools/check/judge.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
@@ -17,8 +14,8 @@
 #include "dll/shared/dictattr.h"
 #include "dll/shared/dictfile.h"
 #include "dll/shared/dlglevel.h"
-#include "tools/failure.h"
-#include "tools/files.h"
+#include "tools/check/modules.h"
+#include "tools/check/textfile.h"
 #include "tools/nearest.h"
 
 namespace vorlix::tool {
@@ -216,23 +213,6 @@ bool Reading::Cure(Object& object) {
   return fault != nullptr && fault->severity == Severity::Error && fault->code.starts_with("VX2");
 }
 
-// A text that is nowhere on the disk, as a file that can be opened by its path.
-class TextFile {
- public:
-  explicit TextFile(const std::string& text) : descriptor_(memfd_create("dictionary", MFD_CLOEXEC)) {
-    if (descriptor_ < 0 || write(descriptor_, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
-      throw ToolError(Status::OtherCode, "there is no memory for the text of a file");
-  }
-  ~TextFile() { close(descriptor_); }
-  TextFile(const TextFile&) = delete;
-  TextFile& operator=(const TextFile&) = delete;
-
-  std::string Path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
-
- private:
-  int descriptor_;
-};
-
 DictPtr Read(Findings& findings, FileKind kind, const Models& models, const std::string& id) {
   const TextFile file(findings.layout.Text());
   const std::string path = file.Path();
@@ -257,18 +237,23 @@ DictPtr Read(Findings& findings, FileKind kind, const Models& models, const std:
 }  // namespace
 
 Judged Judge(const std::string& path, FileKind kind, const Models& models, Layout layout) {
-  Judged judged{{path, std::move(layout)}, nullptr};
-  judged.dict = Read(judged.findings, kind, models, std::filesystem::path(path).stem().string());
+  Judged judged{{path, std::move(layout)}, kind, nullptr};
+  if (kind == FileKind::Module)
+    JudgeModules(judged.findings);
+  else
+    judged.dict = Read(judged.findings, kind, models, std::filesystem::path(path).stem().string());
   SortByPlace(judged.findings);
   return judged;
 }
 
 FileKind KindOf(const Layout& layout) {
-  const auto is_of_dictionary = [](const LayoutSection& section) {
-    return EqualNoCase(section.name, "catalog") || section.name.find('.') != std::string::npos;
-  };
   const std::vector<LayoutSection>& sections = layout.Sections();
-  return sections.empty() || std::ranges::any_of(sections, is_of_dictionary) ? FileKind::Dictionary : FileKind::Model;
+  const auto is_named = [&](auto&& has_name) { return std::ranges::any_of(sections, has_name, &LayoutSection::name); };
+  if (sections.empty() || is_named([](std::string_view name) { return EqualNoCase(name, "catalog"); }))
+    return FileKind::Dictionary;
+  if (HasModules(layout)) return FileKind::Module;
+  const bool has_points = is_named([](std::string_view name) { return name.find('.') != std::string_view::npos; });
+  return has_points ? FileKind::Dictionary : FileKind::Model;
 }
 
 // ---- Models ---------------------------------------------------------------------------------------------------------

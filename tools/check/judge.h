@@ -11,7 +11,7 @@
 
 namespace vorlix::tool {
 
-enum class FileKind { Dictionary, Model };
+enum class FileKind { Dictionary, Model, Module };
 
 /// The model dictionaries that the files of a run inherit from: open as long as this lives. One at a time.
 class Models {
@@ -37,14 +37,16 @@ class Models {
 /// A file as the server reads it: what it says, and the dictionary that comes of it, as far as it does.
 struct Judged {
   Findings findings;
-  DictPtr dict;  // null when the file has no section
+  FileKind kind;
+  DictPtr dict;  // null when the file has no section, and of module files
 };
 
-/// Reads the file, as one to be opened on a dialog level of its own, or as a model dictionary. The layout is that of
-/// its contents, which are not read from the disk again.
+/// Reads the file, as one to be opened on a dialog level of its own, as a model dictionary, or each section of a module
+/// file. The layout is that of its contents, which are not read from the disk again.
 Judged Judge(const std::string& path, FileKind kind, const Models& models, Layout layout);
 
-/// A file that has sections, but neither a catalog nor points in their names, is a model dictionary.
+/// A file without a catalog whose entries are mostly items of modules is a module file. Any other that has sections,
+/// but neither a catalog nor points in their names, is a model dictionary.
 FileKind KindOf(const Layout& layout);
 
 }  // namespace vorlix::tool

@@ -2,6 +2,7 @@
 #include "dll/ini/ini.h"
 #include "dll/ini/inisyntax.h"
 #include "dll/shared/dictattr.h"
+#include "dll/shared/mdffile.h"
 #include "tools/check/style.h"
 
 namespace vorlix::tool {
@@ -40,7 +41,8 @@ void CheckCut(Findings& findings, std::string_view line, const LayoutEntry& entr
   Note(findings, VX601, {entry.line, end, end + 1}, std::string("the value ends at the ") + line[end]);
 }
 
-void CheckEntry(Findings& findings, std::string_view line, const LayoutEntry& entry) {
+// `room` is that of a value.
+void CheckEntry(Findings& findings, std::string_view line, const LayoutEntry& entry, size_t room) {
   const Layout& text = findings.layout;
   if (!entry.is_in_section) {
     if (text.Sections().empty() || entry.line < text.Sections().front().line)
@@ -48,21 +50,22 @@ void CheckEntry(Findings& findings, std::string_view line, const LayoutEntry& en
     return;
   }
   if (entry.Name().size() >= DICT_NAME_SIZE) Note(findings, VX603, text.NameSpan(entry));
-  if (entry.Value().size() >= DICT_VALUE_SIZE)
-    Note(findings, VX602, {entry.line, text.ValueSpan(entry).begin + DICT_VALUE_SIZE - 1, text.ValueSpan(entry).end});
+  if (entry.Value().size() >= room)
+    Note(findings, VX602, {entry.line, text.ValueSpan(entry).begin + room - 1, text.ValueSpan(entry).end});
   CheckCut(findings, line, entry);
 }
 
 }  // namespace
 
-void CheckLines(Findings& findings) {
+void CheckLines(Findings& findings, FileKind kind) {
+  const size_t room = kind == FileKind::Module ? MODULE_VALUE_SIZE : DICT_VALUE_SIZE;
   CheckBytes(findings);
   auto entry = findings.layout.Entries().begin();
   for (size_t number = 0; number < findings.layout.LineCount(); ++number) {
     const std::string_view line = findings.layout.Line(number);
     const bool is_entry = entry != findings.layout.Entries().end() && entry->line == number;
     CheckLine(findings, number, line, is_entry);
-    if (is_entry) CheckEntry(findings, line, *entry++);
+    if (is_entry) CheckEntry(findings, line, *entry++, room);
   }
 }
 

@@ -36,8 +36,9 @@ Project FindProject(const std::string& file) {
   for (fs::path directory = path.parent_path();; directory = directory.parent_path()) {
     const fs::path found = directory / "vorlix.ini";
     if (fs::is_regular_file(found, error)) {
-      Project project{ReadWords(found, "models"), ReadWords(found, "ignore")};
-      for (std::string& model : project.models) model = fs::proximate(directory / model, error).string();
+      Project project{ReadWords(found, "models"), ReadWords(found, "modules"), ReadWords(found, "ignore")};
+      for (std::vector<std::string>* const paths : {&project.models, &project.modules})
+        for (std::string& path_there : *paths) path_there = fs::proximate(directory / path_there, error).string();
       return project;
     }
     if (directory == directory.parent_path()) return {};

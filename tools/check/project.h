@@ -2,6 +2,7 @@
 //
 //   [check]
 //   models=muster.dic,other.dic     model dictionaries, beside this file
+//   modules=app.mdf                 module files, where their content does not tell
 //   ignore=VX620,VX627              findings that are not wanted
 #pragma once
 
@@ -11,8 +12,9 @@
 namespace vorlix::tool {
 
 struct Project {
-  std::vector<std::string> models;  // paths
-  std::vector<std::string> ignore;  // codes
+  std::vector<std::string> models;   // paths
+  std::vector<std::string> modules;  // paths of module files
+  std::vector<std::string> ignore;   // codes
 };
 
 /// The project that a file belongs to: of vorlix.ini in its directory, or in the nearest one above. Empty when there is

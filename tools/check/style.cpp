@@ -8,8 +8,8 @@ Finding& Note(Findings& findings, const Rule& rule, const Span& span, const std:
 }
 
 void CheckStyle(Judged& judged, FileKind kind, const Models& models) {
-  CheckLines(judged.findings);
-  CheckSections(judged, kind);
+  CheckLines(judged.findings, kind);
+  if (kind != FileKind::Module) CheckSections(judged, kind);
   if (judged.dict != nullptr) CheckFields(judged, kind, models);
   SortByPlace(judged.findings);
 }

@@ -9,7 +9,7 @@ namespace vorlix::tool {
 void CheckStyle(Judged& judged, FileKind kind, const Models& models);
 
 // Its parts. They add to the findings in any order; CheckFields needs the dictionary.
-void CheckLines(Findings& findings);
+void CheckLines(Findings& findings, FileKind kind);
 void CheckSections(Judged& judged, FileKind kind);
 void CheckFields(Judged& judged, FileKind kind, const Models& models);
 

@@ -1,6 +1,7 @@
 // What can be written at a place, with the manual's words for it.
 #include <set>
 
+#include "dll/shared/mdffile.h"
 #include "tools/lsp/features.h"
 #include "tools/lsp/spot.h"
 
@@ -24,7 +25,9 @@ class Completion {
   Json Items() {
     const bool is_comment = spot_.before.starts_with(';') || spot_.before.starts_with('#');
     if (is_comment) return items_;
-    if (spot_.part == Part::Header) {
+    if (analysis_.judged.kind == FileKind::Module) {
+      if (spot_.part == Part::Nothing || spot_.part == Part::Name) AddModuleItems();
+    } else if (spot_.part == Part::Header) {
       AddSections();
     } else if (spot_.part == Part::Value) {
       AddValues();
@@ -63,6 +66,16 @@ class Completion {
       const LayoutEntry* const own = layout_.FindEntry(spot_.section, word.word);
       if (word.kind != WordKind::Attribute || (own != nullptr && own != spot_.entry)) continue;
       Add(word.word, std::string(word.word) + (has_value ? "" : "="), KIND_PROPERTY, word.meaning);
+    }
+  }
+
+  void AddModuleItems() {
+    if (!spot_.before.empty()) ReplaceFrom(0);
+    const char* const end = spot_.part == Part::Name ? "" : "=";
+    for (const ModuleItem& row : MODULE_ITEMS) {
+      const std::string meaning =
+          "Mdf_" + std::string(row.name) + ", up to " + std::to_string(row.limit) + " characters";
+      Add(row.item, std::string(row.item) + end, KIND_PROPERTY, row.type == NOT_COLLECTED ? "not read" : meaning);
     }
   }
 

@@ -133,7 +133,7 @@ const Analysis& Workspace::Analyse(const Document& document) {
   try {
     analysis_ = Analysis{checker_.Check(document.path, &text), encoding};
   } catch (const ToolError& error) {
-    analysis_ = Analysis{{{document.path, Layout(text)}, nullptr}, encoding};
+    analysis_ = Analysis{{{document.path, Layout(text)}, FileKind::Dictionary, nullptr}, encoding};
     analysis_->failure = error.what();
   }
   analysis_->positions = std::make_unique<Positions>(analysis_->Text().Text(), encoding);
