@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <vector>
@@ -183,6 +184,13 @@ TEST_F(Lsp, ReadsFilesInLatin1) {
   Change({{"text", "[catalog]\nKD=K\n[kd.\u00e4]\nMODEL=\u00e4\u00e4\n"}});
   EXPECT_NE(sent_.find("there is no model \u00e4\u00e4"), std::string::npos) << sent_;
   EXPECT_NE(sent_.find(R"("end":{"character":8,"line":3})"), std::string::npos) << sent_;
+}
+
+// A pipe that nobody writes to never comes to an end.
+TEST_F(Lsp, ReadsRegularFilesAlone) {
+  Ask("initialize", Json::object());
+  ASSERT_EQ(mkfifo((scratch_.Path() + "/f.dic").c_str(), 0600), 0);
+  EXPECT_NE(Open("[a]\nTITEL=x\nENTRY=12\n").find("VX401"), std::string::npos);
 }
 
 TEST(Frames, AreTakenApart) {

@@ -27,9 +27,11 @@ bool IsAmong(const std::vector<std::string>& paths, const std::string& file) {
   return std::ranges::any_of(paths, [&](const std::string& path) { return fs::equivalent(path, file, ignored); });
 }
 
+// What is no regular file might never come to an end.
 TextEncoding EncodingOfFile(const std::string& path) {
+  std::error_code ignored;
   try {
-    return path == "-" ? TextEncoding::Utf8 : EncodingOfText(ReadFile(path));
+    return fs::is_regular_file(path, ignored) ? EncodingOfText(ReadFile(path)) : TextEncoding::Utf8;
   } catch (const ToolError&) {
     return TextEncoding::Utf8;  // it is not there yet
   }
