@@ -127,6 +127,10 @@ TEST_F(Lsp, FollowsWhatIsTyped) {
   // A model that cannot be read.
   WriteFile(scratch_.Path() + "/vorlix.ini", "[check]\nmodels=nosuch.dic\n");
   EXPECT_NE(Tell("textDocument/didSave", Json::object()).find("cannot read"), std::string::npos) << sent_;
+  EXPECT_NE(sent_.find("there is no model sum"), std::string::npos) << "and all else\n" << sent_;
+  Change({{"text", "[catalog]\nKD=KUNDE\n[kd.a]\nPATH=a\nFTYP=D\nFVTYP=JMT\nFLEN=8\nERLAUBT=[0-9.]*\n"}});
+  EXPECT_NE(AskAt("codeAction", 0, 0).find(R"("kind":"source.fixAll")"), std::string::npos) << sent_;
+  EXPECT_TRUE(sent_.find("YMD") != std::string::npos && sent_.find("\"VALID\"") != std::string::npos) << sent_;
 }
 
 TEST_F(Lsp, TellsCompletesAndGoes) {

@@ -20,17 +20,10 @@ struct Change {
   std::string text;
 };
 
-// A name that was probably meant is not surely it.
-bool IsFixed(const Finding& finding) {
-  const bool is_guess = finding.rule->severity == Severity::Error || finding.rule == &VX650;
-  return finding.instead.has_value() && !is_guess;
-}
-
 std::multimap<size_t, Change> ChangesOf(const Findings& findings) {
   std::multimap<size_t, Change> changes;
   for (const Finding& finding : findings.list)
-    if (IsFixed(finding) && finding.related.empty())  // what is inherited is put right in its own file
-      changes.emplace(finding.span.line, Change{finding.span, finding.instead.value_or("")});
+    if (IsFixed(finding)) changes.emplace(finding.span.line, Change{finding.span, finding.instead.value_or("")});
   return changes;
 }
 
@@ -54,6 +47,12 @@ void ReplaceFile(std::string path, const std::string& text) {
 }
 
 }  // namespace
+
+// A name that was probably meant is not surely it, and what is inherited is put right in its own file.
+bool IsFixed(const Finding& finding) {
+  const bool is_guess = finding.rule->severity == Severity::Error || finding.rule == &VX650;
+  return finding.instead.has_value() && !is_guess && finding.related.empty();
+}
 
 void FixFile(Findings& findings, bool only_show, Checker& checker) {
   const std::multimap<size_t, Change> changes = ChangesOf(findings);

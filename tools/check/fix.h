@@ -5,6 +5,10 @@
 
 namespace vorlix::tool {
 
+/// Whether the finding can be put right without changing what the server makes of the file, by what it has to say
+/// instead.
+bool IsFixed(const Finding& finding);
+
 /// Puts right what can be put right without changing what the server makes of the file (VX502, VX504, VX506, VX604),
 /// and takes those findings out. The file is replaced in one step; `only_show` prints what would change instead, as a
 /// unified difference. Standard input is not written.

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 
 #include "tools/ending.h"
@@ -13,6 +14,11 @@
 
 namespace vorlix::tool {
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Findings are told so often at the least while changes keep coming.
+constexpr std::chrono::milliseconds LONGEST_BURST(300);
 
 void Send(const std::string& content) {
   const std::string frame = Frame(content);
@@ -44,10 +50,13 @@ Status ServeEditor(const std::vector<std::string>& models, const std::string& la
   options.language = language;
   LanguageServer server(std::move(options), Send);
   FrameReader reader;
+  Clock::time_point settled = Clock::now();
   try {
     while (!server.IsOver() && ReadMore(reader)) {
       while (const std::optional<std::string> message = reader.Next()) server.Handle(*message);
-      if (!IsInputWaiting()) server.Settle();
+      if (IsInputWaiting() && Clock::now() < settled + LONGEST_BURST) continue;
+      server.Settle();
+      settled = Clock::now();
     }
   } catch (const FramingLost& error) {
     throw ToolError(Status::Usage, error.what());

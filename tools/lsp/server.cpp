@@ -126,7 +126,7 @@ Json LanguageServer::Initialize() {
                              {"definitionProvider", true},
                              {"referencesProvider", true},
                              {"documentSymbolProvider", true},
-                             {"codeActionProvider", {{"codeActionKinds", {"quickfix"}}}}};
+                             {"codeActionProvider", {{"codeActionKinds", {"quickfix", "source.fixAll"}}}}};
   return {{"capabilities", capabilities}, {"serverInfo", {{"name", "vorlix"}, {"version", VORLIX_VERSION}}}};
 }
 

@@ -48,7 +48,7 @@ Range RangeIn(const Findings& file, const Span& span) {
 
 Workspace::Workspace(CheckOptions options)
     : checker_([&] {
-        options.read = [this](const std::string& path) { return TextOf(path); };
+        options.read = [this](const std::string& path) { return ModelText(path); };
         return std::move(options);
       }()) {}
 
@@ -134,6 +134,7 @@ const Analysis& Workspace::Analyse(const Document& document) {
   const std::string& text = encoding == TextEncoding::Latin1 ? encoded : document.text;
   try {
     analysis_ = Analysis{checker_.Check(document.path, &text), encoding};
+    analysis_->failure = UnreadModels();
   } catch (const ToolError& error) {
     analysis_ = Analysis{{{document.path, Layout(text)}, FileKind::Dictionary, nullptr}, encoding};
     analysis_->failure = error.what();
@@ -142,6 +143,25 @@ const Analysis& Workspace::Analyse(const Document& document) {
   analysed_ = &document;
   documents_.at(document.uri).models = checker_.ModelPaths();
   return *analysis_;
+}
+
+// A model that cannot be read is an empty one: what else there is to say is said all the same.
+std::string Workspace::ModelText(const std::string& path) {
+  unread_.erase(path);
+  try {
+    return TextOf(path);
+  } catch (const ToolError& error) {
+    unread_[path] = error.what();
+    return "";
+  }
+}
+
+std::string Workspace::UnreadModels() const {
+  std::string all;
+  for (const std::string& path : checker_.ModelPaths())
+    if (const auto found = unread_.find(path); found != unread_.end())
+      all += (all.empty() ? "a model: " : "; ") + found->second;
+  return all;
 }
 
 std::string Workspace::TextOf(const std::string& path) const {

@@ -27,7 +27,7 @@ struct Analysis {
   Judged judged;
   TextEncoding encoding = TextEncoding::Utf8;
   std::unique_ptr<Positions> positions = {};  // of the text that was judged
-  std::string failure = {};                   // why it could not be: a model that cannot be read
+  std::string failure = {};                   // models that could not be read, or why it could not be judged
 
   const Layout& Text() const { return judged.findings.layout; }
   Range RangeOf(const Span& span) const;
@@ -64,10 +64,13 @@ class Workspace {
   std::string TextOf(const std::string& path) const;
 
  private:
+  std::string ModelText(const std::string& path);
+  std::string UnreadModels() const;
   const Document* FindByPath(const std::string& path) const;
   void NoteChange(Document& document);
 
   std::map<std::string, Document> documents_;  // by their addresses
+  std::map<std::string, std::string> unread_;  // models, by their paths, and why they could not be
   Checker checker_;
   std::optional<Analysis> analysis_;
   const Document* analysed_ = nullptr;
