@@ -21,7 +21,9 @@ if(VORLIX_WERROR)
 endif()
 if(VORLIX_SANITIZE)
   target_compile_options(vorlix_options INTERFACE -fsanitize=${VORLIX_SANITIZE} -fno-omit-frame-pointer
-    -fno-sanitize-recover=all)
+    -fno-sanitize-recover=all
+    # What the sanitizers add hides from g++ that std::regex sets its states.
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_compile_definitions(vorlix_options INTERFACE _GLIBCXX_ASSERTIONS)
   target_link_options(vorlix_options INTERFACE -fsanitize=${VORLIX_SANITIZE})
 endif()
