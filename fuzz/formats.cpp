@@ -44,7 +44,7 @@ void RunAll(const char* format, const char* typed, const char* valid, int32_t va
     fmt_Week(value, length, type, format, r.text);
     scan_Week(typed, type, format, valid, r.value, r.text, r.rc);
     scan_Month(typed, type, format, valid, r.value, r.text, r.rc);
-    DllStrFromC(typed, r.text);
+    static_cast<void>(DllStrFromC(typed, r.text));  // what does not fit leaves the text as it is
     chk_Num(type, r.text, r.number, r.rc);
   }
 }
