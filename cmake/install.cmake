@@ -17,6 +17,7 @@ install(TARGETS vorlix.dll RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR})
 install(TARGETS vorlix_client EXPORT Vorlix ARCHIVE)
 install(DIRECTORY host DESTINATION ${HEADERS_DIR} FILES_MATCHING PATTERN "*.h" PATTERN c EXCLUDE)
 install(FILES hostif/layout.h hostif/math.h DESTINATION ${HEADERS_DIR}/hostif)
+install(FILES dll/wire/decimal.h DESTINATION ${HEADERS_DIR}/dll/wire)
 
 # The client library for C.
 install(TARGETS vorlix_c EXPORT Vorlix LIBRARY)

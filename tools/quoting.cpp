@@ -1,46 +1,14 @@
-// UTF-8 is taken strictly: no overlong forms, no surrogates, nothing above U+10FFFF. Printable leaves out the control
-// characters, those of U+0080 to U+009F included.
 #include "tools/quoting.h"
 
 #include <unistd.h>
 
 #include <cstdint>
 
+#include "dll/base/quote.h"
 #include "tools/encoding.h"
 
 namespace vorlix::tool {
 namespace {
-
-struct Character {
-  size_t size = 0;  // bytes; 0: the text does not start with a character
-  uint32_t code = 0;
-
-  bool IsPrintable() const { return size != 0 && code >= 0x20 && (code < 0x7f || code >= 0xa0); }
-};
-
-Character FirstCharacter(std::string_view text) {
-  const auto byte = [&](size_t k) { return static_cast<uint8_t>(text[k]); };
-  const uint8_t lead = byte(0);
-  if (lead < 0x80) return {1, lead};
-  const size_t size = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : lead >= 0xc2 ? 2 : 0;
-  if (size == 0 || size > text.size() || lead > 0xf4) return {};
-  uint32_t code = lead & (0x7fU >> size);
-  for (size_t k = 1; k < size; ++k) {
-    if ((byte(k) & 0xc0U) != 0x80) return {};
-    code = code << 6 | (byte(k) & 0x3fU);
-  }
-  const bool overlong = (size == 3 && code < 0x800) || (size == 4 && code < 0x10000);
-  const bool surrogate = code >= 0xd800 && code < 0xe000;
-  if (overlong || surrogate || code > 0x10ffff) return {};
-  return {size, code};
-}
-
-void AppendHex(std::string& out, char byte) {
-  constexpr std::string_view DIGITS = "0123456789abcdef";
-  const auto value = static_cast<uint8_t>(byte);
-  out += DIGITS[value >> 4];
-  out += DIGITS[value & 15];
-}
 
 // Whether texts go to a terminal on which each byte is a character.
 bool IsBytewise() {
@@ -72,18 +40,6 @@ void AppendShown(std::string& out, std::string_view text, Special special) {
   }
 }
 
-std::string_view QuotedForm(char c) {
-  switch (c) {
-    case '"': return "\\\"";
-    case '\\': return "\\\\";
-    case '$': return "\\$";
-    case '\n': return "\\n";
-    case '\r': return "\\r";
-    case '\t': return "\\t";
-    default: return {};
-  }
-}
-
 std::string_view TerminalForm(char c) { return c == '\n' ? "\n" : c == '\t' ? "\t" : std::string_view(); }
 
 }  // namespace
@@ -103,12 +59,7 @@ std::string Quote(std::string_view text) {
   return out + '"';
 }
 
-std::string QuoteWord(std::string_view text) {
-  constexpr std::string_view PLAIN =
-      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789+-_.,:;=/%&*()<>{}@^!?";
-  const bool plain = !text.empty() && text.find_first_not_of(PLAIN) == std::string_view::npos;
-  return plain && text != "=>" && text != "until" ? std::string(text) : Quote(text);
-}
+std::string QuoteWord(std::string_view text) { return IsPlainWord(text) ? std::string(text) : Quote(text); }
 
 std::string Printable(std::string_view text) {
   std::string out;

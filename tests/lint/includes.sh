@@ -10,10 +10,11 @@ cd "$1"
 readonly RULES='
   hostif      hostif/
   dll/base    dll/base/
-  dll/wire    hostif/layout[.]h|dll/(base|wire)/
+  dll/wire    hostif/(layout|math)[.]h|dll/(base|wire)/
   dll/field   dll/(base|field)/
   dll/ini     dll/(base|ini)/
   dll/shared  hostif/(dllifutil|layout)[.]h|dll/(base|wire|field|ini|shared)/
+  dll/record  hostif/|dll/(base|wire|record)/
   dll/server  hostif/|dll/
   host        hostif/(layout|math)[.]h|dll/(base|wire)/|host/[^/]+$
   host/c      hostif/math[.]h|dll/(base|wire)/|host/
@@ -62,6 +63,8 @@ readonly EXAMPLES='
   dll/shared/numfmt.cpp   hostif/dllif.h          no
   dll/shared/numfmt.cpp   dll/server/functions.h  no
   dll/shared/numfmt.cpp   numfmt.h                no
+  dll/record/callline.cpp hostif/dllif.h          yes
+  dll/record/callline.cpp dll/server/functions.h  no
   dll/server/lists.cpp    hostif/dllif.h          yes
   dll/server/lists.cpp    host/server.h           no
   host/block.cpp          hostif/layout.h         yes

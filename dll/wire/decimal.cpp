@@ -1,11 +1,13 @@
 // Decimal digits are paired from the point outwards to make base-100 digits and back; no arithmetic is done on values.
-#include "host/decimal.h"
+#include "dll/wire/decimal.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 
-namespace vorlix::host {
+#include "dll/base/text.h"
+
+namespace vorlix {
 namespace {
 
 // Beyond every exponent that the digits of a text could make up for.
@@ -27,8 +29,6 @@ struct Decimal {
     digits.erase(digits.find_last_not_of('0') + 1);
   }
 };
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 bool Take(std::string_view& text, std::string_view one_of) {
   if (text.empty() || one_of.find(text.front()) == std::string_view::npos) return false;
@@ -133,4 +133,4 @@ std::string FormatDecimal(const HostReal& real) {
   return text += (plain ? PlainText : ExponentText)(std::move(decimal.digits), decimal.point);
 }
 
-}  // namespace vorlix::host
+}  // namespace vorlix
