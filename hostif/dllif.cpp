@@ -26,15 +26,43 @@ size_t args_taken = 0;  // slots from the first on that hold something
 
 std::span<const CallArg> TakenArgs() { return {call_args.data(), args_taken}; }
 
+const CallObserver* observer = nullptr;
+
 int32_t trace_level = 0;
 
 // Lines of detail 1 are written at every level but 0.
 bool Traced(int32_t detail) { return detail == 1 ? trace_level != 0 : trace_level >= detail; }
 
-void PrintQuoted(std::string_view text) {
-  std::fputc('"', stderr);
+// All of the call trace is written here.
+void Print(std::string_view text) {
   std::fwrite(text.data(), 1, text.size(), stderr);
-  std::fputc('"', stderr);
+  if (observer != nullptr) observer->traced(text);
+}
+
+// The observer is told of the first thousand bytes.
+[[gnu::format(printf, 1, 0)]] void PrintList(const char* format, va_list args) {
+  va_list again;
+  va_copy(again, args);
+  std::vfprintf(stderr, format, args);
+  if (observer != nullptr) {
+    std::array<char, 1024> text;
+    const int length = std::vsnprintf(text.data(), text.size(), format, again);
+    observer->traced({text.data(), std::min(static_cast<size_t>(std::max(length, 0)), text.size() - 1)});
+  }
+  va_end(again);
+}
+
+[[gnu::format(printf, 1, 2)]] void PrintFormatted(const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  PrintList(format, args);
+  va_end(args);
+}
+
+void PrintQuoted(std::string_view text) {
+  Print("\"");
+  Print(text);
+  Print("\"");
 }
 
 const char* TypeName(DeclaredType type) {
@@ -68,30 +96,30 @@ bool ShownAsArray(const CallArg& arg) {
 void PrintElement(const PresentedArg& arg, int32_t k) {
   switch (arg.How()) {
     case Presentation::Integers:
-    case Presentation::IntsOfReals: std::fprintf(stderr, "%d", arg.IntAt(k)); break;
+    case Presentation::IntsOfReals: PrintFormatted("%d", arg.IntAt(k)); break;
     case Presentation::Strings: PrintQuoted(arg.StringAt(k).View()); break;
-    case Presentation::Text: std::fprintf(stderr, "\"%s\"", arg.Text()); break;
+    case Presentation::Text: PrintQuoted(arg.Text()); break;
     case Presentation::DoublesOfInts:
-    case Presentation::DoublesOfReals: std::fprintf(stderr, "%1.12g", arg.DoubleAt(k)); break;
+    case Presentation::DoublesOfReals: PrintFormatted("%1.12g", arg.DoubleAt(k)); break;
     case Presentation::None: break;
   }
 }
 
 void PrintArg(const CallArg& arg) {
-  const std::string_view name = arg.spec->name;
-  std::fprintf(stderr, " %.*s", static_cast<int>(name.size()), name.data());
+  Print(" ");
+  Print(arg.spec->name);
   if (!ShownAsArray(arg)) {
-    std::fputs(" = ", stderr);
+    Print(" = ");
     PrintElement(arg.presented, 0);
-    std::fputc('\n', stderr);
+    Print("\n");
     return;
   }
-  std::fprintf(stderr, " = array [%d]\n", arg.presented.Desc().count);
+  PrintFormatted(" = array [%d]\n", arg.presented.Desc().count);
   if (arg.presented.Count() == 1) return PrintElement(arg.presented, 0);
   for (int32_t k = 0; k < arg.presented.Count(); ++k) {
-    std::fprintf(stderr, "  [%2d] ", k);
+    PrintFormatted("  [%2d] ", k);
     PrintElement(arg.presented, k);
-    std::fputc('\n', stderr);
+    Print("\n");
   }
 }
 
@@ -109,9 +137,9 @@ ResultCode FindEntry(int32_t& index) {
   index = static_cast<int32_t>(entry - FunctionTable.begin());
   if (entry != FunctionTable.end()) return RESULT_OK;
   if (Traced(3)) {
-    std::fputs("undefined function name: ", stderr);
+    Print("undefined function name: ");
     PrintQuoted(name);
-    std::fputc('\n', stderr);
+    Print("\n");
   }
   return RESULT_UNKNOWN_FUNCTION;
 }
@@ -194,20 +222,7 @@ int32_t RunFunction(int32_t index, int32_t count) {
   return result;
 }
 
-}  // namespace
-
-void SetCallTraceLevel(int32_t level) { trace_level = level; }
-
-void CallTrace(int32_t detail, const char* format, ...) {
-  if (!Traced(detail)) return;
-  va_list args;
-  va_start(args, format);
-  std::vfprintf(stderr, format, args);
-  va_end(args);
-}
-
-int32_t DllCall() {
-  DllReadHeader();
+int32_t TakeCall() {
   if (DllArgCount() < 1) {
     CallTrace(3, "illegal argument count, function name is required\n");
     return RESULT_WRONG_COUNT;
@@ -220,6 +235,33 @@ int32_t DllCall() {
   int32_t index = 0;
   if (const ResultCode code = FindEntry(index); code != RESULT_OK) return code;
   return RunFunction(index, count);
+}
+
+}  // namespace
+
+void SetCallTraceLevel(int32_t level) { trace_level = level; }
+
+void CallTrace(int32_t detail, const char* format, ...) {
+  if (!Traced(detail)) return;
+  va_list args;
+  va_start(args, format);
+  PrintList(format, args);
+  va_end(args);
+}
+
+void SetCallObserver(const CallObserver* new_observer) { observer = new_observer; }
+
+void TellOfEnd() {
+  if (observer != nullptr) observer->ended();
+}
+
+int32_t DllCall() {
+  DllReadHeader();
+  if (observer == nullptr) return TakeCall();
+  observer->begun();
+  const int32_t result = TakeCall();
+  if (observer != nullptr) observer->done(result);
+  return result;
 }
 
 }  // namespace vorlix

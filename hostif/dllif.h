@@ -39,6 +39,20 @@ int32_t DllDispatch(int32_t index, const ArgVector& args);
 /// that belongs into the header.
 int32_t DllCall();
 
+/// Who is told of each call, and of the call trace. All but `ended` are called in the course of a call.
+struct CallObserver {
+  void (*begun)();                        // the header has been copied, and nothing been done
+  void (*done)(int32_t result);           // all is written back, and the result code is not stored yet
+  void (*traced)(std::string_view text);  // this was written to the call trace
+  void (*ended)();  // SIGTERM: at any instant, so what is not safe in a signal handler must not be
+};
+
+/// There is one observer, or none (null). It is borrowed.
+void SetCallObserver(const CallObserver* observer);
+
+/// Tells the observer of the end.
+void TellOfEnd();
+
 /// The level of the call trace on standard error, 0 at start: 1 to 3 add detail, a negative level writes the lines of
 /// level 1 alone.
 void SetCallTraceLevel(int32_t level);

@@ -89,6 +89,8 @@ void DllSetBlock(void* base, size_t size) { block = {static_cast<char*>(base), s
 
 void DllReadHeader() { block.header = ReadFrom<BlockHeader>(block.base); }
 
+std::span<const char> DllBlockBytes() { return {block.base, block.size}; }
+
 int32_t DllArgCount() { return block.header.arg_count; }
 
 int32_t DllHostPid() { return block.header.host_pid; }

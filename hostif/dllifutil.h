@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -81,6 +82,9 @@ void DllSetBlock(void* base, size_t size);
 
 /// Copies the header; what the functions below say of header words is this copy.
 void DllReadHeader();
+
+/// All bytes of the block, borrowed; the host can change them at any instant.
+std::span<const char> DllBlockBytes();
 
 int32_t DllArgCount();
 int32_t DllHostPid();

@@ -95,6 +95,7 @@ bool AnswerHost(pid_t host) {
 }
 
 extern "C" void HandleEnd(int) {
+  TellOfEnd();
   shmdt(attached);
   dll_cleanup();
   _exit(EXIT_SUCCESS);

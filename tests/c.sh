@@ -70,7 +70,9 @@ for compiler in gcc clang; do
   strictly "${compiler/%cc/}++" examples/hosts/host.cpp "$work/host++" -std=c++20 "$@" -I. "$DIRECTORY/libvorlix++.a"
   same "host.cpp by $compiler" "$work/shown" env PATH="$DIRECTORY:$PATH" "$work/host++"
   strictly "$compiler" examples/hosts/bare.c "$work/bare" -std=c11 "$@"
-  same "bare.c by $compiler" <(echo 31.12.1999) "$work/bare" "$DIRECTORY/vorlix.dll"
+  same "bare.c by $compiler" <(echo 31.12.1999) env VORLIX_RECORD="$work/%p.vx" "$work/bare" "$DIRECTORY/vorlix.dll"
+  same "bare.c recorded" <(echo 1) bash -c "'$DIRECTORY/vorlix' run '$work'/*.vx | grep -c ^fmt_Date"
+  rm "$work"/*.vx
 done
 same 'names and sizes' tests/c_abi.txt abi "$@"
 exit $fail

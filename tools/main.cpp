@@ -13,6 +13,7 @@
 #include "tools/paint.h"
 #include "tools/quoting.h"
 #include "tools/signature.h"
+#include "tools/support/bundle.h"
 #include "tools/usage.h"
 
 namespace vorlix::tool {
@@ -67,6 +68,7 @@ class CommandLine {
     if (functions_->parsed()) return ListFunctions(function_, json_);
     if (check_->parsed()) return CheckFiles(check_command_);
     if (show_->parsed()) return ShowField(show_command_);
+    if (bundle_->parsed()) return BundleRecording(path_, bundle_to_);
     if (lsp_->parsed()) return ServeEditor(check_command_.models, check_command_.language);
     if (help_->parsed()) return Help();
     if (isatty(STDIN_FILENO) == 0) throw ToolError(Status::Usage, "a command is required; vorlix help lists them");
@@ -91,9 +93,12 @@ class CommandLine {
  private:
   // The options that can stand before and behind a subcommand.
   void AddServerOptions(CLI::App& app) {
-    app.add_option("--trace", options_.trace, "Level of the call trace on standard error, 1 to 3")->type_name("N");
+    app.add_option("--trace", options_.trace, "Level of the call trace on standard error, 1 to 3")
+        ->type_name("N")
+        ->envname("VORLIX_DEBUG");
     app.add_option("--flags", options_.flags, "Levels of the category trace on standard error, as D3F1 or *2")
         ->type_name("FLAGS")
+        ->envname("VORLIX_FLAGS")
         ->check(HaveLevels);
     app.add_option("--server", options_.server, "The server program, when vorlix.dll is not found by itself")
         ->type_name("PATH");
@@ -131,6 +136,9 @@ class CommandLine {
     AddCheck();
     AddShow();
     AddLsp();
+    bundle_->add_option("RECORDING", path_, "What a server with VORLIX_RECORD has written")->required();
+    bundle_->add_option("-o,--output", bundle_to_, "The archive, RECORDING.tar.gz by default")->type_name("FILE");
+    bundle_->footer("Example: VORLIX_RECORD=/tmp/r%p.vx vorlix call v_Set Name Meier; vorlix bundle /tmp/r*.vx");
     help_->add_option("COMMAND", function_, "The command");
     help_->footer("Example: vorlix help call");
   }
@@ -212,6 +220,8 @@ class CommandLine {
   CLI::App* show_ = app_.add_subcommand("show", "Show a field of a dictionary, and where its attributes come from");
   CLI::App* check_ = app_.add_subcommand("check", "Find what is wrong with dictionaries");
   CLI::App* lsp_ = app_.add_subcommand("lsp", "Check dictionaries in the editor, as a language server");
+  std::string bundle_to_;
+  CLI::App* bundle_ = app_.add_subcommand("bundle", "Pack a recording and the files that it names, to send");
   CLI::App* functions_ = app_.add_subcommand("functions", "List all functions, describe one, or search");
   CLI::App* help_ = app_.add_subcommand("help", "Print this, or the help of a command");
 };

@@ -13,6 +13,7 @@
 #include "tools/hint.h"
 #include "tools/items.h"
 #include "tools/paint.h"
+#include "tools/placed.h"
 #include "tools/quoting.h"
 #include "tools/signature.h"
 
@@ -94,6 +95,7 @@ void Player::Execute(const Statement& statement) {
   line_ = statement.line;
   switch (statement.kind) {
     case Kind::Call: RunCall(statement); break;
+    case Kind::Place: RunPlace(statement); break;
     case Kind::Each: RunEach(statement); break;
     case Kind::Comment: PrintLine(statement.comment); break;
     case Kind::Check: RunCheck(statement); break;
@@ -103,10 +105,13 @@ void Player::Execute(const Statement& statement) {
     case Kind::Read: ReadValue(statement.NameToSet(), Text(statement, 1)); break;
     case Kind::Write: Write(Text(statement, 0), Text(statement, 1)); break;
     case Kind::Echo: RunEcho(statement); break;
+    case Kind::File: RunFile(statement); break;
+    case Kind::Clock: RunClock(statement); break;
+    case Kind::Server: RunServer(statement); break;
     case Kind::Show: PrintOwn(ListItems(calls_.to_outside(Text(statement, 0)))); break;
   }
   if (statement.kind != Kind::Each) Expect(statement.expected);
-  if (statement.kind == Kind::Call) NoteRefusedFile(statement);
+  if (statement.kind == Kind::Call || statement.kind == Kind::Place) NoteRefusedFile(statement);
 }
 
 void Player::RunCall(const Statement& statement) {
@@ -117,10 +122,28 @@ void Player::RunCall(const Statement& statement) {
     given.push_back({scope_.Expand(word), word.room});
     line += ' ' + GivenWord(given.back());
   }
-  result_ = calls_.place(function.name, MakeArguments(function, given));
+  PlaceCall(statement, std::move(line), function.name, function, MakeArguments(function, given));
+}
+
+void Player::RunPlace(const Statement& statement) {
+  static constexpr FunctionInfo UNKNOWN{};
+  const std::string name = Text(statement, 0);
+  const FunctionInfo* const function = FindFunction(name);
+  const std::vector<Word> words(statement.words.begin() + 1, statement.words.end());
+  std::vector<host::Arg> args = MakePlaced(words, [this](const Word& word) { return scope_.Expand(word); });
+  const std::string shown = ShowPlaced(args, [this](const std::string& text) { return Shown(text, true); });
+  PlaceCall(statement, "place " + Shown(name) + shown, name, function != nullptr ? *function : UNKNOWN,
+            std::move(args));
+}
+
+void Player::PlaceCall(const Statement& statement, std::string line, std::string_view name,
+                       const FunctionInfo& function, std::vector<host::Arg> args) {
+  stand_ins_.Redirect(function, args);
+  const bool has_all_args = args.size() == function.arg_count;
+  result_ = calls_.place(name, args);
   called_ = &function;
   line += " => " + std::to_string(result_.code);
-  const std::vector<Value> values = ReturnedValues(function, result_);
+  const std::vector<Value> values = has_all_args ? ReturnedValues(function, result_) : std::vector<Value>();
   for (const Value& value : values) {
     scope_.Set(value.name, value.text);
     line += ' ' + Outcome(value);
@@ -167,6 +190,32 @@ void Player::ReadValue(const std::string& name, const std::string& path) {
 void Player::Write(const std::string& path, const std::string& text) {
   WriteFile(path, text);
   PrintLine("write " + Shown(path) + ' ' + Shown(text));
+}
+
+void Player::RunFile(const Statement& statement) {
+  const Word& what = statement.words[1];
+  const std::string path = Text(statement, 0);
+  const std::string text = Text(statement, 1);
+  stand_ins_.Make(scope_.Find("tmp"), path, what, text);
+  PrintLine("file " + Shown(path) + ' ' + (StandIns::IsKeyword(what) ? text : Shown(text, true)));
+}
+
+void Player::RunClock(const Statement& statement) {
+  if (!calls_.set_clock) throw ToolError(Status::Usage, "the server here goes by the clock of the system");
+  const std::string time = Text(statement, 0);
+  calls_.set_clock(time);
+  PrintLine("clock " + Shown(time, true));
+}
+
+// Whoever started the server has gone by it.
+void Player::RunServer(const Statement& statement) {
+  if (options_.is_dialog) throw ToolError(Status::Usage, "the server runs already; .lang changes its language");
+  std::string line = "server";
+  for (Word word : statement.words) {
+    const std::string name = ParseVariable(word);
+    line += ' ' + name + '=' + Shown(scope_.Expand(word));
+  }
+  PrintLine(line);
 }
 
 void Player::RunFetch(const Statement& statement) {

@@ -10,6 +10,7 @@
 #include "host/call.h"
 #include "tools/scope.h"
 #include "tools/script.h"
+#include "tools/standins.h"
 #include "tools/values.h"
 
 namespace vorlix::tool {
@@ -26,6 +27,7 @@ struct Calls {
   host::Caller place;
   host::Caller ask = place;
   std::function<std::string()> reasons = [] { return std::string(); };
+  std::function<void(const std::string&)> set_clock = {};  // null: the server goes by the system's clock
   std::function<std::string(std::string_view)> to_outside = [](std::string_view text) { return std::string(text); };
 };
 
@@ -55,7 +57,14 @@ class Player {
   /// Runs a statement; when it fails and the player keeps going, counts it.
   void Run(const Statement& statement);
   void RunCall(const Statement& statement);
+  void RunPlace(const Statement& statement);
   void RunEach(const Statement& statement);
+  /// Places a call whose line is `line`, keeps and prints what came back.
+  void PlaceCall(const Statement& statement, std::string line, std::string_view name, const FunctionInfo& function,
+                 std::vector<host::Arg> args);
+  void RunFile(const Statement& statement);
+  void RunClock(const Statement& statement);
+  void RunServer(const Statement& statement);
   void RunCheck(const Statement& statement);
   void RunXbuf(const Statement& statement);
   void RunFetch(const Statement& statement);
@@ -99,6 +108,7 @@ class Player {
   host::Result result_;                   // and what came of it
   std::string refused_file_;              // a line, and why; empty when all files were there
   Scope scope_;
+  StandIns stand_ins_;
   std::string played_;
 };
 

@@ -1,10 +1,13 @@
 // `vorlix run`.
+#include <algorithm>
 #include <functional>
 
 #include "tools/commands.h"
 #include "tools/files.h"
 #include "tools/player.h"
 #include "tools/script.h"
+#include "tools/support/archive.h"
+#include "tools/support/bundle.h"
 
 namespace vorlix::tool {
 namespace {
@@ -19,20 +22,51 @@ std::string ReadScript(const std::string& path) {
   }
 }
 
+// The variables of the language as the script's first line has them, if it is a "server"; those that it leaves out are
+// not set.
+host::EnvironmentChanges VariablesOf(const std::vector<Statement>& statements) {
+  const auto server = std::ranges::find(statements, Kind::Server, &Statement::kind);
+  if (server == statements.end()) return {};
+  host::EnvironmentChanges variables = {{"ZENDLANG", {}}, {"LANG", {}}, {"LC_COLLATE", {}}, {"LC_CTYPE", {}}};
+  Scope no_values;
+  for (Word word : server->words) {
+    const std::string name = ParseVariable(word);
+    std::ranges::find(variables, name, &host::EnvironmentChanges::value_type::first)->second = no_values.Expand(word);
+  }
+  return variables;
+}
+
+bool SetsClock(const std::vector<Statement>& statements) {
+  return std::ranges::any_of(statements, [](const Statement& statement) {
+    return statement.kind == Kind::Clock || SetsClock(statement.body);
+  });
+}
+
 }  // namespace
 
-Status RunScript(const Options& options, const std::string& path, const std::vector<std::string>& arguments,
+Status RunScript(const Options& given_options, const std::string& path, const std::vector<std::string>& arguments,
                  const PlayOptions& play) {
+  Options options = given_options;
   const Encoding encoding = EncodingFor(options, false);
-  std::string script = encoding.ToServer(ReadScript(path));
+  std::string script = ReadScript(path);
+  ScratchDirectory unpacked;
+  if (IsArchive(script)) {
+    Unpack(ReadArchive(script, path), unpacked.Path());
+    script = ReadScript(unpacked.Path() + '/' + BUNDLE_SCRIPT);
+  }
+  script = encoding.ToServer(script);
   if (script.starts_with(BYTE_ORDER_MARK)) script.erase(0, BYTE_ORDER_MARK.size());
   const std::vector<Statement> statements = ParseScript(script, path);
+  options.variables = VariablesOf(statements);
+  options.has_clock = SetsClock(statements);
   Session session(options);
   Player player({.place = std::bind_front(&Session::Call, &session),
                  .ask = std::bind_front(&Session::Ask, &session),
                  .reasons = [&] { return session.Reasons(); },
+                 .set_clock = std::bind_front(&Session::SetClock, &session),
                  .to_outside = [&](std::string_view text) { return encoding.ToOutside(text); }},
                 path, play);
+  if (!unpacked.KnownPath().empty()) player.Values().Set("here", unpacked.KnownPath());
   std::vector<std::string> words;
   for (const std::string& argument : arguments) words.push_back(encoding.ToServer(argument));
   player.SetArguments(words);

@@ -11,6 +11,7 @@
 
 #include "tools/failure.h"
 #include "tools/items.h"
+#include "tools/placed.h"
 #include "tools/signature.h"
 
 namespace vorlix::tool {
@@ -34,6 +35,10 @@ constexpr std::array KEYWORDS = {
     Keyword{"write", Kind::Write, 2, 2, false, "write FILE TEXT"},
     Keyword{"echo", Kind::Echo, 0, MANY, false, "echo TEXT..."},
     Keyword{"show", Kind::Show, 1, 1, false, "show XBUF"},
+    Keyword{"place", Kind::Place, 1, MANY, false, "place FUNCTION ARGUMENT..."},
+    Keyword{"file", Kind::File, 2, 2, false, "file PATH TEXT"},
+    Keyword{"clock", Kind::Clock, 1, 1, false, "clock \"2026-11-23 22:07:57\""},
+    Keyword{"server", Kind::Server, 1, MANY, false, "server NAME=TEXT..."},
 };
 
 // Loops in loops are parsed and run by recursion.
@@ -101,11 +106,15 @@ void RequireReturned(const FunctionInfo& function, const std::vector<Condition>&
   }
 }
 
+// The variables that the server takes its language from.
+constexpr std::array<std::string_view, 4> VARIABLES = {"ZENDLANG", "LANG", "LC_COLLATE", "LC_CTYPE"};
+
 void RequireForm(const Keyword& keyword, std::span<const Word> words) {
   const bool fits = words.size() >= keyword.least && words.size() <= keyword.most;
   const bool named =
       !keyword.first_is_name || (!words.empty() && IsName(words[0].Bare()) && words[0].Is(words[0].Bare()));
   const auto has_its_room = [&](const Word& word) {
+    if (keyword.kind == Kind::Place && &word != words.data()) return true;
     const bool takes_room = keyword.kind == Kind::Fetch && &word == words.data() + 1;
     return takes_room ? word.room && word.pieces.empty() : !word.room;
   };
@@ -113,6 +122,10 @@ void RequireForm(const Keyword& keyword, std::span<const Word> words) {
   if (keyword.first_is_name && words[0].Is("tmp")) Refuse("tmp is the directory of the script, and cannot be set");
   if (keyword.kind == Kind::Xbuf)
     for (const Word& word : words.subspan(1)) ParseItem(word);
+  if (keyword.kind == Kind::Place)
+    for (const Word& word : words.subspan(1)) ParsePlaced(word);
+  if (keyword.kind == Kind::Server)
+    for (Word word : words) ParseVariable(word);
 }
 
 class Parser {
@@ -128,6 +141,8 @@ class Parser {
         const std::vector<Word> words = SplitWords(line);
         if (IsEnd(words, loop)) return statements;
         statements.push_back(words.empty() ? CommentLine(line) : ParseLine(words));
+        if (statements.back().kind == Kind::Server && has_begun_) Refuse("'server' stands before all other lines");
+        has_begun_ = has_begun_ || statements.back().kind != Kind::Comment;
       } catch (const ToolError& error) {
         throw ToolError(error.GetStatus(), Place(name_, line_) + error.what());
       }
@@ -218,10 +233,20 @@ class Parser {
   std::string_view rest_;
   std::string_view name_;
   int line_ = 0;
-  int depth_ = 0;  // loops around the line
+  int depth_ = 0;           // loops around the line
+  bool has_begun_ = false;  // with more than comments
 };
 
 }  // namespace
+
+std::string ParseVariable(Word& word) {
+  const std::string_view bare = word.Bare();
+  const std::string name(bare.substr(0, bare.find('=')));
+  if (name.size() == bare.size() || std::ranges::find(VARIABLES, name) == VARIABLES.end())
+    Refuse("the server's language comes from ZENDLANG, LANG, LC_COLLATE and LC_CTYPE: server LANG=de_DE");
+  word.CutFront(name.size() + 1);
+  return name;
+}
 
 std::string_view OperatorText(Comparison comparison) {
   return std::ranges::find(OPERATORS, comparison, &Operator::comparison)->text;

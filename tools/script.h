@@ -25,6 +25,7 @@ struct Condition {
 enum class Kind {
   Comment,  // a line without words
   Call,     // a function of the table
+  Place,    // a call exactly as a host sends it
   Each,     // a call that is repeated, and the lines up to "end"
   Check,    // expectations alone
   Set,
@@ -34,6 +35,9 @@ enum class Kind {
   Write,
   Echo,
   Show,
+  File,    // a file that stands in for another
+  Clock,   // the time of day for the server
+  Server,  // the environment of the server, before all else
 };
 
 struct Statement {
@@ -52,6 +56,10 @@ struct Statement {
 
 /// The statements of a script. Throws ToolError (Usage) for the first fault, as "NAME:LINE: what is wrong".
 std::vector<Statement> ParseScript(std::string_view text, std::string_view name);
+
+/// The variable that a word of "server" names, which loses all up to its "=". Throws ToolError (Usage) when it is none
+/// of those that the language comes from.
+std::string ParseVariable(Word& word);
 
 /// The words that a statement which is no call begins with.
 std::vector<std::string> Keywords();

@@ -8,11 +8,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <stdexcept>
 
 #include "tools/ending.h"
 #include "tools/failure.h"
+#include "tools/files.h"
 #include "tools/quoting.h"
 
 namespace vorlix::tool {
@@ -36,26 +38,47 @@ std::string InstalledLocales() {
   return names;
 }
 
-host::ServerOptions ServerOptionsOf(const Options& options) {
+// A variable of the server's environment; empty when it has none.
+std::string VariableOf(const Options& options, const std::string& name) {
+  const auto changed = std::ranges::find(options.variables, name, &host::EnvironmentChanges::value_type::first);
+  if (changed != options.variables.end()) return changed->second.value_or("");
+  const char* const value = std::getenv(name.c_str());
+  return value != nullptr ? value : "";
+}
+
+// The locale that decides how the server reads texts.
+std::string ServerLocale(const Options& options) {
+  if (!options.language.empty()) return options.language;
+  for (const std::string name : {"ZENDLANG", "LC_CTYPE", "LANG"})
+    if (const std::string value = VariableOf(options, name); !value.empty())
+      return name == "ZENDLANG" ? value.substr(0, value.find('@')) : value;
+  return "C";
+}
+
+constexpr const char* CLOCK_FILE = "/clock";
+
+host::ServerOptions ServerOptionsOf(const Options& options, ScratchDirectory& scratch) {
   host::ServerOptions result;
   result.program = options.server;
   result.segment_size = static_cast<size_t>(options.segment_megabytes) << 20;
   result.timeout = std::chrono::milliseconds(static_cast<int64_t>(options.timeout * 1000));
   result.standard_error = host::StandardError::Capture;
   result.is_interrupted = [] { return EndingSignal() != 0; };
-  if (options.language.empty()) return result;
+  // By a call it would be in every recording, and change what its player turns on.
+  if (options.flags.empty()) result.environment.emplace_back("VORLIX_FLAGS", ALL_FAILURES);
+  if (options.has_clock) result.environment.emplace_back("VORLIX_CLOCK", scratch.Path() + CLOCK_FILE);
+  if (options.language.empty()) {
+    for (const auto& [name, value] : options.variables)
+      if (value && !value->empty()) RequireLanguage(name == "ZENDLANG" ? value->substr(0, value->find('@')) : *value);
+    result.environment.insert(result.environment.end(), options.variables.begin(), options.variables.end());
+    return result;
+  }
   RequireLanguage(options.language);
   // The other variables would come before LANG.
-  result.environment = {{"LANG", options.language}, {"ZENDLANG", {}}, {"LC_COLLATE", {}}, {"LC_CTYPE", {}}};
+  const host::EnvironmentChanges language = {
+      {"LANG", options.language}, {"ZENDLANG", {}}, {"LC_COLLATE", {}}, {"LC_CTYPE", {}}};
+  result.environment.insert(result.environment.end(), language.begin(), language.end());
   return result;
-}
-
-// The locale that decides how the server reads texts.
-std::string ServerLocale(const Options& options) {
-  if (!options.language.empty()) return options.language;
-  for (const char* const name : {"ZENDLANG", "LC_CTYPE", "LANG"})
-    if (const char* const value = std::getenv(name); value != nullptr && *value != '\0') return value;
-  return "C";
 }
 
 // A line of the category trace of level 1, of whichever category.
@@ -80,12 +103,11 @@ Encoding EncodingFor(const Options& options, bool by_default) {
 }
 
 Session::Session(const Options& options, bool is_typed)
-    : server_(ServerOptionsOf(options)),
+    : server_(ServerOptionsOf(options, scratch_)),
       keeps_failures_(options.flags.empty()),
       counts_bytes_(is_typed && EncodingOf(ServerLocale(options)) == "UTF-8") {
-  const std::string flags = keeps_failures_ ? std::string(ALL_FAILURES) : options.flags;
   TellOfRevision();
-  Place("dll_SetDebugFlags", {host::Text(flags), host::Text("")});
+  if (!keeps_failures_) Place("dll_SetDebugFlags", {host::Text(options.flags), host::Text("")});
   if (options.trace) Place("dll_Debug", {host::Int(*options.trace)});
 }
 
@@ -117,6 +139,14 @@ host::Result Session::Ask(std::string_view function, const std::vector<host::Arg
 void Session::KeepFailures() {
   Place("dll_SetDebugFlags", {host::Text(ALL_FAILURES), host::Text("")});
   keeps_failures_ = true;
+}
+
+void Session::SetClock(const std::string& time) {
+  std::tm ignored{};
+  const char* const end = strptime(time.c_str(), "%Y-%m-%d %H:%M:%S", &ignored);
+  if (end == nullptr || *end != '\0')
+    throw ToolError(Status::Usage, Quote(time) + " is no time as 2026-11-23 22:07:57");
+  WriteFile(scratch_.Path() + CLOCK_FILE, time);
 }
 
 // The last words of a server that has ended are passed on, and need not stand in the message again.

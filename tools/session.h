@@ -8,15 +8,18 @@
 
 #include "host/server.h"
 #include "tools/encoding.h"
+#include "tools/scope.h"
 
 namespace vorlix::tool {
 
 /// What all subcommands that start a server are told on the command line.
 struct Options {
-  std::string server;    // the program; empty: the one that the client library finds
-  std::string language;  // empty: as the environment says
-  double timeout = 10;   // seconds for each answer
+  std::string server;                  // the program; empty: the one that the client library finds
+  std::string language;                // empty: as the environment says
+  host::EnvironmentChanges variables;  // of the language, where it is not given: what a script says of them
+  double timeout = 10;                 // seconds for each answer
   int segment_megabytes = 16;
+  bool has_clock = false;    // the server goes by what SetClock says
   std::optional<int> trace;  // level of the call trace
   std::string flags;         // levels of the category trace
   std::string encoding;      // of the texts here; empty: see EncodingFor
@@ -55,6 +58,10 @@ class Session {
   /// Gives up the category trace that somebody asked for.
   void KeepFailures();
 
+  /// Sets the clock of a server that has one of its own, as "2026-11-23 22:07:57". Throws ToolError (Usage) when that
+  /// is no time.
+  void SetClock(const std::string& time);
+
   host::Server& Server() { return server_; }
 
  private:
@@ -63,6 +70,7 @@ class Session {
   host::Result Place(std::string_view function, const std::vector<host::Arg>& args);
   void PassOn(const std::string& written);
 
+  ScratchDirectory scratch_;  // of the clock
   host::Server server_;
   bool keeps_failures_;
   bool traces_to_file_ = false;

@@ -27,16 +27,6 @@ void AppendArgument(std::string& out, const ArgInfo& arg) {
 
 }  // namespace
 
-HostClass ClassOf(const ArgInfo& arg) {
-  switch (arg.type) {
-    case DeclaredType::IntByValue:
-    case DeclaredType::IntByReference: return HOST_INTEGER;
-    case DeclaredType::RealByValue:
-    case DeclaredType::RealByReference: return HOST_REAL;
-    default: return HOST_STRING;
-  }
-}
-
 std::string_view ClassWord(const ArgInfo& arg) {
   constexpr std::array<std::string_view, 4> WORDS = {"", "integer", "number", "text"};
   return WORDS.at(static_cast<size_t>(ClassOf(arg)));

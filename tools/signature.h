@@ -20,8 +20,7 @@ std::string MeaningOf(const FunctionInfo& function, std::string_view value, int3
 /// "19 (no dialog on the top level has this handle)"; without words the number alone.
 std::string InWords(const std::string& number, const std::string& meaning);
 
-/// The class of an argument's values, and the word for it: "integer", "number" or "text".
-HostClass ClassOf(const ArgInfo& arg);
+/// The word for the class of an argument's values: "integer", "number" or "text".
 std::string_view ClassWord(const ArgInfo& arg);
 
 /// The function of this name. Throws ToolError (Usage), with the name that is nearest, if one is near.

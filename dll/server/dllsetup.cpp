@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include "dll/record/recording.h"
 #include "dll/server/nls.h"
 #include "hostif/dllcleanup.h"
 
@@ -7,6 +8,7 @@ namespace vorlix {
 
 int dll_setup() {
   constexpr int EXIT_NO_LANGUAGE = 1;
+  StartRecordingFromEnvironment();
   const ResultCode code = ChooseLanguageFromEnvironment();
   if (code == RESULT_OK) return 0;
   std::fprintf(stderr, "dll_setup: setup_locale_from_env() failed. Completion code = %d\n", code);

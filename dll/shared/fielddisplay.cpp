@@ -129,13 +129,6 @@ static_assert(std::size(DISPLAYS) == FT_XB + 1);
 
 }  // namespace
 
-std::tm LocalTimeNow() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  return local;
-}
-
 bool FmtDisplay(FieldBuffer& out, const Object& field, const char* value, LocalTime now) {
   out.Clear();
   const bool known = field.ftyp >= FT_NONE && static_cast<size_t>(field.ftyp) < std::size(DISPLAYS);

@@ -2,16 +2,11 @@
 // of buttons and boxes as a number.
 #pragma once
 
-#include <ctime>
-
+#include "dll/base/clock.h"
 #include "dll/field/fieldbuf.h"
 #include "dll/shared/dictattr.h"
 
 namespace vorlix {
-
-/// Tells the local time. Tests have one of their own.
-using LocalTime = std::tm (*)();
-std::tm LocalTimeNow();
 
 /// Puts the text that a field shows for `value` into `out`. False, with `out` empty, when its type shows the value as
 /// it is: field types that only the host knows, MT and XB.

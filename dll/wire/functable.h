@@ -20,6 +20,20 @@ struct ArgInfo {
   Direction direction = Direction::In;
 };
 
+/// The class in which a host sends the argument.
+constexpr HostClass ClassOf(const ArgInfo& arg) {
+  switch (arg.type) {
+    case DeclaredType::IntByValue:
+    case DeclaredType::IntByReference: return HOST_INTEGER;
+    case DeclaredType::RealByValue:
+    case DeclaredType::RealByReference: return HOST_REAL;
+    default: return HOST_STRING;
+  }
+}
+
+/// Whether the argument is the path of a file.
+constexpr bool NamesFile(const ArgInfo& arg) { return arg.name == "fname"; }
+
 inline constexpr size_t MAX_DECLARED_ARGS = 9;
 
 struct FunctionInfo {

@@ -101,7 +101,7 @@ std::vector<std::string> Completion::Candidates(const std::vector<std::string>& 
   const size_t given = before.size() - (before[0] == "each" ? 2 : 1);
   const ArgInfo* const arg = ArgumentAt(*function, given);
   if (arg == nullptr) return {"=>"};
-  if (arg->name == "fname") return Files(word);
+  if (NamesFile(*arg)) return Files(word);
   if (arg->name == "dlgID") return OpenDialogs(ask_);
   const bool is_field = arg->name == "name" || arg->name == "fldName" || arg->name == "list";
   if (is_field && function->name.starts_with("dict_")) return FieldsOf(ask_, before.back());

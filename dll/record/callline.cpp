@@ -1,0 +1,262 @@
+// Plain is what tools/values.cpp makes of the words of a plain line: each argument in the class that it is declared in,
+// alone, and as a variable where something comes back.
+#include "dll/record/callline.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <optional>
+
+#include "dll/base/quote.h"
+#include "dll/base/text.h"
+#include "dll/wire/decimal.h"
+
+namespace vorlix {
+namespace {
+
+int32_t CountOf(const ArgDesc& desc) { return std::max(desc.count, 1); }
+
+size_t StepOf(const ArgDesc& desc) { return static_cast<size_t>(desc.stride) * WORD_SIZE; }
+
+// A value out of the block; none when it does not lie there.
+template <class Value>
+std::optional<Value> Load(size_t offset) {
+  const std::span<const char> block = DllBlockBytes();
+  if (offset > block.size() || block.size() - offset < sizeof(Value)) return {};
+  Value value;
+  std::memcpy(&value, block.data() + offset, sizeof value);
+  return value;
+}
+
+size_t OffsetOf(const ArgDesc& desc, int32_t k) {
+  return desc.offset + (k == 0 ? 0 : static_cast<size_t>(k) * StepOf(desc));
+}
+
+// The characters of a String element, as many as its length says; none when they do not lie in the block.
+std::optional<std::string_view> LoadText(size_t offset) {
+  const std::optional<int32_t> length = Load<int32_t>(offset);
+  if (!length || *length < 0) return {};
+  const std::span<const char> behind = DllBlockBytes().subspan(offset + sizeof(int32_t));
+  if (static_cast<size_t>(*length) > behind.size()) return {};
+  return std::string_view(behind.data(), static_cast<size_t>(*length));
+}
+
+bool LiesInBlock(const ArgDesc& desc, size_t offset) {
+  switch (desc.host_class) {
+    case HOST_INTEGER: return Load<int32_t>(offset).has_value();
+    case HOST_REAL: return Load<HostReal>(offset).has_value();
+    case HOST_STRING: return LoadText(offset).has_value();
+    default: return false;
+  }
+}
+
+// Whether a script can send the elements: all lie in the block, none in another.
+bool IsSayable(const ArgDesc& desc) {
+  const size_t fixed = desc.host_class == HOST_REAL ? sizeof(HostReal) : sizeof(int32_t);
+  const bool has_steps = desc.stride >= 0 && StepOf(desc) >= fixed;
+  if (CountOf(desc) > 1 && !has_steps) return false;
+  for (int32_t k = 0; k < CountOf(desc); ++k)
+    if (!LiesInBlock(desc, OffsetOf(desc, k))) return false;
+  return true;
+}
+
+// The characters that a function finds room for: no more than the element's place has.
+int32_t CapacityOf(const ArgDesc& desc) {
+  size_t room = DllBlockBytes().size() - desc.offset;
+  if (CountOf(desc) > 1) room = std::min(room, StepOf(desc));
+  const auto most = static_cast<int64_t>(room - std::min(room, sizeof(int32_t)));
+  return static_cast<int32_t>(std::min<int64_t>(desc.capacity, most));
+}
+
+void AppendNumber(std::string& line, int64_t number) {
+  std::array<char, 24> digits;
+  line.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
+}
+
+void AppendRoom(std::string& line, int32_t room) {
+  line += '[';
+  AppendNumber(line, room);
+  line += ']';
+}
+
+// The text that reads back as this number; empty when there is none.
+std::string DecimalOf(const HostReal& real) {
+  std::string text = FormatDecimal(real);
+  HostReal again;
+  const bool is_exact = ParseDecimal(text, again) == DecimalFault::None && again == real;
+  return is_exact ? text : std::string();
+}
+
+// The number as it is, or its bytes where it is not what a host makes.
+void AppendReal(std::string& line, const HostReal& real) {
+  const std::string text = DecimalOf(real);
+  line += text;
+  if (!text.empty()) return;
+  line += "0x";
+  for (const char byte : std::string_view(reinterpret_cast<const char*>(&real), sizeof real)) AppendHex(line, byte);
+}
+
+// Element `k`, as LiesInBlock has found it; the host may have changed it since.
+void AppendElement(std::string& line, const ArgDesc& desc, int32_t k) {
+  const size_t offset = OffsetOf(desc, k);
+  switch (desc.host_class) {
+    case HOST_INTEGER: return AppendNumber(line, Load<int32_t>(offset).value_or(0));
+    case HOST_REAL: return AppendReal(line, Load<HostReal>(offset).value_or(REAL_ZERO));
+    default: return AppendQuoted(line, LoadText(offset).value_or(""));
+  }
+}
+
+constexpr size_t EMPTY_QUOTES = 2;
+
+// A value that came back, as the client library reads it.
+void AppendReturned(std::string& line, const ArgDesc& desc) {
+  if (desc.host_class != HOST_STRING) return AppendElement(line, desc, 0);
+  const std::string_view text = LoadText(desc.offset).value_or("");
+  AppendQuoted(line, text.substr(0, static_cast<size_t>(std::max(CapacityOf(desc), 0))));
+}
+
+bool IsPlainArg(const ArgInfo& arg, const ArgDesc& desc) {
+  if (desc.host_class != ClassOf(arg) || desc.count != 1) return false;
+  if ((desc.by_ref != 0) != (arg.direction != Direction::In)) return false;
+  if (desc.host_class == HOST_STRING) return desc.capacity >= 0;
+  return desc.host_class == HOST_INTEGER || !DecimalOf(Load<HostReal>(desc.offset).value_or(REAL_ZERO)).empty();
+}
+
+}  // namespace
+
+bool CallLine::ReadDescriptors() {
+  const int32_t sent = DllArgCount();
+  ArgDesc name;
+  if (sent < 1 || sent > MOST_ARGS || DllGetArgDesc(0, name) != RESULT_OK) return false;
+  if (name.host_class != HOST_STRING || DllElementText(name, name_) != RESULT_OK) return false;
+  function_ = FindFunction(name_);
+  count_ = static_cast<size_t>(sent) - 1;
+  has_all_args_ = function_ != nullptr && count_ == function_->arg_count;
+  for (size_t k = 0; k < count_; ++k) {
+    args_[k] = {};
+    if (DllGetArgDesc(static_cast<int32_t>(k) + 1, args_[k].desc) != RESULT_OK) return false;
+    if (!IsSayable(args_[k].desc)) return false;
+  }
+  return true;
+}
+
+bool CallLine::IsPlain() const {
+  if (!has_all_args_) return false;
+  for (size_t k = 0; k < count_; ++k)
+    if (!IsPlainArg(function_->args[k], args_[k].desc)) return false;
+  return true;
+}
+
+void CallLine::Read() {
+  function_ = nullptr;
+  count_ = 0;
+  has_all_args_ = false;
+  is_sayable_ = ReadDescriptors();
+}
+
+void CallLine::AppendCall(std::string& line) {
+  if (!is_sayable_) return AppendUnsayable(line);
+  const bool is_plain = IsPlain();
+  if (!is_plain) line += "place ";
+  if (IsPlainWord(name_)) {
+    line += name_;
+  } else {
+    AppendQuoted(line, name_);
+  }
+  for (size_t k = 0; k < count_; ++k) {
+    line += ' ';
+    if (is_plain) {
+      AppendPlain(line, function_->args[k], args_[k]);
+    } else {
+      AppendPlaced(line, args_[k]);
+    }
+  }
+}
+
+void CallLine::AppendPlain(std::string& line, const ArgInfo& arg, Sent& sent) {
+  if (sent.desc.host_class != HOST_STRING) return AppendElement(line, sent.desc, 0);
+  const std::string_view text = LoadText(sent.desc.offset).value_or("");
+  const int32_t capacity = CapacityOf(sent.desc);
+  const bool is_returned = arg.direction == Direction::Out;
+  const bool has_its_room = arg.direction == Direction::In && std::cmp_equal(capacity, text.size());
+  sent.text_at = line.size();
+  if (has_its_room && IsPlainWord(text)) {
+    line += text;
+  } else if (!is_returned || !text.empty()) {
+    AppendQuoted(line, text);
+  }
+  sent.text_size = line.size() - sent.text_at;
+  if (!has_its_room) AppendRoom(line, capacity);
+}
+
+void CallLine::AppendPlaced(std::string& line, Sent& sent) {
+  const ArgDesc& desc = sent.desc;
+  if (desc.by_ref != 0) line += '&';
+  line += desc.host_class == HOST_INTEGER ? "i:" : desc.host_class == HOST_REAL ? "r:" : "t:";
+  sent.text_at = line.size();
+  AppendElement(line, desc, 0);
+  sent.text_size = line.size() - sent.text_at;
+  if (desc.host_class == HOST_STRING) AppendRoom(line, CapacityOf(desc));
+  for (int32_t k = 1; k < desc.count; ++k) AppendElement(line += " +", desc, k);
+}
+
+// Each descriptor as the block holds it.
+void CallLine::AppendUnsayable(std::string& line) const {
+  line += "# a call that no script can send: ";
+  AppendNumber(line, DllArgCount());
+  line += " descriptors, the block has ";
+  AppendNumber(line, static_cast<int64_t>(DllBlockBytes().size()));
+  line += " bytes";
+  for (int32_t k = 0; k < std::min(DllArgCount(), MOST_ARGS); ++k) {
+    ArgDesc desc;
+    line += "\n#   ";
+    AppendNumber(line, k);
+    line += ": ";
+    if (DllGetArgDesc(k, desc) != RESULT_OK) {
+      line += "not in the block";
+      break;
+    }
+    const auto append = [&](const char* what, int64_t number) { AppendNumber(line += what, number); };
+    append("class ", desc.host_class);
+    append(", by reference ", desc.by_ref);
+    append(", at ", desc.offset);
+    append(", capacity ", desc.capacity);
+    append(", stride ", desc.stride);
+    append(", count ", desc.count);
+    if (desc.host_class == HOST_STRING) append(", length ", Load<int32_t>(desc.offset).value_or(-1));
+    if (k == 0 && desc.host_class == HOST_STRING) AppendQuoted(line += ", text ", LoadText(desc.offset).value_or(""));
+  }
+  line += "\n#  ";
+}
+
+void CallLine::AppendOutcome(std::string& line, int32_t result) {
+  outcome_ = " => ";
+  AppendNumber(outcome_, result);
+  const size_t told = has_all_args_ && is_sayable_ ? count_ : 0;
+  for (size_t k = 0; k < told; ++k) {
+    const ArgInfo& arg = function_->args[k];
+    Sent& sent = args_[k];
+    if (arg.direction == Direction::In) continue;
+    ((outcome_ += ' ') += arg.name) += '=';
+    const size_t value_at = outcome_.size();
+    AppendReturned(outcome_, sent.desc);
+    const std::string_view before = std::string_view(line).substr(sent.text_at, sent.text_size);
+    const bool was_set = result == RESULT_OK && std::string_view(outcome_).substr(value_at) != before;
+    const bool is_of_account = arg.direction != Direction::Out || sent.desc.host_class != HOST_STRING || !was_set;
+    if (is_of_account || sent.text_size <= EMPTY_QUOTES) sent.text_size = 0;
+  }
+  // From the last one on, so that the places of the others hold.
+  for (size_t k = told; k-- > 0;)
+    if (function_->args[k].direction == Direction::Out && args_[k].text_size != 0)
+      line.erase(args_[k].text_at + 1, args_[k].text_size - EMPTY_QUOTES);
+  line += outcome_;
+}
+
+std::string CallLine::FileName() const {
+  for (size_t k = 0; has_all_args_ && is_sayable_ && k < count_; ++k)
+    if (NamesFile(function_->args[k]) && args_[k].desc.host_class == HOST_STRING)
+      return std::string(BeforeNul(LoadText(args_[k].desc.offset).value_or("")));
+  return "";
+}
+
+}  // namespace vorlix

@@ -1,0 +1,32 @@
+// Files that stand in for those that a script names with "file": a call that names the one gets the other.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dll/wire/functable.h"
+#include "host/call.h"
+#include "tools/words.h"
+
+namespace vorlix::tool {
+
+class StandIns {
+ public:
+  /// Whether the word is one of the bare ones that stand for no text: absent, nowhere (its directory is not
+  /// there either), misplaced (that is no directory), directory, locked, device.
+  static bool IsKeyword(const Word& what);
+
+  /// Makes the file that stands in for the one at `path`, in the directory `scratch`: with the text, or what a
+  /// keyword says. A later one takes its place. Throws ToolError (OtherCode).
+  void Make(const std::string& scratch, const std::string& path, const Word& what, const std::string& text);
+
+  /// Has the arguments that name files name those that stand in for them.
+  void Redirect(const FunctionInfo& function, std::vector<host::Arg>& args) const;
+
+ private:
+  std::map<std::string, std::string> paths_;
+};
+
+}  // namespace vorlix::tool
