@@ -1,7 +1,10 @@
 // What a call costs on top of the two signals that carry it, and beside a call over a message bus.
 //
 // All processes run on one core, so that neither the wake-up of a second core nor its absence is measured.
+#include <unistd.h>
+
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -22,6 +25,7 @@ using bench::Expect;
 constexpr int ROUNDS = 1'000;
 constexpr int RUNS = 101;
 constexpr double FLOOR_GOAL = 1.20;
+constexpr double RECORDED_GOAL = 1.5;
 constexpr std::string_view PEER_ARGUMENT = "peer";
 
 }  // namespace
@@ -40,6 +44,17 @@ int main(int argc, char** argv) {
   Compare("a call, placed once", {{"", [&] { Expect(placed.Ring() == 0, "dll_Revision fails"); }}, floor}, 1, ROUNDS,
           RUNS);
   Compare("a call, placed and read back", {{"", call}, floor}, 1, ROUNDS, RUNS);
+
+  const std::string recording = std::filesystem::temp_directory_path() / ("bench-" + std::to_string(getpid()) + ".vx");
+  host::Server recorded({.program = VORLIX_SERVER, .environment = {{"LANG", "C"}, {"VORLIX_RECORD", recording}}});
+  const std::string address = "Meier & Co, Bahnhofstr. 17, 53113 Bonn";
+  for (host::Server* const one : {&server, &recorded})
+    Expect(one->Call("v_Set", {host::Text("Address"), host::Text(address)}).code == 0, "v_Set fails");
+  const auto get = [&](host::Server& from) {
+    return [&] { Expect(from.Call("v_Get", {host::Text("Address"), host::OutText(80)}).code == 0, "v_Get fails"); };
+  };
+  Compare("a call, recorded", {{"", get(recorded)}, {"not recorded", get(server), RECORDED_GOAL}}, 1, ROUNDS, RUNS);
+  Expect(std::filesystem::remove(recording), "nothing was recorded");
 #ifdef HAVE_SYSTEMD
   constexpr double BUS_GOAL = 0.5;
   bench::BusEcho bus;
