@@ -44,6 +44,34 @@ void Check(const Case& wanted) {
   EXPECT_TRUE(Matches(failure, wanted.error)) << "on standard error\n" << failure << "not\n" << wanted.error;
 }
 
+TEST(Tool, LooksAtTheMachine) {
+  const Case cases[] = {
+      {"$V doctor", 0,
+       "* server * answers, revision 3.10\n* round trip *\n* segments *\n* language * C (LANG), ANSI*\n*", ""},
+      {"$V --server /none doctor --json", 1, "[\n*\"bad\"*\"subject\": \"server\"*/none*\"remedy\": \"See *]\n", ""},
+      {"LANG=xx $V doctor", 1, "*bad * language * xx (LANG) is not installed: *\n * locale -a*", ""},
+      {"VORLIX_RECORD=s.vx VORLIX_CLOCK=x $V doctor", 1, "*recording *s.vx is there already*VORLIX_CLOCK is x\n*", "*",
+       "v_Set a b\n"},
+      {"mkfifo f; $V shell <f >/dev/null & exec 3>f; sleep 0.3; $V ps; $V ps --json; exec 3>&-; wait", 0,
+       "SERVER  HOST *vorlix (*) *C  * (16 MB)  *[*\"host_name\": \"vorlix\"*\"language\": \"C\"*", ""},
+  };
+  for (const Case& one : cases) Check(one);
+}
+
+TEST(Tool, PacksRecordings) {
+  const Case cases[] = {
+      {"VORLIX_RECORD=r.vx $V run s.vx >/dev/null; $V bundle r.vx; $V bundle r.vx -o b; rm a.ini; $V run b; ls a.ini",
+       2, "r.vx.tar.gz: 4 calls, 1 file\nb: 4 calls, 1 file\n*ini_GetString S x \"\" a.ini [32000] => 0 val=\"1\"\n*",
+       "*a.ini*", "write a.ini \"[S]\\nx=1\\n\"\nini_GetString S x \"\" a.ini\nini_SetString S x 2 a.ini\n"},
+      {"$V bundle s.vx; $V bundle none", 1, "", "vorlix: s.vx is no recording; *\nvorlix: cannot read none: *\n",
+       "#\n"},
+      {"echo '# Recorded by x' >r; touch r.tar.gz; $V bundle r", 1, "", "vorlix: r.tar.gz: File exists\n"},
+      {"mkdir d; echo x >x; (cd d; tar czPf ../a ../x); $V run a; tar czf b x; $V run b; head -c 30 b >c; $V run c", 2,
+       "", "vorlix: a: a name in it leads out of its directory\nvorlix: b holds no recording.vx\nvorlix: c: *\n"},
+  };
+  for (const Case& one : cases) Check(one);
+}
+
 TEST(Tool, Calls) {
   const Case cases[] = {
       {"$V call u_basename [3]", 0, "code = 0\nBaseObj = \"[3]\"\n", ""},

@@ -14,6 +14,8 @@
 #include "tools/quoting.h"
 #include "tools/signature.h"
 #include "tools/support/bundle.h"
+#include "tools/support/doctor.h"
+#include "tools/support/ps.h"
 #include "tools/usage.h"
 
 namespace vorlix::tool {
@@ -47,8 +49,8 @@ class CommandLine {
     app_.require_subcommand(0, 1);
     app_.failure_message(
         [](const CLI::App*, const CLI::Error& error) { return std::string("vorlix: ") + error.what() + '\n'; });
-    for (CLI::App* const app : {&app_, call_, run_, shell_}) AddServerOptions(*app);
-    for (CLI::App* const app : {&app_, call_, run_, shell_, functions_, check_, show_}) AddColour(*app);
+    for (CLI::App* const app : {&app_, call_, run_, shell_, doctor_}) AddServerOptions(*app);
+    for (CLI::App* const app : {&app_, call_, run_, shell_, functions_, check_, show_, doctor_}) AddColour(*app);
     AddCommands();
   }
 
@@ -69,6 +71,8 @@ class CommandLine {
     if (check_->parsed()) return CheckFiles(check_command_);
     if (show_->parsed()) return ShowField(show_command_);
     if (bundle_->parsed()) return BundleRecording(path_, bundle_to_);
+    if (doctor_->parsed()) return ExamineMachine(options_, json_);
+    if (ps_->parsed()) return ListServers(json_);
     if (lsp_->parsed()) return ServeEditor(check_command_.models, check_command_.language);
     if (help_->parsed()) return Help();
     if (isatty(STDIN_FILENO) == 0) throw ToolError(Status::Usage, "a command is required; vorlix help lists them");
@@ -139,6 +143,10 @@ class CommandLine {
     bundle_->add_option("RECORDING", path_, "What a server with VORLIX_RECORD has written")->required();
     bundle_->add_option("-o,--output", bundle_to_, "The archive, RECORDING.tar.gz by default")->type_name("FILE");
     bundle_->footer("Example: VORLIX_RECORD=/tmp/r%p.vx vorlix call v_Set Name Meier; vorlix bundle /tmp/r*.vx");
+    doctor_->add_flag("--json", json_, "Print an array of all findings");
+    doctor_->footer("Example: vorlix doctor --lang de_DE");
+    ps_->add_flag("--json", json_, "Print an array of all servers");
+    ps_->footer("Example: vorlix ps");
     help_->add_option("COMMAND", function_, "The command");
     help_->footer("Example: vorlix help call");
   }
@@ -222,6 +230,8 @@ class CommandLine {
   CLI::App* lsp_ = app_.add_subcommand("lsp", "Check dictionaries in the editor, as a language server");
   std::string bundle_to_;
   CLI::App* bundle_ = app_.add_subcommand("bundle", "Pack a recording and the files that it names, to send");
+  CLI::App* doctor_ = app_.add_subcommand("doctor", "Tell whether this machine can serve, and what to do");
+  CLI::App* ps_ = app_.add_subcommand("ps", "List the servers that run");
   CLI::App* functions_ = app_.add_subcommand("functions", "List all functions, describe one, or search");
   CLI::App* help_ = app_.add_subcommand("help", "Print this, or the help of a command");
 };

@@ -51,8 +51,11 @@ Status RunScript(const Options& given_options, const std::string& path, const st
   std::string script = ReadScript(path);
   ScratchDirectory unpacked;
   if (IsArchive(script)) {
-    Unpack(ReadArchive(script, path), unpacked.Path());
-    script = ReadScript(unpacked.Path() + '/' + BUNDLE_SCRIPT);
+    const std::vector<Member> members = ReadArchive(script, path);
+    const auto member = std::ranges::find(members, BUNDLE_SCRIPT, &Member::name);
+    if (member == members.end()) throw ToolError(Status::Usage, path + " holds no " + BUNDLE_SCRIPT);
+    Unpack(members, unpacked.Path());
+    script = member->bytes;
   }
   script = encoding.ToServer(script);
   if (script.starts_with(BYTE_ORDER_MARK)) script.erase(0, BYTE_ORDER_MARK.size());

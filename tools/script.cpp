@@ -241,7 +241,7 @@ class Parser {
 
 std::string ParseVariable(Word& word) {
   const std::string_view bare = word.Bare();
-  const std::string name(bare.substr(0, bare.find('=')));
+  std::string name(bare.substr(0, bare.find('=')));
   if (name.size() == bare.size() || std::ranges::find(VARIABLES, name) == VARIABLES.end())
     Refuse("the server's language comes from ZENDLANG, LANG, LC_COLLATE and LC_CTYPE: server LANG=de_DE");
   word.CutFront(name.size() + 1);
