@@ -28,7 +28,7 @@ void Run(Input input) {
   SendAndReceive(input.Rest(), room);
   CsdxReader reader{{}, input.Rest(), 0};
   OwnedText text;
-  while (CSDX_ReadField(reader, text) > 0) continue;
+  while (CSDX_ReadField(reader, text) == FieldRead::Read) continue;
   for (CsdxPayload payload; !input.Empty();) static_cast<void>(CSDX_ReceiveNext(payload, input.Until("\n")));
 }
 

@@ -23,25 +23,29 @@ TEST(CsdxBuffer, StaysBelowItsLimit) {
 
 // clang-format off
 TEST(CsdxReading, ReadsCountedFields) {
-  const struct { std::string in; int64_t result; const char* value; char mark = 0; std::string fault = ""; } rows[] = {
+  const struct { std::string in; size_t used; const char* value; char mark = 0; std::string fault = ""; } rows[] = {
       {"5~hello!", 7, "hello"}, {"0~", 2, ""}, {"X3~a~b", 6, "a~b", 'X'},
       {"~abc", 0, "", 0, "ToSep(): invalid entry []"},
       {"abc", 0, "", 0, "ToSep(): invalid entry [abc]"},
       {std::string("12\0~", 4), 0, "", 0, "ToSep(): invalid entry [12]"},
       {"4~abc", 0, "", 0, "Field(): invalid entry [abc]"},
       {std::string("4~a\0bc", 6), 0, "", 0, "Field(): invalid entry [a]"},
-      {"9999999999999999999999~a", -1, "", 0, "Field(): heap overflow (1000000000001)"},
+      {"9999999999999999999999~a", 0, "", 0, "Field(): heap overflow (1000000000001)"},
   };
   for (const auto& row : rows) {
     const TraceCapture trace("D1");
     CsdxReader reader{{}, row.in, 0};
     OwnedText value;
-    EXPECT_EQ(CSDX_ReadField(reader, value), row.result) << row.in;
+    const FieldRead failed = row.fault.starts_with("Field(): heap") ? FieldRead::NoMemory : FieldRead::Malformed;
+    EXPECT_EQ(CSDX_ReadField(reader, value), row.fault.empty() ? FieldRead::Read : failed) << row.in;
+    if (row.fault.empty()) {
+      EXPECT_EQ(row.in.size() - reader.next_entry->size(), row.used) << row.in;
+    }
     EXPECT_STREQ(value != nullptr ? value.get() : "", row.value) << row.in;
     EXPECT_EQ(reader.type_mark, row.mark) << row.in;
     EXPECT_EQ(trace.Lines(), row.fault.empty() ? Lines() : Lines({"D1: CSDX_Read" + row.fault}));
     if (row.fault.empty()) continue;
-    EXPECT_EQ(CSDX_ReadToSep(reader), 0);
+    EXPECT_FALSE(CSDX_ReadToSep(reader));
     EXPECT_EQ(trace.Lines().back(), "D1: CSDX_ReadToSep(): nextEntry == NULL");
   }
 }

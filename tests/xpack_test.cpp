@@ -71,8 +71,8 @@ TEST(Xpack, KeepsHeadersShort) {
   const XbufWriter writer{memory.data(), memory.size()};
   EXPECT_TRUE(XbufWriter(writer).Put("Dict_", std::string(245, 'a'), 'N', "", 12));
   EXPECT_FALSE(XbufWriter(writer).Put("Dict_", std::string(246, 'a'), 'N', "", 12));
-  const int64_t length = xpack_item(memory.data(), 13, "Dict_", "len", 'N');
-  EXPECT_EQ(std::string_view(memory.data(), static_cast<size_t>(length)), "NDict_len~0~");
+  const PieceLength length = xpack_item(memory.data(), 13, "Dict_", "len", 'N');
+  EXPECT_EQ(std::string_view(memory.data(), static_cast<size_t>(length.value())), "NDict_len~0~");
 }
 
 }  // namespace

@@ -80,7 +80,7 @@ double ReadReal(const char* text) {
 
 Refused SetObjectType(Object& object, OwnedText value) {
   const int32_t code = value != nullptr ? CodeOf(OBJECT_TYPES, value.get()) : NO_CODE;
-  object.objtype = code != NO_CODE ? code : int32_t{OT_NONE};
+  object.objtype = code != NO_CODE ? ObjectType{code} : OT_NONE;
   return code != NO_CODE ? Refused::Nothing() : Refused::Value(std::move(value));
 }
 
@@ -92,7 +92,7 @@ Refused SetFieldType(Object& object, OwnedText value) {
   if (value == nullptr) return Refused::Value(nullptr);
   const int32_t code = CodeOf(FIELD_TYPES, value.get());
   if (code == NO_CODE) return SetText<&Object::ftyp_text>(object, std::move(value));
-  object.ftyp = code;
+  object.ftyp = FieldType{code};
   return Refused::Nothing();
 }
 

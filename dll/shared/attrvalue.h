@@ -27,7 +27,14 @@ using Setter = Refused (*)(Object& object, OwnedText value);
 using Getter = CText (*)(const Object& object, ComputedText& computed);
 
 /// Bits of Object::mask that checks set. The table has these and all others.
-enum AttributeBit : uint32_t { BIT_FTYP = 0x4, BIT_FFMT = 0x10, BIT_FLEN = 0x40, BIT_FPREC = 0x80 };
+enum AttributeBit : uint32_t {
+  BIT_FTYP = 0x4,
+  BIT_FFMT = 0x10,
+  BIT_FLEN = 0x40,
+  BIT_FPREC = 0x80,
+  BIT_FMIN = 0x100,
+  BIT_FMAX = 0x200
+};
 
 // ---- Texts: what is empty is absent ---------------------------------------------------------------------------------
 

@@ -155,8 +155,8 @@ LocaleInfo GetLocaleInfo(const char* text, size_t length) {
 ResultCode SetClientLocale() {
   DebugEntry(TRACE_DICT);
   CsdxReader reader{{}, CSDX_Contents(), 0};
-  if (CSDX_ReadRevision(reader, "SetClientLocale") == 0) return RESULT_CORRUPT;
-  if (CSDX_ReadToSep(reader) == 0) {
+  if (!CSDX_ReadRevision(reader, "SetClientLocale")) return RESULT_CORRUPT;
+  if (!CSDX_ReadToSep(reader)) {
     DebugPrint(TRACE_DICT, 1, "SetClientLocale(): cannot read total size");
     return RESULT_CORRUPT;
   }

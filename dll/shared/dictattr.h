@@ -36,9 +36,9 @@ enum ObjectFlag : uint32_t {
 struct Object {
   uint32_t mask = 0;  // a bit for each attribute that has been set, also when it was set to the empty text
   OwnedText path;
-  int32_t objtype = OT_ET;  // an ObjectType
-  int32_t ftyp = FT_NONE;   // a FieldType
-  OwnedText ftyp_text;      // FTYP as written, when it is no FieldType
+  ObjectType objtype = OT_ET;
+  FieldType ftyp = FT_NONE;
+  OwnedText ftyp_text;  // FTYP as written, when it is no FieldType
   OwnedText fvtyp;
   OwnedText ffmt;
   int32_t flen = 0;

@@ -37,7 +37,7 @@ constexpr std::string_view ANY = "*";
 
 // The value types that a field type goes with. The defaults of numbers depend on their format.
 struct ValueType {
-  int32_t ftyp;
+  FieldType ftyp;
   std::string_view fvtyp;
   FieldDefaults (*defaults)(const LocaleStrings& locale);
 };
@@ -85,7 +85,7 @@ bool Fail(const char* reason, CText section) {
 void ForceFieldType(Object& object) {
   static_assert(FT_XB - FT_CB == OT_XB - OT_CB);
   if (object.objtype < OT_CB) return;
-  object.ftyp = object.objtype - OT_CB + FT_CB;
+  object.ftyp = FieldType{object.objtype - OT_CB + FT_CB};
   object.ftyp_text.reset();
   object.mask |= BIT_FTYP;
 }

@@ -81,20 +81,20 @@ VarResult NoMemory(const char* name, int step) {
 
 }  // namespace
 
-VarResult AddVar(const Dict& dict, const XbufItem& item, const SectionPtr& section, std::string_view hdl,
-                 VarMode mode) {
+VarResult AddVar(const SectionPtr& field, const XbufItem& item, VarMode mode) {
   const char* const name = item.name.data();
-  const SectionPtr field = section != nullptr ? section : FindItem(dict, item, hdl);
-  if (field == nullptr) {
-    DebugPrint(TRACE_DICT, 3, "AddVar(%s): not found in dict", name);
-    return VAR_OK;
-  }
   VarList& list = CurrVarContext().list;
   const size_t known = mode == VarMode::Replace ? list.Find(field) : VarList::NONE;
   Variable* const variable = known != VarList::NONE ? &list[known] : AppendVar(field);
   if (variable == nullptr) return NoMemory(name, 1);
   if (!SetVarValue(*variable, item.value)) return NoMemory(name, 2);
   DebugPrint(TRACE_DICT, 3, "AddVar(%s): %s", name, known != VarList::NONE ? "value replaced" : "added to list");
+  return VAR_OK;
+}
+
+VarResult AddVarByName(const Dict& dict, std::string_view hdl, const XbufItem& item, VarMode mode) {
+  if (const SectionPtr field = FindItem(dict, item, hdl)) return AddVar(field, item, mode);
+  DebugPrint(TRACE_DICT, 3, "AddVar(%s): not found in dict", item.name.data());
   return VAR_OK;
 }
 
@@ -108,7 +108,7 @@ VarResult VarXBUF(CText dlgID, std::string_view xbuf, VarMode mode) {
   XbufItem item;
   XbufReader::Step step;
   while ((step = reader.Next(item)) == XbufReader::Step::Item)
-    if (const VarResult result = AddVar(*dlg.dict, item, nullptr, dlg.hdl, mode); result != VAR_OK) return result;
+    if (const VarResult result = AddVarByName(*dlg.dict, dlg.hdl, item, mode); result != VAR_OK) return result;
   if (step == XbufReader::Step::Corrupt) {
     DebugPrint(TRACE_DICT, 1, "VarXBUF(): buffer corrupt (%d), offset=%lld", int{reader.Fault()},
                static_cast<long long>(reader.Offset()));

@@ -81,11 +81,13 @@ enum class VarMode : int32_t {
   Replace = 1,  // gives the first of its variables the new value
 };
 
-/// Adds a field with the value of the item. The field is that of `section`; when this is null, the one that has the
-/// item's name (with its index, for an element) in the dialog with the handle `hdl`. A field that the dictionary does
-/// not have is left out. VAR_OK, or VAR_NO_MEMORY, which has been traced; a variable that has no memory for its value
-/// is in the list with an empty one.
-VarResult AddVar(const Dict& dict, const XbufItem& item, const SectionPtr& section, std::string_view hdl, VarMode mode);
+/// Adds a field with the value of the item. VAR_OK, or VAR_NO_MEMORY, which has been traced; a variable that has no
+/// memory for its value is in the list with an empty one.
+VarResult AddVar(const SectionPtr& field, const XbufItem& item, VarMode mode);
+
+/// The same for the field that has the item's name (with its index, for an element) in the dialog with the handle
+/// `hdl`. One that the dictionary does not have is left out: VAR_OK.
+VarResult AddVarByName(const Dict& dict, std::string_view hdl, const XbufItem& item, VarMode mode);
 
 /// Adds all items of an XBUF. VAR_OK; VAR_NONE when the list is empty at the end; VAR_REFUSED for an unknown dialog ID,
 /// VAR_NO_MEMORY or VAR_CORRUPT. All but the first have been traced, and what was added before stays.

@@ -81,12 +81,16 @@ VarResult Finish(const Source& source, VarResult result) {
 
 bool FitsItem(std::string_view name) { return std::cmp_less_equal(name.size(), XBUF_NAME_MAX); }
 
-// Adds a field by a name that fits an item; by its section where that is known.
-VarResult AddField(const Source& source, std::string_view name, std::string_view value, const SectionPtr& section) {
+// An item of a name that fits one.
+XbufItem MakeItem(std::string_view name, std::string_view value) {
   XbufItem item;
   *std::ranges::copy(name, item.name.begin()).out = '\0';
   item.value = value;
-  return AddVar(*source.dlg.dict, item, section, source.dlg.hdl, VarMode::Append);
+  return item;
+}
+
+VarResult AddByName(const Source& source, std::string_view name, std::string_view value) {
+  return AddVarByName(*source.dlg.dict, source.dlg.hdl, MakeItem(name, value), VarMode::Append);
 }
 
 VarResult AddAllFields(const Source& source) {
@@ -97,7 +101,7 @@ VarResult AddAllFields(const Source& source) {
       DebugPrint(TRACE_DICT, 1, "%s(): field name too long, section [%s]", source.operation, section->section.get());
       return VAR_REFUSED;
     }
-    if (const VarResult result = AddField(source, name, "", section); result != VAR_OK) return result;
+    if (const VarResult result = AddVar(section, MakeItem(name, ""), VarMode::Append); result != VAR_OK) return result;
   }
   return VAR_OK;
 }
@@ -115,7 +119,7 @@ VarResult AddListedFields(const Source& source, std::string_view list) {
     at += name.size();
     if (at < list.size() && list[at] == '$' && ++at < list.size() && list[at] != ',')
       return RefuseList(source, "buffer corrupt", at);
-    if (const VarResult result = AddField(source, name, "", nullptr); result != VAR_OK) return result;
+    if (const VarResult result = AddByName(source, name, ""); result != VAR_OK) return result;
   }
   return VAR_OK;
 }
@@ -150,7 +154,7 @@ VarResult VarInitONE(CText dlgID, CText name, CText val) {
     return VAR_REFUSED;
   }
   if (const VarResult pushed = VarPush(); pushed != VAR_OK) return pushed;
-  return Finish(source, AddField(source, name, val, nullptr));
+  return Finish(source, AddByName(source, name, val));
 }
 
 VarResult VarUpdateXBUF(CText dlgID, std::string_view xbuf) {

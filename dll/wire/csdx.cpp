@@ -30,11 +30,11 @@ Received Fail(CsdxPayload& payload, Received code) {
 // Reads revision and total size of a first block and makes room for the payload. Complete stands for no failure.
 Received StartPayload(CsdxPayload& payload, CsdxReader& reader) {
   payload = CsdxPayload();
-  const int64_t revision_length = CSDX_ReadRevision(reader, "CSDX_ReceiveNext");
-  if (revision_length == 0) return Received::Breach;
-  const int64_t total_length = CSDX_ReadToSep(reader);
-  if (total_length == 0) return Received::Breach;
-  const int64_t header_length = revision_length + total_length;
+  const std::optional<int64_t> revision_length = CSDX_ReadRevision(reader, "CSDX_ReceiveNext");
+  if (!revision_length) return Received::Breach;
+  const std::optional<int64_t> total_length = CSDX_ReadToSep(reader);
+  if (!total_length) return Received::Breach;
+  const int64_t header_length = *revision_length + *total_length;
   const int64_t size = LeadingNumber(reader.field) - header_length;
   if (size < 0) {
     DebugPrint(TRACE_DICT, 1, "CSDX_ReceiveNext(): length is inconsistent");
@@ -67,10 +67,10 @@ Received CheckOffset(const CsdxPayload& payload, int64_t block_offset) {
 
 }  // namespace
 
-int64_t CSDX_ReadToSep(CsdxReader& reader) {
+std::optional<int64_t> CSDX_ReadToSep(CsdxReader& reader) {
   if (!reader.next_entry.has_value()) {
     DebugPrint(TRACE_DICT, 1, "CSDX_ReadToSep(): nextEntry == NULL");
-    return 0;
+    return {};
   }
   const std::string_view text = *reader.next_entry;
   constexpr std::string_view ENDS("~\0", 2);
@@ -82,25 +82,24 @@ int64_t CSDX_ReadToSep(CsdxReader& reader) {
   }
   reader.next_entry.reset();
   DebugPrint(TRACE_DICT, 1, "CSDX_ReadToSep(): invalid entry [%.*s]", static_cast<int>(end), reader.field.data());
-  return 0;
+  return {};
 }
 
-int64_t CSDX_ReadRevision(CsdxReader& reader, const char* operation) {
-  const int64_t length = CSDX_ReadToSep(reader);
-  if (length == 0) return 0;
+std::optional<int64_t> CSDX_ReadRevision(CsdxReader& reader, const char* operation) {
+  const std::optional<int64_t> length = CSDX_ReadToSep(reader);
+  if (!length) return {};
   if (!reader.field.starts_with('R')) {
     DebugPrint(TRACE_DICT, 1, "%s(): missing revision number", operation);
-    return 0;
+    return {};
   }
   const int64_t revision = LeadingNumber(reader.field.substr(1));
   if (revision == CSDX_REVISION) return length;
   DebugPrint(TRACE_DICT, 1, "%s(): revision conflict (current=%d, received=%ld)", operation, CSDX_REVISION, revision);
-  return 0;
+  return {};
 }
 
-int64_t CSDX_ReadField(CsdxReader& reader, OwnedText& text) {
-  const int64_t head = CSDX_ReadToSep(reader);
-  if (head == 0) return 0;
+FieldRead CSDX_ReadField(CsdxReader& reader, OwnedText& text) {
+  if (!CSDX_ReadToSep(reader)) return FieldRead::Malformed;
   std::string_view digits = reader.field;
   reader.type_mark = IsDigit(digits.front()) ? '\0' : digits.front();
   if (reader.type_mark != '\0') digits.remove_prefix(1);
@@ -113,24 +112,24 @@ int64_t CSDX_ReadField(CsdxReader& reader, OwnedText& text) {
   if (text == nullptr) {
     reader.next_entry.reset();
     DebugPrint(TRACE_DICT, 1, "CSDX_ReadField(): heap overflow (%ld)", length + 1);
-    return -1;
+    return FieldRead::NoMemory;
   }
   const std::string_view copied = BeforeNul(source.substr(0, static_cast<size_t>(length)));
   if (!copied.empty()) std::memcpy(text.get(), copied.data(), copied.size());
   if (static_cast<int64_t>(copied.size()) == length) {
     reader.next_entry = source.substr(copied.size());
-    return head + length;
+    return FieldRead::Read;
   }
   DebugPrint(TRACE_DICT, 1, "CSDX_ReadField(): invalid entry [%s]", text.get());
   text.reset();
   reader = CsdxReader();
-  return 0;
+  return FieldRead::Malformed;
 }
 
 Received CSDX_ReceiveNext(CsdxPayload& payload, std::string_view block) {
   DebugEntry(TRACE_DICT);
   CsdxReader reader{{}, block, 0};
-  if (CSDX_ReadToSep(reader) == 0) return Fail(payload, Received::Breach);
+  if (!CSDX_ReadToSep(reader)) return Fail(payload, Received::Breach);
   const int64_t block_offset = LeadingNumber(reader.field);
   const bool first = block_offset == 0;
   const Received code = first ? StartPayload(payload, reader) : CheckOffset(payload, block_offset);

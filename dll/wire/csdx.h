@@ -28,16 +28,18 @@ struct CsdxReader {
   char type_mark = 0;                          // of the counted field read last; 0 when it had none
 };
 
-/// Reads up to the next "~". Returns the field's length with the separator, or 0 for an empty or unfinished field.
-int64_t CSDX_ReadToSep(CsdxReader& reader);
+/// Reads up to the next "~". Returns the field's length with the separator; none for an empty or unfinished field.
+[[nodiscard]] std::optional<int64_t> CSDX_ReadToSep(CsdxReader& reader);
 
-/// Reads the revision that a buffer starts with. Returns as CSDX_ReadToSep; 0 also when it is not CSDX_REVISION, which
-/// is traced in the name of `operation`.
-int64_t CSDX_ReadRevision(CsdxReader& reader, const char* operation);
+/// Reads the revision that a buffer starts with. Returns as CSDX_ReadToSep; none also when it is not CSDX_REVISION,
+/// which is traced in the name of `operation`.
+[[nodiscard]] std::optional<int64_t> CSDX_ReadRevision(CsdxReader& reader, const char* operation);
 
-/// Reads one counted field into a copy of its own. Returns the bytes consumed, 0 for a malformed or unfinished field,
-/// -1 for no memory. The grammar has it for buffers with fields; none that is received now is read by it.
-int64_t CSDX_ReadField(CsdxReader& reader, OwnedText& text);
+enum class [[nodiscard]] FieldRead{Read, Malformed, NoMemory};
+
+/// Reads one counted field into a copy of its own. Malformed is also one that is not finished. The grammar has it for
+/// buffers with fields; none that is received now is read by it.
+FieldRead CSDX_ReadField(CsdxReader& reader, OwnedText& text);
 
 /// What a receiver has collected of a buffer: its payload, without the header.
 struct CsdxPayload {

@@ -53,27 +53,27 @@ size_t ReadName(std::string_view src, XbufItem& item) {
 }
 
 // Reads digits and the separator behind them; returns as xunpack_item does.
-int64_t ReadNumberField(std::string_view src, uint32_t limit, uint32_t& number) {
+PieceLength ReadNumberField(std::string_view src, uint32_t limit, uint32_t& number) {
   number = 0;
   const auto [end, error] = std::from_chars(src.data(), src.data() + src.size(), number);
-  if (error == std::errc::result_out_of_range || number > limit) return -1;
+  if (error == std::errc::result_out_of_range || number > limit) return {};
   const int64_t consumed = end - src.data() + 1;
-  return end == src.data() + src.size() || *end == SEPARATOR ? consumed : -1;
+  return end == src.data() + src.size() || *end == SEPARATOR ? PieceLength(consumed) : std::nullopt;
 }
 
 }  // namespace
 
 // ---- Writing --------------------------------------------------------------------------------------------------------
 
-int64_t xpack_item(char* dst, int64_t room, const char* prefix, std::string_view name, char type) {
+PieceLength xpack_item(char* dst, int64_t room, const char* prefix, std::string_view name, char type) {
   return xpack_elem(dst, room, prefix, name, type, 0);
 }
 
-int64_t xpack_elem(char* dst, int64_t room, const char* prefix, std::string_view name, char type, int32_t index) {
+PieceLength xpack_elem(char* dst, int64_t room, const char* prefix, std::string_view name, char type, int32_t index) {
   const NumberField number(static_cast<uint64_t>(index));
   const size_t prefix_length = prefix != nullptr ? std::string_view(prefix).size() : 0;
   const auto length = static_cast<int64_t>(1 + prefix_length + name.size() + 1 + number.View().size());
-  if (length >= std::min(room, XBUF_HEADER_SIZE)) return -1;
+  if (length >= std::min(room, XBUF_HEADER_SIZE)) return {};
   *dst = type;
   char* end = AppendName(dst + 1, prefix, name);
   *end++ = SEPARATOR;
@@ -82,22 +82,23 @@ int64_t xpack_elem(char* dst, int64_t room, const char* prefix, std::string_view
   return length;
 }
 
-int64_t xpack_value(char* dst, int64_t room, std::string_view text) {
+PieceLength xpack_value(char* dst, int64_t room, std::string_view text) {
   const NumberField number(text.size());
   const auto length = static_cast<int64_t>(number.View().size() + text.size());
-  if (length >= room) return -1;
+  if (length >= room) return {};
   Append(Append(dst, number.View()), text);
   return length;
 }
 
 bool XbufWriter::Put(const char* prefix, std::string_view name, char type, std::string_view value, int32_t index) {
-  const int64_t header = xpack_elem(dst, room, prefix, name, type, index);
-  if (header < 0) return false;
-  const int64_t rest = xpack_value(dst + header, room - header, value);
-  if (rest < 0) return false;
-  dst += header + rest;
-  room -= header + rest;
-  length += header + rest;
+  const PieceLength header = xpack_elem(dst, room, prefix, name, type, index);
+  if (!header) return false;
+  const PieceLength rest = xpack_value(dst + *header, room - *header, value);
+  if (!rest) return false;
+  const int64_t whole = *header + *rest;
+  dst += whole;
+  room -= whole;
+  length += whole;
   return true;
 }
 
@@ -111,28 +112,28 @@ bool XbufWriter::End() {
 
 // ---- Reading --------------------------------------------------------------------------------------------------------
 
-int64_t xunpack_item(std::string_view src, XbufItem& item) {
+PieceLength xunpack_item(std::string_view src, XbufItem& item) {
   if (src.empty()) return 1;
   const char letter = FoldCase(src.front());
-  if (letter != 'x' && letter != 'n') return -1;
+  if (letter != 'x' && letter != 'n') return {};
   item.type = letter == 'x' ? XBUF_TEXT : XBUF_NUMBER;
   const size_t name_end = 1 + ReadName(src.substr(1), item);
   if (name_end == src.size()) return static_cast<int64_t>(name_end) + 1;
-  if (name_end == 1 || src[name_end] != SEPARATOR) return -1;
+  if (name_end == 1 || src[name_end] != SEPARATOR) return {};
   uint32_t index;
-  const int64_t consumed =
+  const PieceLength consumed =
       ReadNumberField(src.substr(name_end + 1), static_cast<uint32_t>(std::numeric_limits<int32_t>::max()), index);
   item.index = static_cast<int32_t>(index);
   item.is_element = index != 0;
-  return consumed < 0 ? -1 : static_cast<int64_t>(name_end) + 1 + consumed;
+  return consumed ? PieceLength(static_cast<int64_t>(name_end) + 1 + *consumed) : std::nullopt;
 }
 
-int64_t xunpack_value(std::string_view src, XbufItem& item) {
+PieceLength xunpack_value(std::string_view src, XbufItem& item) {
   uint32_t length;
-  const int64_t consumed = ReadNumberField(src, std::numeric_limits<uint32_t>::max(), length);
-  if (consumed < 0) return -1;
-  const int64_t end = consumed + length;
-  const auto start = static_cast<size_t>(consumed);
+  const PieceLength consumed = ReadNumberField(src, std::numeric_limits<uint32_t>::max(), length);
+  if (!consumed) return {};
+  const int64_t end = *consumed + length;
+  const auto start = static_cast<size_t>(*consumed);
   item.value = static_cast<size_t>(end) <= src.size() ? src.substr(start, length) : std::string_view();
   return end;
 }
@@ -149,18 +150,18 @@ bool XbufReader::Stop(XbufFault fault) {
 }
 
 bool XbufReader::ReadHeader(XbufItem& item) {
-  const int64_t consumed = xunpack_item(Rest(), item);
-  if (consumed < 0) return Stop(XBUF_BAD_HEADER);
-  const int64_t end = offset_ + consumed;
+  const PieceLength consumed = xunpack_item(Rest(), item);
+  if (!consumed) return Stop(XBUF_BAD_HEADER);
+  const int64_t end = offset_ + *consumed;
   offset_ = std::min(end, Size());
   return end <= Size() ? true : Stop(XBUF_HEADER_PAST_END);
 }
 
 bool XbufReader::ReadValue(XbufItem& item) {
   const bool is_length_whole = Rest().find(SEPARATOR) != std::string_view::npos;
-  const int64_t consumed = xunpack_value(Rest(), item);
-  if (consumed < 0) return Stop(XBUF_BAD_LENGTH);
-  const int64_t end = offset_ + consumed;
+  const PieceLength consumed = xunpack_value(Rest(), item);
+  if (!consumed) return Stop(XBUF_BAD_LENGTH);
+  const int64_t end = offset_ + *consumed;
   offset_ = is_length_whole ? end : Size();
   return end <= Size() ? true : Stop(XBUF_VALUE_PAST_END);
 }

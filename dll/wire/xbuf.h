@@ -11,29 +11,34 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace vorlix {
 
 // ---- Writing pieces -------------------------------------------------------------------------------------------------
 //
-// Each appends one piece at `dst`, where `room` bytes are left, and returns the bytes appended; -1 when it does not
+// Each appends one piece at `dst`, where `room` bytes are left, and returns the bytes appended; none when it does not
 // fit, and nothing is appended. A byte is always left free behind a piece, for the "$"; headers put a NUL into it. A
 // room below 1, as a String of negative capacity has, fits nothing.
 
 /// Longest header, its NUL included.
 inline constexpr int64_t XBUF_HEADER_SIZE = 256;
 
+/// The bytes of a piece.
+using PieceLength = std::optional<int64_t>;
+
 /// The header of a plain value. With a prefix the name is the prefix as it is and `name` in lower case; with a null
-/// prefix it is `name`, its first letter in upper case and the rest in lower case. XbufWriter does
-/// with xpack_elem alone, whose index 0 is the same.
-int64_t xpack_item(char* dst, int64_t room, const char* prefix, std::string_view name, char type);
+/// prefix it is `name`, its first letter in upper case and the rest in lower case. The same as
+/// xpack_elem with the index 0.
+[[nodiscard]] PieceLength xpack_item(char* dst, int64_t room, const char* prefix, std::string_view name, char type);
 
 /// The header of element `index`, which is not negative.
-int64_t xpack_elem(char* dst, int64_t room, const char* prefix, std::string_view name, char type, int32_t index);
+[[nodiscard]] PieceLength xpack_elem(char* dst, int64_t room, const char* prefix, std::string_view name, char type,
+                                     int32_t index);
 
 /// The value that belongs to the header before it.
-int64_t xpack_value(char* dst, int64_t room, std::string_view text);
+[[nodiscard]] PieceLength xpack_value(char* dst, int64_t room, std::string_view text);
 
 /// Writes a whole XBUF. `length` counts what is complete: the items put so far, and the "$".
 struct XbufWriter {
@@ -52,21 +57,21 @@ struct XbufWriter {
 /// Longest name that can be read.
 inline constexpr int64_t XBUF_NAME_MAX = 79;
 
-enum XbufType : int32_t { XBUF_TEXT = 1, XBUF_NUMBER = 2 };
+enum XbufType : int32_t { XBUF_NONE = 0, XBUF_TEXT = 1, XBUF_NUMBER = 2 };
 
 struct XbufItem {
   std::array<char, XBUF_NAME_MAX + 1> name;  // in lower case, ends in NUL
-  int32_t type = 0;                          // an XbufType
+  XbufType type = XBUF_NONE;
   int32_t index = 0;
   bool is_element = false;  // the index is not 0
   std::string_view value;   // borrows from the XBUF; of any bytes
 };
 
 /// Each reads one piece at the start of `src`, the rest of an XBUF, and never beyond it. Returns the bytes that the
-/// piece has, which is more than `src` has for a piece that goes on beyond it (and is not to be used then), or -1 for a
-/// malformed one. Missing digits are a 0; an index above 2147483647 or a length above 4294967295 is malformed.
-int64_t xunpack_item(std::string_view src, XbufItem& item);
-int64_t xunpack_value(std::string_view src, XbufItem& item);
+/// piece has, which is more than `src` has for a piece that goes on beyond it (and is not to be used then), or none for
+/// a malformed one. Missing digits are a 0; an index above 2147483647 or a length above 4294967295 is malformed.
+[[nodiscard]] PieceLength xunpack_item(std::string_view src, XbufItem& item);
+[[nodiscard]] PieceLength xunpack_value(std::string_view src, XbufItem& item);
 
 /// What makes an XBUF corrupt. One that ends where an item or the "$" is due lacks a header.
 enum [[nodiscard]] XbufFault : int32_t{

@@ -8,6 +8,7 @@
 
 #include "dll/base/locale.h"
 #include "dll/base/text.h"
+#include "dll/shared/attrvalue.h"
 #include "dll/shared/dictattr.h"
 #include "dll/shared/fielddisplay.h"
 #include "dll/shared/fieldscan.h"
@@ -122,7 +123,7 @@ class Field {
   }
 
   void CheckTypes() {
-    constexpr uint32_t BOTH_BOUNDS = 0x300;
+    constexpr uint32_t BOTH_BOUNDS = BIT_FMIN | BIT_FMAX;
     if (object_.fmin > object_.fmax && (object_.mask & BOTH_BOUNDS) == BOTH_BOUNDS && object_.fmax != 0) Point(VX618);
     if (object_.ftyp == FT_NONE && object_.ftyp_text != nullptr)
       Point(VX620, "only the host knows the field type " + std::string(object_.ftyp_text.get()));
