@@ -63,3 +63,13 @@ if(SCDOC)
 else()
   message(STATUS "scdoc is not there: no manual pages are built")
 endif()
+
+# A page of the manual for each command, and what shells complete.
+set(GENERATED ${PROJECT_BINARY_DIR}/generated)
+add_custom_command(OUTPUT ${GENERATED}/bash/vorlix DEPENDS vorlix ${PROJECT_SOURCE_DIR}/cmake/generate.cmake
+  COMMAND ${CMAKE_COMMAND} -DPROGRAM=$<TARGET_FILE:vorlix> -DTO=${GENERATED} -P ${PROJECT_SOURCE_DIR}/cmake/generate.cmake)
+add_custom_target(generated ALL DEPENDS ${GENERATED}/bash/vorlix)
+install(DIRECTORY ${GENERATED}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR})
+install(DIRECTORY ${GENERATED}/bash/ DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(DIRECTORY ${GENERATED}/zsh/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+install(DIRECTORY ${GENERATED}/fish/ DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)

@@ -58,6 +58,23 @@ TEST(Tool, LooksAtTheMachine) {
   for (const Case& one : cases) Check(one);
 }
 
+TEST(Tool, ChecksFoldersAndProjects) {
+  const Case cases[] = {
+      {"mkdir -p d/e; cp $EXAMPLES/mistakes/name.dic d/e/B.DIC; cp $EXAMPLES/dict/muster.dic d/a.dic; $V check d", 1,
+       "d/e/B.DIC:6:1: error VX201: *1 error, 0 warnings in 2 files\n", ""},
+      {"mkdir d; $V check d; printf '[check]\nlanguage=xx_YY\n' >vorlix.ini; $V check $EXAMPLES/dict/muster.dic; $V "
+       "check s.vx",
+       2, "", "vorlix: there is no .dic and no .mdf file in d\nvorlix: this system has no locale 'xx_YY'; *"},
+      // A week has the format of the language.
+      {"printf '[check]\nlanguage=de_DE\n' >vorlix.ini; cp s.vx f.dic; $V show f.dic n --type 1,5; $V show --lang C "
+       "f.dic n --type 1,5",
+       1, "*Typed \"1,5\" *1.5*Typed \"1,5\" is refused*", "",
+       "[catalog]\nA=B\n[a.n]\nPATH=n\nFTYP=N\nFLEN=9\nFPREC=2\nFVTYP=L\n"},
+      {"mkfifo m; $V check --model m $EXAMPLES/dict/muster.dic", 2, "", "vorlix: a model: m is no regular file\n"},
+  };
+  for (const Case& one : cases) Check(one);
+}
+
 TEST(Tool, PacksRecordings) {
   const Case cases[] = {
       {"VORLIX_RECORD=r.vx $V run s.vx >/dev/null; $V bundle r.vx; $V bundle r.vx -o b; rm a.ini; $V run b; ls a.ini",

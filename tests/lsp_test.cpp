@@ -58,6 +58,18 @@ class Lsp : public testing::Test {
   int count_ = 0;
 };
 
+TEST_F(Lsp, AsksToBeToldOfFiles) {
+  const Json registers = {{"workspace", {{"didChangeWatchedFiles", {{"dynamicRegistration", true}}}}}};
+  Ask("initialize", {{"capabilities", registers}});
+  EXPECT_NE(Tell("initialized", Json::object()).find("**/vorlix.ini"), std::string::npos);
+  LanguageServer other({.models = {}, .ignore = {}, .kind = {}, .language = "C"},
+                       [this](const std::string&) { ++count_; });
+  count_ = 0;
+  other.Handle(R"({"id":1,"method":"initialize","params":{"capabilities":{"workspace":17}}})");
+  other.Handle(R"({"method":"initialized","params":{}})");
+  EXPECT_EQ(count_, 1) << "a client that cannot be asked";
+}
+
 TEST_F(Lsp, AnswersNonsenseWithErrors) {
   const std::pair<std::string, std::string> rows[] = {
       {"{", "-32700"},

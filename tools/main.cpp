@@ -8,8 +8,10 @@
 #include <cstdio>
 
 #include "tools/buildid.h"
+#include "tools/choices.h"
 #include "tools/commands.h"
 #include "tools/ending.h"
+#include "tools/generate.h"
 #include "tools/paint.h"
 #include "tools/quoting.h"
 #include "tools/signature.h"
@@ -32,6 +34,14 @@ constexpr const char* FIRST_STEPS =
     "  vorlix shell                  calls line by line, in one server\n"
     "  vorlix check FILE             what is wrong with a dictionary; vorlix show tells of a field\n"
     "  vorlix help                   all options\n";
+
+// What the exit statuses of a command mean.
+std::string StatusesOf(const std::string& command) {
+  if (command == "check") return "0 nothing is wrong, 1 something is, 2 wrong usage or a file that cannot be read.";
+  if (command == "doctor") return "0 nothing is bad, 1 something is, 2 wrong usage.";
+  const std::string_view all = EXIT_STATUSES;
+  return std::string(all.substr(all.find(": ") + 2));
+}
 
 // What is wrong with the text of category levels; the server skips what it does not know.
 std::string HaveLevels(const std::string& flags) {
@@ -75,6 +85,7 @@ class CommandLine {
     if (ps_->parsed()) return ListServers(json_);
     if (lsp_->parsed()) return ServeEditor(check_command_.models, check_command_.language);
     if (help_->parsed()) return Help();
+    if (generate_->parsed()) return Generate();
     if (isatty(STDIN_FILENO) == 0) throw ToolError(Status::Usage, "a command is required; vorlix help lists them");
     std::fputs(Fold(FIRST_STEPS, TerminalWidth()).c_str(), stdout);
     return Status::Ok;
@@ -121,7 +132,7 @@ class CommandLine {
   void AddColour(CLI::App& app) {
     app.add_option("--color", colours_, "Colours: auto, always or never")
         ->type_name("WHEN")
-        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
+        ->check(CLI::IsMember(ChoicesOf("WHEN")).description(""));
   }
 
   void AddCommands() {
@@ -147,13 +158,16 @@ class CommandLine {
     doctor_->footer("Example: vorlix doctor --lang de_DE");
     ps_->add_flag("--json", json_, "Print an array of all servers");
     ps_->footer("Example: vorlix ps");
+    generate_->group("")->add_option("WHAT", arguments_);
     help_->add_option("COMMAND", function_, "The command");
     help_->footer("Example: vorlix help call");
   }
 
   void AddCheck() {
     CheckCommand& to = check_command_;
-    check_->add_option("FILE", to.files, "Dictionaries, model dictionaries and module files, or - for standard input");
+    check_->add_option(
+        "FILE", to.files,
+        "Dictionaries, model dictionaries and module files, directories of them, or - for standard input");
     check_->add_option("--model", to.models, "A model dictionary to inherit from; can be given again")
         ->type_name("FILE")
         ->allow_extra_args(false);
@@ -162,10 +176,10 @@ class CommandLine {
         ->allow_extra_args(false);
     check_->add_option("--kind", to.kind, "dictionary, model or module, where the content does not tell")
         ->type_name("KIND")
-        ->check(CLI::IsMember({"dictionary", "model", "module"}).description(""));
+        ->check(CLI::IsMember(ChoicesOf("KIND")).description(""));
     check_->add_option("--format", to.format, "text, json, sarif or github")
         ->type_name("FORMAT")
-        ->check(CLI::IsMember({"text", "json", "sarif", "github"}).description(""));
+        ->check(CLI::IsMember(ChoicesOf("FORMAT")).description(""));
     check_->add_option("--lang", to.language, "The language of the server, whose formats fields get")
         ->type_name("LOCALE");
     check_->add_option("--explain", to.explain, "Print all about a finding")->type_name("CODE");
@@ -207,6 +221,21 @@ class CommandLine {
     throw ToolError(Status::Usage, "there is no command '" + function_ + "'; vorlix help lists them");
   }
 
+  // For whoever packs the program: a manual page of each command, or the completions of a shell.
+  Status Generate() const {
+    std::string text;
+    if (arguments_.size() == 2 && arguments_[0] == "completion") text = CompletionFor(arguments_[1], app_);
+    if (arguments_.size() == 2 && arguments_[0] == "man")
+      text = ManualPage(*app_.get_subcommand(arguments_[1]), StatusesOf(arguments_[1]));
+    if (arguments_.size() == 1 && arguments_[0] == "commands")
+      for (const CLI::App* const command :
+           app_.get_subcommands([](const CLI::App* one) { return !one->get_group().empty(); }))
+        text += command->get_name() + '\n';
+    if (text.empty()) throw ToolError(Status::Usage, "generate commands, man COMMAND, or completion SHELL");
+    std::fputs(text.c_str(), stdout);
+    return Status::Ok;
+  }
+
   static Status PrintHelp(const CLI::App& app) {
     std::fputs(HelpOf(app).c_str(), stdout);
     return Status::Ok;
@@ -233,6 +262,7 @@ class CommandLine {
   CLI::App* doctor_ = app_.add_subcommand("doctor", "Tell whether this machine can serve, and what to do");
   CLI::App* ps_ = app_.add_subcommand("ps", "List the servers that run");
   CLI::App* functions_ = app_.add_subcommand("functions", "List all functions, describe one, or search");
+  CLI::App* generate_ = app_.add_subcommand("generate", "Make manual pages and completions");
   CLI::App* help_ = app_.add_subcommand("help", "Print this, or the help of a command");
 };
 

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 
+#include "dll/base/text.h"
 #include "tools/check/checker.h"
 #include "tools/check/fix.h"
 #include "tools/check/report.h"
@@ -44,6 +46,31 @@ CheckOptions OptionsOf(const CheckCommand& command) {
   return options;
 }
 
+// Dictionaries and module files by the ends of their names, in the order of their paths.
+std::vector<std::string> FilesBelow(const std::string& directory) {
+  std::vector<std::string> files;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(directory, error)) {
+    const std::string end = entry.path().extension().string();
+    if (entry.is_regular_file(error) && (EqualNoCase(end, ".dic") || EqualNoCase(end, ".mdf")))
+      files.push_back(entry.path().string());
+  }
+  if (files.empty()) throw ToolError(Status::Usage, "there is no .dic and no .mdf file in " + directory);
+  std::ranges::sort(files);
+  return files;
+}
+
+std::vector<std::string> FilesOf(const CheckCommand& command) {
+  std::vector<std::string> files;
+  std::error_code error;
+  for (const std::string& file : command.files) {
+    const bool is_directory = file != "-" && std::filesystem::is_directory(file, error);
+    const std::vector<std::string> found = is_directory ? FilesBelow(file) : std::vector{file};
+    files.insert(files.end(), found.begin(), found.end());
+  }
+  return files;
+}
+
 // "3 errors, 1 warning in 2 files"; nothing where there is nothing.
 void PrintSum(const std::vector<Findings>& files) {
   size_t errors = 0;
@@ -71,7 +98,7 @@ Status CheckFiles(const CheckCommand& command) {
   if (format == nullptr) throw ToolError(Status::Usage, "there is no format '" + command.format + "'");
   Checker checker(OptionsOf(command));
   std::vector<Findings> all;
-  for (const std::string& file : command.files) {
+  for (const std::string& file : FilesOf(command)) {
     try {
       const std::string text = file == "-" ? ReadStandardInput() : ReadFile(file);
       Judged judged = checker.Check(file, &text);

@@ -45,20 +45,60 @@ bool IsSwitchedOff(const Layout& layout, const Finding& finding) {
   return (above.starts_with(';') || above.starts_with('#')) && HasMark(above, finding.rule->code);
 }
 
+// While it lives, the environment names one language, unless that is empty.
+class LanguageVariables {
+ public:
+  explicit LanguageVariables(const std::string& language) {
+    if (language.empty()) return;
+    for (const char* const name : {"LANG", "ZENDLANG", "LC_COLLATE", "LC_CTYPE"}) {
+      const char* const value = std::getenv(name);
+      before_.emplace_back(name, value != nullptr ? std::optional<std::string>(value) : std::nullopt);
+      unsetenv(name);
+    }
+    setenv("LANG", language.c_str(), 1);
+  }
+  ~LanguageVariables() {
+    for (const auto& [name, value] : before_)
+      if (value)
+        setenv(name, value->c_str(), 1);
+      else
+        unsetenv(name);
+  }
+  LanguageVariables(const LanguageVariables&) = delete;
+  LanguageVariables& operator=(const LanguageVariables&) = delete;
+
+ private:
+  std::vector<std::pair<const char*, std::optional<std::string>>> before_;
+};
+
+// Nobody waits for a model that a pipe would bring.
+void RequireRegular(const std::string& path) {
+  std::error_code error;
+  const auto status = std::filesystem::status(path, error);
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+    throw ToolError(Status::Usage, path + " is no regular file");
+}
+
 }  // namespace
 
 Checker::Checker(CheckOptions options) : options_(std::move(options)) {
   if (!options_.read) options_.read = ReadFile;
-  if (!options_.language.empty()) {
-    RequireLanguage(options_.language);
-    setenv("LANG", options_.language.c_str(), 1);
-    for (const char* const other : {"ZENDLANG", "LC_COLLATE", "LC_CTYPE"}) unsetenv(other);
-  }
+  UseLanguage(options_.language);
+}
+
+// Names have the letters of the language, and fields its formats: models are opened anew.
+void Checker::UseLanguage(const std::string& language) {
+  if (!language.empty()) RequireLanguage(language);
+  const LanguageVariables variables(language);
   if (ChooseLanguageFromEnvironment() != RESULT_OK) throw ToolError(Status::OtherCode, "the language cannot be set up");
+  language_ = language;
+  ForgetModels();
 }
 
 Judged Checker::Check(const std::string& file, const std::string* text) {
   const Project project = FindProject(file);
+  const std::string& language = options_.language.empty() ? project.language : options_.language;
+  if (language != language_) UseLanguage(language);
   std::vector<std::string> models = project.models;
   models.insert(models.end(), options_.models.begin(), options_.models.end());
   OpenModelsOf(models, file);
@@ -90,6 +130,7 @@ void Checker::OpenModelsOf(const std::vector<std::string>& paths, const std::str
   open_ = wanted;
   for (const std::string& path : wanted) {
     try {
+      RequireRegular(path);
       models_->Open(path, Layout(options_.read(path)));
     } catch (const ToolError& failure) {
       throw ToolError(Status::Usage, std::string("a model: ") + failure.what());

@@ -26,7 +26,8 @@ class Checker {
   /// system does not have it.
   explicit Checker(CheckOptions options);
 
-  /// A file, or the text that stands for it. Throws ToolError (Usage) when a model cannot be read.
+  /// A file, or the text that stands for it. Throws ToolError (Usage) when a model cannot be read, or the system does
+  /// not have the language of the project.
   Judged Check(const std::string& file, const std::string* text = nullptr);
 
   /// The models that the last file was checked with, and their paths.
@@ -37,9 +38,11 @@ class Checker {
   void ForgetModels();
 
  private:
+  void UseLanguage(const std::string& language);
   void OpenModelsOf(const std::vector<std::string>& paths, const std::string& file);
 
   CheckOptions options_;
+  std::string language_;  // in use; empty: as the environment says
   std::unique_ptr<Models> models_;
   std::vector<std::string> open_;  // the paths of the models
 };

@@ -156,7 +156,10 @@ void Reading::Explain(Finding& finding, std::string_view message) const {
     finding.text = "there is no attribute " + std::string(entry->Name());
     const std::string_view meant = MeantAttribute(entry->Name());
     if (!meant.empty()) Suggest(finding, meant);
-  } else if ((finding.rule == &VX202 || finding.rule == &VX203) && entry != nullptr) {
+  } else if (finding.rule == &VX202 && entry != nullptr) {
+    finding.text =
+        std::string(entry->Name()) + " has " + std::to_string(entry->Value().size()) + " characters, which is too long";
+  } else if (finding.rule == &VX203 && entry != nullptr) {
     finding.text += ": " + std::string(entry->Name()) + "=" + std::string(entry->Value());
   } else if (finding.rule == &VX204) {
     const std::string_view name = FirstQuoted(message);

@@ -50,7 +50,10 @@ void CheckEntry(Findings& findings, std::string_view line, const LayoutEntry& en
     return;
   }
   if (entry.Name().size() >= DICT_NAME_SIZE) Note(findings, VX603, text.NameSpan(entry));
-  if (entry.Value().size() >= room)
+  const auto is_refused = [&](const Finding& finding) {
+    return finding.rule == &VX202 && finding.span.line == entry.line;
+  };
+  if (entry.Value().size() >= room && std::ranges::none_of(findings.list, is_refused))
     Note(findings, VX602, {entry.line, text.ValueSpan(entry).begin + room - 1, text.ValueSpan(entry).end});
   CheckCut(findings, line, entry);
 }

@@ -22,10 +22,10 @@ std::vector<std::string> SplitCommas(std::string_view text) {
   return words;
 }
 
-std::vector<std::string> ReadWords(const fs::path& file, std::string_view name) {
+std::string ReadText(const fs::path& file, std::string_view name) {
   std::array<char, INI_TEXT_SIZE> text;
   IniGetString("check", name, "", text.data(), static_cast<int>(text.size()), file.c_str());
-  return SplitCommas(text.data());
+  return text.data();
 }
 
 }  // namespace
@@ -36,7 +36,8 @@ Project FindProject(const std::string& file) {
   for (fs::path directory = path.parent_path();; directory = directory.parent_path()) {
     const fs::path found = directory / "vorlix.ini";
     if (fs::is_regular_file(found, error)) {
-      Project project{ReadWords(found, "models"), ReadWords(found, "modules"), ReadWords(found, "ignore")};
+      Project project{SplitCommas(ReadText(found, "models")), SplitCommas(ReadText(found, "modules")),
+                      SplitCommas(ReadText(found, "ignore")), ReadText(found, "language")};
       for (std::vector<std::string>* const paths : {&project.models, &project.modules})
         for (std::string& path_there : *paths) path_there = fs::proximate(directory / path_there, error).string();
       return project;

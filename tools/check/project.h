@@ -4,6 +4,7 @@
 //   models=muster.dic,other.dic     model dictionaries, beside this file
 //   modules=app.mdf                 module files, where their content does not tell
 //   ignore=VX620,VX627              findings that are not wanted
+//   language=de_DE                  of the server, where the command line names none
 #pragma once
 
 #include <string>
@@ -15,6 +16,7 @@ struct Project {
   std::vector<std::string> models;   // paths
   std::vector<std::string> modules;  // paths of module files
   std::vector<std::string> ignore;   // codes
+  std::string language;              // empty: as the environment says
 };
 
 /// The project that a file belongs to: of vorlix.ini in its directory, or in the nearest one above. Empty when there is

@@ -92,6 +92,7 @@ void LanguageServer::Handle(std::string_view content) {
   }
   const Json params = message.value("params", Json::object());
   try {
+    if (!is_request && *method == "initialized" && state_ == State::Ready) return Register();
     if (!is_request) return Notice(*method, params);
     Reply(*id, "result", Answer(*method, params));
   } catch (const RequestError& error) {
@@ -104,7 +105,7 @@ void LanguageServer::Handle(std::string_view content) {
 }
 
 Json LanguageServer::Answer(const std::string& method, const Json& params) {
-  if (method == "initialize" && state_ == State::New) return Initialize();
+  if (method == "initialize" && state_ == State::New) return Initialize(params);
   if (state_ == State::New) throw RequestError(NOT_INITIALIZED, "the first request is initialize");
   if (state_ == State::ShutDown || method == "initialize")
     throw RequestError(INVALID_REQUEST, method + " has no place here");
@@ -117,8 +118,10 @@ Json LanguageServer::Answer(const std::string& method, const Json& params) {
   return feature->answer(workspace_, params);
 }
 
-Json LanguageServer::Initialize() {
+Json LanguageServer::Initialize(const Json& params) {
   state_ = State::Ready;
+  const Json::json_pointer registers("/capabilities/workspace/didChangeWatchedFiles/dynamicRegistration");
+  is_told_of_files_ = params.contains(registers) && params[registers] == true;
   const Json sync = {{"openClose", true}, {"change", SYNC_INCREMENTAL}, {"save", true}};
   const Json capabilities = {{"textDocumentSync", sync},
                              {"completionProvider", {{"triggerCharacters", {"=", "[", ".", "%"}}}},
@@ -128,6 +131,22 @@ Json LanguageServer::Initialize() {
                              {"documentSymbolProvider", true},
                              {"codeActionProvider", {{"codeActionKinds", {"quickfix", "source.fixAll"}}}}};
   return {{"capabilities", capabilities}, {"serverInfo", {{"name", "vorlix"}, {"version", VORLIX_VERSION}}}};
+}
+
+// Asks the client to tell of files that others change: models and projects that are not open there. It is the one
+// request of this server, and its answer says nothing.
+void LanguageServer::Register() {
+  if (!is_told_of_files_) return;
+  Json watchers = Json::array();
+  for (const char* const pattern : {"**/*.dic", "**/*.mdf", "**/vorlix.ini"})
+    watchers.push_back({{"globPattern", pattern}});
+  const Json registration = {
+      {"id", "files"}, {"method", "workspace/didChangeWatchedFiles"}, {"registerOptions", {{"watchers", watchers}}}};
+  send_(Json{{"jsonrpc", "2.0"},
+             {"id", "register"},
+             {"method", "client/registerCapability"},
+             {"params", {{"registrations", Json::array({registration})}}}}
+            .dump());
 }
 
 // Nobody hears of what is wrong with a notification; those that are not known are passed over.

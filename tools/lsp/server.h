@@ -32,7 +32,8 @@ class LanguageServer {
   enum class State { New, Ready, ShutDown };
 
   Json Answer(const std::string& method, const Json& params);
-  Json Initialize();
+  Json Initialize(const Json& params);
+  void Register();
   void Notice(const std::string& method, const Json& params);
   void Publish(const Json& diagnostics);
   void Reply(const Json& id, const std::string& key, const Json& value);
@@ -40,6 +41,7 @@ class LanguageServer {
   Workspace workspace_;
   Sender send_;
   State state_ = State::New;
+  bool is_told_of_files_ = false;  // the client tells of changes on the disk when it is asked to
   bool is_over_ = false;
 };
 
