@@ -93,7 +93,8 @@ TEST(Tool, Calls) {
   const Case cases[] = {
       {"$V call u_basename [3]", 0, "code = 0\nBaseObj = \"[3]\"\n", ""},
       {"$V call u_udata [3]", 0, "code = 0\nUdata = \"[3]\"\n*", ""},
-      {"$V call u_basename ab [1]", 1, "code = 18 (a returned text has too little room)\nBaseObj = \"\"\n", ""},
+      {"$V call u_basename ab [1]", 1, "code = 18 (a returned text has too little room)\nBaseObj = \"\"\n",
+       "vorlix: give BaseObj more room, as [40000], *\n"},
       {"$V call l_SeekCurr -1", 1, "code = 2002 (no list has this handle)\neol = 0\n", ""},
       {"$V call dict_MapID KD", 1, "code = 19 (no dialog on the top level has this handle)\nid_p = \"\"\n",
        "vorlix: the server says:\n  D1: dict_MapID() failed: unknown dialog handle 'KD'\n"},
@@ -202,7 +203,16 @@ TEST(Tool, RunsScripts) {
        "open; dict_Open opens one\n  before that, s.vx:1: dict_Open answered rc_p 1: the file was read and refused\n  "
        "D1: InheritObject() failed: unknown model 'betrag', section 'kd.umsatz'\n  where it is wrong: vorlix check "
        "kunden.dic\n",
-       "dict_Open K kunden.dic 1\ndict_Get D01KUNDE name"},
+       "dict_Open K kunden.dic 1 => 0\ndict_Get D01KUNDE name"},
+      // A line that expects nothing is told of at once.
+      {"$V run -q s.vx", 1, "",
+       "vorlix: s.vx:2: dict_Open answered rc_p -2: No such file or directory\n  there is no file nosuch *\n"
+       "vorlix: s.vx:4: D01B has no field m; did you mean n?\nvorlix: s.vx:5: nothing came back\n  D01B has no field "
+       "m; did you mean n?\n",
+       "write $tmp/a.dic \"[catalog]\\nA=B\\n[a.n]\\nPATH=n\\nFTYP=N\\nFLEN=9\\n\"\ndict_Open A nosuch 1\n"
+       "dict_Open A $tmp/a.dic 1\ndict_Get D01B m\ndict_Get D01B m => xbuf.len=9\n"},
+      {"$V run -q s.vx", 1, "", "vorlix: s.vx:1: no/f was not changed: No such file or directory\n",
+       "ini_SetString s e v no/f\n"},
       {"cp $EXAMPLES/dict/* .; $V run -qk s.vx", 1, "",
        "*no dialog has the ID D01KU; did you mean D01KUNDE?\n*; open are *\n*has no field nmae; did you mean name?\n*",
        "dict_OpenModel muster muster.dic => rc_p=0\ndict_Open K kunden.dic 1\ndict_First D01KU\ndict_First "
@@ -219,7 +229,7 @@ TEST(Tool, RunsScripts) {
       {"$V --server /bin/true run s.vx", 5, "*", "vorlix: *exit status 0\n", "\n\nl_DeleteAll"},
       // A server that never answers.
       {"printf '#!/bin/sh\\nexec sleep 0.4' >mute; chmod +x mute; $V --server ./mute --timeout 0.1 run s.vx", 4, "",
-       "vorlix: the server has not answered within 100 ms\n", "l_DeleteAll"},
+       "vorlix: the server has not answered within 100 ms; --timeout SECONDS waits longer\n", "l_DeleteAll"},
   };
   for (const Case& wanted : cases) Check(wanted);
 }

@@ -38,7 +38,7 @@ std::vector<host::Arg> ReadArguments(const FunctionInfo& function, const std::ve
   try {
     std::vector<Given> given;
     for (const ArgInfo* const arg : GivenArguments(function, words.size()))
-      given.push_back(ReadWord(*arg, encoding.ToServer(words[given.size()])));
+      given.push_back(ReadWord(*arg, NamesFile(*arg) ? words[given.size()] : encoding.ToServer(words[given.size()])));
     return MakeArguments(function, given);
   } catch (const ToolError& error) {
     std::string message = error.what();
@@ -100,9 +100,11 @@ Status CallFunction(const Options& options, const std::vector<std::string>& word
   }
   std::fflush(stdout);
   if (!session.Reasons().empty()) std::fprintf(stderr, "vorlix: the server says:%s\n", session.Reasons().c_str());
-  const std::string hint = HintFor(std::bind_front(&Session::Ask, &session), function, result);
-  if (!hint.empty()) std::fprintf(stderr, "vorlix:%s\n", Printable(encoding.ToOutside(hint)).substr(2).c_str());
-  return result.code == 0 ? Status::Ok : Status::OtherCode;
+  const auto to_outside = [&](std::string_view text) { return encoding.ToOutside(text); };
+  const std::string hint = HintFor(std::bind_front(&Session::Ask, &session), to_outside, function, result);
+  if (!hint.empty()) std::fprintf(stderr, "vorlix:%s\n", Printable(hint).substr(2).c_str());
+  const bool is_lost = function.name == "ini_SetString" && !hint.empty();
+  return result.code == 0 && !is_lost ? Status::Ok : Status::OtherCode;
 }
 
 }  // namespace vorlix::tool

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cerrno>
-#include <clocale>
 #include <optional>
 
 #include "tools/failure.h"
@@ -42,13 +41,9 @@ std::optional<std::string> Convert(iconv_t converter, std::string_view text, std
 
 }  // namespace
 
-// The process has the locale meanwhile: newlocale does not give back all of its memory where LOCPATH is set.
 std::string EncodingOf(const std::string& locale) {
-  const std::string before = std::setlocale(LC_CTYPE, nullptr);
-  if (std::setlocale(LC_CTYPE, locale.c_str()) == nullptr) return "";
-  std::string encoding = nl_langinfo(CODESET);
-  std::setlocale(LC_CTYPE, before.c_str());
-  return encoding;
+  const LocaleScope scope(LC_CTYPE, locale);
+  return scope.IsInstalled() ? nl_langinfo(CODESET) : "";
 }
 
 Encoding::Encoding(const std::string& outside, const std::string& of_server) : of_server_(of_server) {

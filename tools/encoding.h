@@ -3,11 +3,34 @@
 
 #include <iconv.h>
 
+#include <clocale>
 #include <memory>
 #include <string>
 #include <string_view>
 
 namespace vorlix::tool {
+
+/// The process's locale while this lives; the one of before is back at its end. setlocale, not newlocale, which does
+/// not give back all of its memory where LOCPATH is set. For one thread at a time.
+class LocaleScope {
+ public:
+  /// Leaves the locale as it is, for what may change it meanwhile.
+  LocaleScope() : before_(std::setlocale(LC_ALL, nullptr)) {}
+  /// Empty: that of the environment.
+  LocaleScope(int category, const std::string& locale) : LocaleScope() {
+    installed_ = std::setlocale(category, locale.c_str()) != nullptr;
+  }
+  ~LocaleScope() { std::setlocale(LC_ALL, before_.c_str()); }
+  LocaleScope(const LocaleScope&) = delete;
+  LocaleScope& operator=(const LocaleScope&) = delete;
+
+  /// False: the system does not have the locale, and the one of before is in force.
+  bool IsInstalled() const { return installed_; }
+
+ private:
+  std::string before_;
+  bool installed_ = true;
+};
 
 /// The encoding of a locale, as "UTF-8" or "ISO-8859-1"; of the environment's when the name is empty. Empty when the
 /// system has no such locale.

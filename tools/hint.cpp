@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "dll/base/text.h"
+#include "tools/check/checker.h"
 #include "tools/dialogs.h"
+#include "tools/encoding.h"
 #include "tools/nearest.h"
 #include "tools/quoting.h"
 #include "tools/signature.h"
@@ -79,7 +81,11 @@ std::string FileHint(const FunctionInfo& function, const host::Result& result, i
   if (path.empty() || fs::exists(path, ignored)) return "";
   const std::string there_is_none = "\n  there is no file " + QuoteWord(path);
   if (const std::string swapped = SwappedFile(function, result, path); !swapped.empty()) return there_is_none + swapped;
-  const std::string near = DidYouMean(fs::path(path).filename().string(), FilesBeside(path));
+  const fs::path directory = fs::path(path).parent_path();
+  const std::vector<std::string> beside = FilesBeside(path);
+  const std::string name = fs::path(path).filename().string();
+  const std::string_view meant = Nearest(name, std::vector<std::string_view>(beside.begin(), beside.end()));
+  const std::string near = meant.empty() ? "" : "; did you mean " + QuoteWord((directory / meant).string()) + '?';
   return there_is_none + (near.empty() && !path.starts_with('/') ? " in " + fs::current_path(ignored).string() : near);
 }
 
@@ -141,20 +147,53 @@ bool IsNothing(const FunctionInfo& function, const host::Result& result) {
   return result.code != 0 || (xbuf != nullptr && xbuf->TextAt().empty()) || (eof != nullptr && eof->IntAt() != 0);
 }
 
+// Dialogs and fields that are not there.
+std::string NameHint(const host::Caller& ask, const FunctionInfo& function, const host::Result& result) {
+  const host::Arg* const dialog = FindArg(function, result, "dlgID");
+  if (dialog == nullptr) return "";
+  if (result.code != 0 && !IsDialog(ask, dialog->TextAt())) return DialogHint(ask, dialog->TextAt());
+  const host::Arg* const field = FindArg(function, result, "name");
+  return field != nullptr && IsNothing(function, result) ? FieldHint(ask, dialog->TextAt(), field->TextAt()) : "";
+}
+
+std::string RoomHint(const FunctionInfo& function) {
+  for (const ArgInfo& arg : function.Args())
+    if (arg.direction == Direction::Out && ClassOf(arg) == HOST_STRING)
+      return "\n  give " + std::string(arg.name) + " more room, as [40000], or leave it out for 32000 bytes";
+  return "";
+}
+
+// What the checker finds in a file that the server has taken: it surprises later, when fields are not there or show
+// nothing. Models are not looked at, for nobody says here which there are.
+std::string FindingsHint(const std::string& path) {
+  const LocaleScope scope;
+  try {
+    std::vector<Finding> findings = Checker({}).Check(path).findings.list;
+    std::erase_if(findings, [](const Finding& finding) { return finding.rule->severity == Severity::Error; });
+    if (findings.empty()) return "";
+    return "\n  line " + std::to_string(findings[0].span.line + 1) + ": " + findings[0].text + "; vorlix check " +
+           QuoteWord(path) +
+           (findings.size() == 1 ? " tells more" : " tells this and " + std::to_string(findings.size() - 1) + " more");
+  } catch (const std::exception&) {
+    return "";  // nobody asked for it
+  }
+}
+
 }  // namespace
 
 bool IsFileRefused(const FunctionInfo& function, const host::Result& result) {
   return FileAnswer(function, result) != 0;
 }
 
-std::string HintFor(const host::Caller& ask, const FunctionInfo& function, const host::Result& result) {
+std::string HintFor(const host::Caller& ask, const Conversion& to_outside, const FunctionInfo& function,
+                    const host::Result& result) {
+  if (result.args.size() != function.arg_count) return "";
   if (const int32_t answer = FileAnswer(function, result); answer != 0) return FileHint(function, result, answer);
+  if (function.name == "dict_Open" || function.name == "dict_OpenModel")
+    return FindingsHint(FindArg(function, result, "fname")->TextAt());
   if (function.name == "ini_SetString") return EntryHint(ask, result);
-  const host::Arg* const dialog = FindArg(function, result, "dlgID");
-  if (dialog == nullptr) return "";
-  if (result.code != 0 && !IsDialog(ask, dialog->TextAt())) return DialogHint(ask, dialog->TextAt());
-  const host::Arg* const field = FindArg(function, result, "name");
-  return field != nullptr && IsNothing(function, result) ? FieldHint(ask, dialog->TextAt(), field->TextAt()) : "";
+  if (result.code == RESULT_TOO_SHORT) return RoomHint(function);
+  return to_outside(NameHint(ask, function, result));
 }
 
 }  // namespace vorlix::tool

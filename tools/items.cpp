@@ -34,7 +34,9 @@ std::vector<XbufItem> ReadItems(std::string_view xbuf) {
   try {
     return host::ReadXbuf(xbuf);
   } catch (const std::invalid_argument& error) {
-    throw ToolError(Status::OtherCode, Quote(xbuf.substr(0, 40)) + " is no XBUF: " + error.what());
+    const std::string what =
+        xbuf.empty() ? "nothing came back" : Quote(xbuf.substr(0, 40)) + " is no XBUF: " + error.what();
+    throw ToolError(Status::OtherCode, what);
   }
 }
 

@@ -58,7 +58,7 @@ class CommandLine {
     app_.footer(EXIT_STATUSES);
     app_.require_subcommand(0, 1);
     app_.failure_message(
-        [](const CLI::App*, const CLI::Error& error) { return std::string("vorlix: ") + error.what() + '\n'; });
+        [](const CLI::App*, const CLI::Error& error) { return "vorlix: " + Printable(error.what()) + '\n'; });
     for (CLI::App* const app : {&app_, call_, run_, shell_, doctor_}) AddServerOptions(*app);
     for (CLI::App* const app : {&app_, call_, run_, shell_, functions_, check_, show_, doctor_}) AddColour(*app);
     AddCommands();
@@ -195,7 +195,7 @@ class CommandLine {
         ->allow_extra_args(false);
     lsp_->add_option("--lang", check_command_.language, "The language of the server, whose formats fields get")
         ->type_name("LOCALE");
-    lsp_->footer("Example: vorlix lsp </dev/null; the editor starts it, see docs/editors.md");
+    lsp_->footer("Example: vorlix lsp --lang C </dev/null");
   }
 
   void AddShow() {
@@ -256,7 +256,7 @@ class CommandLine {
   ShowCommand show_command_;
   CLI::App* show_ = app_.add_subcommand("show", "Show a field of a dictionary, and where its attributes come from");
   CLI::App* check_ = app_.add_subcommand("check", "Find what is wrong with dictionaries");
-  CLI::App* lsp_ = app_.add_subcommand("lsp", "Check dictionaries in the editor, as a language server");
+  CLI::App* lsp_ = app_.add_subcommand("lsp", "Check dictionaries in the editor, as a language server that it starts");
   std::string bundle_to_;
   CLI::App* bundle_ = app_.add_subcommand("bundle", "Pack a recording and the files that it names, to send");
   CLI::App* doctor_ = app_.add_subcommand("doctor", "Tell whether this machine can serve, and what to do");
@@ -289,7 +289,9 @@ int Guard(int argc, char** argv) {
   try {
     return static_cast<int>(Main(argc, argv));
   } catch (const std::exception& error) {
-    const std::string said = "vorlix: " + Printable(error.what());
+    const bool was_late = StatusOf(error) == Status::Timeout;
+    const std::string said =
+        "vorlix: " + Printable(error.what()) + (was_late ? "; --timeout SECONDS waits longer" : "");
     if (EndingSignal() == 0) std::fprintf(stderr, "%s\n", Fold(said, TerminalWidth(STDERR_FILENO)).c_str());
     return static_cast<int>(StatusOf(error));
   }

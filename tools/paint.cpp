@@ -38,11 +38,34 @@ std::string FoldLine(std::string_view line, size_t width) {
   return std::string(left) + '\n' + std::string(BELOW, ' ') + Wrap(right, width, BELOW);
 }
 
+// What is there to be pasted stands as it is: the line of an example, and the lines of its here-document.
+class Pasted {
+ public:
+  bool Takes(std::string_view line) {
+    if (in_document_) {
+      in_document_ = line != "END";
+      return true;
+    }
+    const std::string_view text = line.substr(std::min(line.find_first_not_of(' '), line.size()));
+    const bool is_example = text.starts_with("Example: ") || text.starts_with("example: ");
+    in_document_ = is_example && text.ends_with("<<'END'");
+    return is_example;
+  }
+
+ private:
+  bool in_document_ = false;
+};
+
 }  // namespace
+
+bool IsPlainTerminal() {
+  const char* const type = std::getenv("TERM");
+  return type == nullptr || *type == '\0' || std::string_view(type) == "dumb";
+}
 
 void ChooseColours(Colours colours) {
   const char* const refused = std::getenv("NO_COLOR");
-  const bool fits = isatty(STDOUT_FILENO) == 1 && (refused == nullptr || *refused == '\0');
+  const bool fits = isatty(STDOUT_FILENO) == 1 && !IsPlainTerminal() && (refused == nullptr || *refused == '\0');
   painting = colours == Colours::Always || (colours == Colours::Auto && fits);
 }
 
@@ -74,10 +97,11 @@ std::string Wrap(std::string_view text, size_t width, size_t indent) {
 
 std::string Fold(std::string_view text, size_t width) {
   std::string folded;
+  Pasted pasted;
   while (!text.empty()) {
     const std::string_view line = text.substr(0, text.find('\n'));
     text.remove_prefix(line.size());
-    folded += FoldLine(line, width);
+    folded += pasted.Takes(line) ? std::string(line) : FoldLine(line, width);
     if (!text.empty()) folded += '\n';
     text.remove_prefix(std::min<size_t>(text.size(), 1));
   }

@@ -10,6 +10,9 @@ namespace vorlix::tool {
 
 enum class Colours { Auto, Always, Never };
 
+/// Whether the terminal says that it can do no more than print: TERM is dumb, empty or not there.
+bool IsPlainTerminal();
+
 /// Colours on standard output from now on. Auto: when it is a terminal, and NO_COLOR is not set.
 void ChooseColours(Colours colours);
 
@@ -27,6 +30,7 @@ size_t TerminalWidth(int descriptor = STDOUT_FILENO);
 std::string Wrap(std::string_view text, size_t width, size_t indent);
 
 /// Lines of text in two columns, with two blanks or more between them, or in one, in lines of at most `width` columns.
+/// Examples, which begin with "Example: " or "example: ", stand as they are.
 std::string Fold(std::string_view text, size_t width);
 
 /// On a terminal the beginning of a text that is longer than `most` bytes, and how long it is; else the text.

@@ -138,6 +138,9 @@ void Player::RunPlace(const Statement& statement) {
 
 void Player::PlaceCall(const Statement& statement, std::string line, std::string_view name,
                        const FunctionInfo& function, std::vector<host::Arg> args) {
+  // Files have their names on this side.
+  for (size_t k = 0; k < std::min(args.size(), function.arg_count); ++k)
+    if (NamesFile(function.args.at(k)) && args[k].Class() == HOST_STRING) KeepName(args[k]);
   stand_ins_.Redirect(function, args);
   const bool has_all_args = args.size() == function.arg_count;
   result_ = calls_.place(name, args);
@@ -150,7 +153,7 @@ void Player::PlaceCall(const Statement& statement, std::string line, std::string
   }
   PrintLine(line, Meanings(function, result_.code, values));
   if (options_.is_dialog) ShowMore(values);
-  if (!options_.is_dialog && function.name == "ini_SetString") WarnOfLoss();
+  if (!options_.is_dialog) TellOfNothing(statement);
   KeepCode(statement, function, result_.code);
 }
 
@@ -182,13 +185,21 @@ void Player::SetValue(const std::string& name, const std::string& text) {
   PrintLine("set " + name + ' ' + Shown(text));
 }
 
+// A name that was converted for the server is converted back.
+void Player::KeepName(host::Arg& arg) const {
+  std::string& name = std::get<2>(arg.values).at(0);
+  const bool was_full = arg.capacity == static_cast<int32_t>(name.size());
+  name = calls_.to_outside(name);
+  if (was_full) arg.capacity = static_cast<int32_t>(name.size());
+}
+
 void Player::ReadValue(const std::string& name, const std::string& path) {
-  scope_.Set(name, ReadFile(path));
+  scope_.Set(name, ReadFile(calls_.to_outside(path)));
   PrintLine("read " + name + ' ' + Shown(path));
 }
 
 void Player::Write(const std::string& path, const std::string& text) {
-  WriteFile(path, text);
+  WriteFile(calls_.to_outside(path), text);
   PrintLine("write " + Shown(path) + ' ' + Shown(text));
 }
 
@@ -268,7 +279,13 @@ bool Player::Meets(const Condition& condition) {
   return Compare(condition.comparison, scope_.Find(condition.address), scope_.Expand(condition.expected));
 }
 
+// An item of an XBUF that is not there, for its field is not, is told with the reason.
 void Player::Expect(const std::vector<Condition>& conditions) {
+  try {
+    for (const Condition& condition : conditions) static_cast<void>(scope_.Find(condition.address));
+  } catch (const ToolError& error) {
+    throw ToolError(error.GetStatus(), error.what() + Why());
+  }
   for (const Condition& condition : conditions)
     if (!Meets(condition)) throw ToolError(Status::OtherCode, Unmet(condition) + Why());
 }
@@ -320,25 +337,37 @@ void Player::ShowMore(const std::vector<Value>& values) {
   if (const std::string why = Why(); !why.empty()) PrintOwn(why.substr(1) + '\n');
 }
 
-// It answers 0 whatever came of it.
-void Player::WarnOfLoss() const {
-  if (const std::string why = Why(); !why.empty())
-    std::fprintf(stderr, "vorlix: %s%s\n", Printable(Place(name_, line_)).c_str(), Printable(why.substr(3)).c_str());
+// ini_SetString answers 0 whatever came of it, and a file or a field that is not there is no failure of others: unless
+// the line says what it expects, somebody has to.
+void Player::TellOfNothing(const Statement& statement) const {
+  const bool is_write = called_->name == "ini_SetString";
+  const bool is_expected = !statement.expected.empty() || statement.kind == Kind::Each;
+  if (is_expected && !is_write) return;
+  const bool is_refused = IsFileRefused(*called_, result_);
+  const std::string why = is_refused || result_.code == 0 ? Why() : "";
+  if (why.empty()) return;
+  if (is_write && !is_expected) throw ToolError(Status::OtherCode, why.substr(3));
+  const std::string told = is_refused ? Answer() + why : why.substr(3);
+  std::fprintf(stderr, "vorlix: %s%s\n", Printable(Place(name_, line_)).c_str(), Printable(told).c_str());
 }
 
 std::string Player::Why() const {
   if (called_ == nullptr) return "";
-  return calls_.reasons() + HintFor(calls_.ask, *called_, result_) + refused_file_;
+  return calls_.reasons() + HintFor(calls_.ask, calls_.to_outside, *called_, result_) + refused_file_;
+}
+
+std::string Player::Answer() const {
+  return std::string(called_->name) + " answered " +
+         Meanings(*called_, result_.code, ReturnedValues(*called_, result_));
 }
 
 void Player::NoteRefusedFile(const Statement& statement) {
   const auto is_code = [](const Condition& condition) { return condition.address == "code"; };
-  if (options_.is_dialog || !std::ranges::all_of(statement.expected, is_code)) return;
+  const bool was_told = statement.expected.empty();
+  if (options_.is_dialog || was_told || !std::ranges::all_of(statement.expected, is_code)) return;
   if (!IsFileRefused(*called_, result_)) return;
-  const std::string meanings = Meanings(*called_, result_.code, ReturnedValues(*called_, result_));
   refused_file_.clear();
-  refused_file_ =
-      "\n  before that, " + Place(name_, line_) + std::string(called_->name) + " answered " + meanings + Why();
+  refused_file_ = "\n  before that, " + Place(name_, line_) + Answer() + Why();
 }
 
 void Player::PrintLine(const std::string& line, const std::string& comment) {

@@ -89,10 +89,14 @@ class Player {
   std::string Outcome(const Value& value) const;
   void ShowMore(const std::vector<Value>& values);
 
+  /// What the last call answered, in words.
+  std::string Answer() const;
   /// What the server told of the last call, and what to change: lines that begin with two blanks and have no end.
   std::string Why() const;
-  /// Says so when ini_SetString has not changed its file.
-  void WarnOfLoss() const;
+  /// Says so when a call that has not failed brought nothing. Throws ToolError when that is a file that was not
+  /// changed, and the statement expects nothing.
+  void TellOfNothing(const Statement& statement) const;
+  void KeepName(host::Arg& arg) const;
   /// Keeps why a file could not be had, where the script goes on without a word about it: later failures follow from
   /// it.
   void NoteRefusedFile(const Statement& statement);

@@ -1,6 +1,8 @@
 #include "tools/scope.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <system_error>
 
 #include "tools/failure.h"
@@ -18,7 +20,9 @@ const std::string& ScratchDirectory::Path() {
   std::error_code error;
   std::string pattern = (std::filesystem::temp_directory_path(error) / "vorlix-XXXXXX").string();
   if (error || mkdtemp(pattern.data()) == nullptr)
-    throw ToolError(Status::OtherCode, "cannot make a directory for $tmp");
+    throw ToolError(Status::OtherCode, "cannot make a directory for $tmp: " +
+                                           (error ? error.message() : std::string(std::strerror(errno))) +
+                                           "; TMPDIR says where");
   return path_ = pattern;
 }
 

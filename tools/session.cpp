@@ -22,22 +22,6 @@ namespace {
 
 constexpr std::string_view ALL_FAILURES = "*1";
 
-// The names of all locales of the system, and of those in LOCPATH, as " C de_DE".
-std::string InstalledLocales() {
-  std::string names;
-  std::error_code ignored;
-  if (const char* const path = std::getenv("LOCPATH"))
-    for (const auto& entry : std::filesystem::directory_iterator(path, ignored))
-      names += ' ' + entry.path().filename().string();
-  std::FILE* const list = popen("locale -a 2>/dev/null", "r");
-  if (list == nullptr) return names;
-  std::array<char, 256> line;
-  while (std::fgets(line.data(), line.size(), list) != nullptr)
-    names += ' ' + std::string(line.data(), std::strcspn(line.data(), "\n"));
-  pclose(list);
-  return names;
-}
-
 // A variable of the server's environment; empty when it has none.
 std::string VariableOf(const Options& options, const std::string& name) {
   const auto changed = std::ranges::find(options.variables, name, &host::EnvironmentChanges::value_type::first);
@@ -86,11 +70,33 @@ bool IsFailure(std::string_view line) {
   return line.size() > 4 && line[0] >= 'A' && line[0] <= 'Z' && line.substr(1).starts_with("1: ");
 }
 
+// As " C de_DE".
+std::string Listed(const std::vector<std::string>& names) {
+  std::string all;
+  for (const std::string& name : names) all += ' ' + name;
+  return all;
+}
+
 }  // namespace
+
+std::vector<std::string> InstalledLocales() {
+  std::vector<std::string> found;
+  std::error_code ignored;
+  if (const char* const path = std::getenv("LOCPATH"))
+    for (const auto& entry : std::filesystem::directory_iterator(path, ignored))
+      found.push_back(entry.path().filename().string());
+  std::FILE* const list = popen("locale -a 2>/dev/null", "r");
+  std::array<char, 256> line;
+  while (list != nullptr && std::fgets(line.data(), line.size(), list) != nullptr)
+    found.emplace_back(line.data(), std::strcspn(line.data(), "\n"));
+  if (list != nullptr) pclose(list);
+  std::ranges::sort(found);
+  return {found.begin(), std::unique(found.begin(), found.end())};
+}
 
 void RequireLanguage(const std::string& language) {
   if (EncodingOf(language).empty())
-    throw ToolError(Status::Usage, "this system has no locale '" + language + "'; it has" + InstalledLocales());
+    throw ToolError(Status::Usage, "this system has no locale '" + language + "'; it has" + Listed(InstalledLocales()));
 }
 
 Encoding EncodingFor(const Options& options, bool by_default) {

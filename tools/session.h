@@ -25,6 +25,9 @@ struct Options {
   std::string encoding;      // of the texts here; empty: see EncodingFor
 };
 
+/// The names of all locales of the system, and of those in LOCPATH.
+std::vector<std::string> InstalledLocales();
+
 /// Throws ToolError (Usage), with those that there are, when the system does not have this locale.
 void RequireLanguage(const std::string& language);
 

@@ -1,6 +1,7 @@
 #include "tools/usage.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "dll/wire/functable.h"
 #include "tools/nearest.h"
@@ -48,12 +49,17 @@ std::string HintForCommand(const CLI::App& app, const std::string& word) {
 }  // namespace
 
 std::string HelpOf(const CLI::App& app) {
-  return Fold(app.help(app.get_parent() == nullptr ? "" : "vorlix"), TerminalWidth());
+  // CLI::App::help gives the help of the command that was called in the place of the program's.
+  const std::string name = app.get_parent() == nullptr ? "vorlix" : "vorlix " + app.get_name();
+  return Fold(app.get_formatter()->make_help(&app, name, CLI::AppFormatMode::Normal), TerminalWidth());
 }
 
 std::string HintForWords(const CLI::App& app, const std::vector<std::string>& words) {
   const auto is_option = [](std::string_view word) { return word.starts_with('-'); };
   const auto option = std::ranges::find_if(words, is_option);
+  std::error_code ignored;
+  if (option == words.end() && !words.empty() && std::filesystem::is_regular_file(words[0], ignored))
+    return "'" + words[0] + "' is no command, and a file: vorlix run, vorlix check and vorlix show take files";
   if (option == words.end()) return words.empty() ? "" : HintForCommand(app, words[0]);
   if (std::string hint = HintForPlace(app, *option); !hint.empty()) return hint;
   return option->starts_with("--") ? HintForOption(app, *option) : "";

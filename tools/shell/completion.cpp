@@ -8,6 +8,7 @@
 #include "tools/dialogs.h"
 #include "tools/quoting.h"
 #include "tools/script.h"
+#include "tools/session.h"
 #include "tools/signature.h"
 #include "tools/words.h"
 
@@ -94,7 +95,13 @@ std::vector<std::string> Completion::Candidates(const std::vector<std::string>& 
     for (const std::string& name : values_.Names()) names.push_back('$' + name);
     return names;
   }
-  if (before == std::vector<std::string>{".help"}) return FunctionNames();
+  if (before == std::vector<std::string>{".help"}) {
+    std::vector<std::string> names = FunctionNames();
+    names.insert(names.end(), commands_.begin(), commands_.end());
+    return names;
+  }
+  if (before == std::vector<std::string>{".lang"}) return InstalledLocales();
+  if (before == std::vector<std::string>{".trace"}) return {"1", "2", "3", "D1", "D3F2I1N1", "off"};
   if (before.empty() || (before.size() == 1 && before[0] == "each")) return FirstWords();
   const FunctionInfo* const function = FunctionOf(before);
   if (function == nullptr) return Files(word);

@@ -14,6 +14,7 @@
 
 #include "tools/ending.h"
 #include "tools/paint.h"
+#include "tools/quoting.h"
 #include "tools/words.h"
 
 namespace vorlix::tool {
@@ -32,6 +33,39 @@ std::string CommonBeginning(const std::vector<std::string>& texts) {
   return common;
 }
 
+History* NewHistory() {
+  HistEvent event;
+  History* const made = history_init();
+  history(made, &event, H_SETSIZE, LINES_KEPT);
+  history(made, &event, H_SETUNIQUE, 1);
+  return made;
+}
+
+// False for a file that is something else.
+bool LoadHistory(History* into, const std::string& path) {
+  HistEvent event;
+  std::error_code ignored;
+  const bool is_there =
+      !path.empty() && std::filesystem::exists(path, ignored) && !std::filesystem::is_empty(path, ignored);
+  return !is_there || history(into, &event, H_LOAD, path.c_str()) >= 0;
+}
+
+// Behind the lines that other shells have written since.
+void SaveHistory(const std::string& path, const std::vector<std::string>& lines) {
+  if (path.empty() || lines.empty()) return;
+  HistEvent event;
+  std::error_code ignored;
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ignored);
+  History* const all = NewHistory();
+  if (LoadHistory(all, path)) {
+    for (const std::string& line : lines) history(all, &event, H_ENTER, line.c_str());
+    const mode_t before = umask(0077);
+    history(all, &event, H_SAVE, path.c_str());
+    umask(before);
+  }
+  history_end(all);
+}
+
 }  // namespace
 
 // The objects of the library, which hands its caller back as a pointer.
@@ -43,6 +77,7 @@ struct Editor::Terminal {
   std::string prompt = {};
   std::string margin = {};
   bool given_up = false;
+  std::vector<std::string> entered = {};  // lines of this shell
 
   static Terminal& Of(EditLine* line) {
     void* data = nullptr;
@@ -128,11 +163,12 @@ std::string HistoryPath() {
 Editor::Editor(EditorHelp help, std::string history)
     : terminal_(std::make_unique<Terminal>(Terminal{std::move(help), std::move(history)})) {
   std::setlocale(LC_CTYPE, "");  // characters of more than one byte are typed as one
-  HistEvent event;
-  terminal_->history = history_init();
-  ::history(terminal_->history, &event, H_SETSIZE, LINES_KEPT);
-  ::history(terminal_->history, &event, H_SETUNIQUE, 1);
-  if (!terminal_->history_path.empty()) ::history(terminal_->history, &event, H_LOAD, terminal_->history_path.c_str());
+  terminal_->history = NewHistory();
+  if (!LoadHistory(terminal_->history, terminal_->history_path)) {
+    std::fprintf(stderr, "vorlix: %s is no history of this shell, and stays as it is\n",
+                 Printable(terminal_->history_path).c_str());
+    terminal_->history_path.clear();
+  }
 
   EditLine* const line = terminal_->line = el_init("vorlix", stdin, stdout, stderr);
   el_set(line, EL_GETCFN, &Terminal::Read);
@@ -152,14 +188,7 @@ Editor::Editor(EditorHelp help, std::string history)
 }
 
 Editor::~Editor() {
-  HistEvent event;
-  std::error_code ignored;
-  if (!terminal_->history_path.empty()) {
-    std::filesystem::create_directories(std::filesystem::path(terminal_->history_path).parent_path(), ignored);
-    const mode_t before = umask(0077);
-    ::history(terminal_->history, &event, H_SAVE, terminal_->history_path.c_str());
-    umask(before);
-  }
+  SaveHistory(terminal_->history_path, terminal_->entered);
   el_end(terminal_->line);
   history_end(terminal_->history);
 }
@@ -174,7 +203,9 @@ Editor::Read Editor::ReadLine(const std::string& prompt, std::string& line) {
   line.assign(typed, static_cast<size_t>(size));
   while (line.ends_with('\n') || line.ends_with('\r')) line.pop_back();
   HistEvent event;
-  if (line.find_first_not_of(" \t") != std::string::npos) ::history(terminal_->history, &event, H_ENTER, line.c_str());
+  if (line.find_first_not_of(" \t") == std::string::npos) return Read::Line;
+  ::history(terminal_->history, &event, H_ENTER, line.c_str());
+  terminal_->entered.push_back(line);
   return Read::Line;
 }
 

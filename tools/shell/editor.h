@@ -23,7 +23,8 @@ std::string HistoryPath();
 
 class Editor {
  public:
-  /// Reads the history from the file, and writes it there at the end. The terminal is standard input and output.
+  /// Reads the history from the file, and adds to it at the end; a file that is something else is left alone, with a
+  /// word. The terminal is standard input and output.
   Editor(EditorHelp help, std::string history);
   ~Editor();
   Editor(const Editor&) = delete;

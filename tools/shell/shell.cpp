@@ -9,6 +9,7 @@
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 #include "tools/commands.h"
 #include "tools/ending.h"
@@ -31,13 +32,14 @@ class Shell {
   explicit Shell(const Options& options)
       : options_(options),
         encoding_(EncodingFor(options, true)),
-        session_(options, true),
-        player_({.place = std::bind_front(&Session::Call, &session_),
-                 .ask = std::bind_front(&Session::Ask, &session_),
-                 .reasons = [this] { return session_.Reasons(); },
+        session_(std::in_place, options, true),
+        player_({.place = [this](std::string_view name, const auto& args) { return session_->Call(name, args); },
+                 .ask = [this](std::string_view name, const auto& args) { return session_->Ask(name, args); },
+                 .reasons = [this] { return session_->Reasons(); },
                  .to_outside = [this](std::string_view text) { return encoding_.ToOutside(text); }},
                 NAME, {.quiet = false, .keep_going = false, .is_dialog = true}),
-        completion_(std::bind_front(&Session::Ask, &session_), player_.Values(), CommandNames()) {}
+        completion_([this](std::string_view name, const auto& args) { return session_->Ask(name, args); },
+                    player_.Values(), CommandNames()) {}
 
   Status Run() {
     if (isatty(STDIN_FILENO) == 0) return RunPiped();
@@ -70,7 +72,9 @@ class Shell {
     try {
       Take(line);
     } catch (const std::exception& error) {
-      std::fprintf(stderr, "vorlix: %s\n", Printable(error.what()).c_str());
+      const bool has_no_server = StatusOf(error) == Status::Died || StatusOf(error) == Status::Timeout;
+      std::fprintf(stderr, "vorlix: %s%s\n", Printable(error.what()).c_str(),
+                   has_no_server ? "; .restart starts another server" : "");
       if (status_ == Status::Ok) status_ = StatusOf(error);
     }
   }
@@ -79,6 +83,9 @@ class Shell {
   void Take(const std::string& line) {
     const std::vector<Word> words = SplitWords(encoding_.ToServer(line));
     if (pending_.empty() && !words.empty() && words[0].Bare().starts_with('.')) return Obey(words);
+    for (const std::string_view word : {"help", "quit", "exit", "?"})
+      if (words.size() == 1 && words[0].Is(word))
+        throw ToolError(Status::Usage, "a line is a call; .help explains, and .quit or Ctrl-D ends the shell");
     depth_ += !words.empty() && words[0].Is("each") ? 1 : 0;
     depth_ -= !words.empty() && words[0].Is("end") ? 1 : 0;
     pending_ += encoding_.ToServer(line) + '\n';
@@ -111,7 +118,7 @@ class Shell {
     std::string_view sentence;
     void (Shell::*run)(const std::string& argument);
   };
-  static const std::array<Command, 7> COMMANDS;
+  static const std::array<Command, 8> COMMANDS;
 
   static std::vector<std::string> CommandNames() {
     std::vector<std::string> names;
@@ -123,6 +130,8 @@ class Shell {
     const Command& command = FindCommand(words[0].Bare());
     std::string argument;
     for (size_t k = 1; k < words.size(); ++k) argument += (k == 1 ? "" : " ") + player_.Values().Expand(words[k]);
+    if (!argument.empty() && command.argument.empty())
+      throw ToolError(Status::Usage, std::string(command.name) + " takes nothing behind it");
     if (argument.empty() && !command.argument.empty() && !command.argument.starts_with('['))
       throw ToolError(Status::Usage, "write it as: " + std::string(command.name) + ' ' + std::string(command.argument));
     (this->*command.run)(argument);
@@ -142,12 +151,16 @@ class Shell {
   void Quit(const std::string&) { is_over_ = true; }
 
   void Help(const std::string& name) {
-    if (!name.empty()) {
+    const bool is_command = name.starts_with('.');
+    if (!name.empty() && !is_command) {
       ListFunctions(name, false);
       return;
     }
+    const std::string_view wanted = is_command ? FindCommand(name).name : "";
     for (const Command& command : COMMANDS)
-      std::printf("  %-7s %-20s %s\n", command.name.data(), command.argument.data(), command.sentence.data());
+      if (wanted.empty() || command.name == wanted)
+        std::printf("  %-8s %-20s %s\n", command.name.data(), command.argument.data(), command.sentence.data());
+    if (is_command) return;
     std::puts("All other lines are those of scripts: FUNCTION ARGUMENT..., set, echo, each ... end and so on.");
   }
 
@@ -176,7 +189,7 @@ class Shell {
   void Trace(const std::string& what) {
     if (what == "off") {
       Place("dll_Debug 0");
-      session_.KeepFailures();
+      session_->KeepFailures();
     } else if (ReadWhole<int32_t>(what)) {
       Place("dll_Debug " + what);
     } else {
@@ -184,29 +197,45 @@ class Shell {
     }
   }
 
+  // The bytes that went to the server, in its language: so the script says the same wherever it runs.
   void Save(const std::string& path) {
-    WriteFile(path, player_.Played());
+    std::error_code ignored;
+    if (path != saved_ && std::filesystem::exists(path, ignored) && !std::filesystem::is_empty(path, ignored))
+      throw ToolError(Status::Usage, path + " is there already; choose another name, or remove it");
+    const std::string head = language_.empty() ? "" : "server LANG=" + QuoteWord(language_) + '\n';
+    WriteFile(path, head + encoding_.ToServer(player_.Played()));
+    saved_ = path;
     std::printf("written: %s\n", path.c_str());
+  }
+
+  // All that was open or set is gone with the old one.
+  void Restart(const std::string&) {
+    session_.emplace(options_, true);
+    level_ = 0;
+    std::puts("a new server: nothing is open in it");
   }
 
   Options options_;  // with the language of now
   Encoding encoding_;
-  Session session_;
+  std::optional<Session> session_;
   Player player_;
   Completion completion_;
-  std::string pending_;  // lines of a loop that has not ended
+  std::string language_ = options_.language;  // of the first server
+  std::string saved_;                         // the path of a script of this shell
+  std::string pending_;                       // lines of a loop that has not ended
   int depth_ = 0;
   int level_ = 0;
   bool is_over_ = false;
   Status status_ = Status::Ok;
 };
 
-const std::array<Shell::Command, 7> Shell::COMMANDS = {{
+const std::array<Shell::Command, 8> Shell::COMMANDS = {{
     {".open", "FILE", "Opens a dictionary on the next dialog level, under the name of its file", &Shell::Open},
     {".model", "FILE", "Opens a model dictionary, from which those opened later inherit", &Shell::OpenModel},
     {".trace", "LEVEL | FLAGS | off", "Shows calls (2), or what goes on inside (D3F1); off again", &Shell::Trace},
     {".lang", "LOCALE", "Changes the language of the server", &Shell::ChangeLanguage},
     {".save", "FILE", "Writes what was called, and what came back, as a script", &Shell::Save},
+    {".restart", "", "Starts a new server in the place of one that has ended, or does not answer", &Shell::Restart},
     {".help", "[NAME]", "Tells about a function, or this", &Shell::Help},
     {".quit", "", "Ends the shell, as Ctrl-D does", &Shell::Quit},
 }};

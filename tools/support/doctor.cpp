@@ -18,6 +18,7 @@
 #include <optional>
 #include <vector>
 
+#include "tools/encoding.h"
 #include "tools/paint.h"
 #include "tools/quoting.h"
 #include "tools/support/processes.h"
@@ -183,21 +184,20 @@ std::string Shown(const char* text) { return *text != '\0' ? Quote(text) : std::
 std::vector<Finding> LookAtLanguage(const Options& options) {
   std::vector<Finding> findings;
   for (const auto& [name, locale] : Variables(options)) {
-    const locale_t found = newlocale(LC_ALL_MASK, locale.c_str(), nullptr);
+    const LocaleScope scope(LC_ALL, locale);
     const std::string asked = Printable(locale) + " (" + name + ")";
-    if (found == nullptr) {
+    if (!scope.IsInstalled()) {
       findings.push_back({Verdict::Bad, "language", asked + " is not installed: the server goes by C",
                           "Install it (as root: dpkg-reconfigure locales), or name one of locale -a."});
       continue;
     }
-    findings.push_back({Verdict::Good, "language", asked + ", " + nl_langinfo_l(CODESET, found), ""});
+    findings.push_back({Verdict::Good, "language", asked + ", " + nl_langinfo(CODESET), ""});
     if (name == "LANG" || name == "ZENDLANG" || name == "--lang")
       findings.push_back({Verdict::Good, "formats",
-                          "decimal point " + Shown(nl_langinfo_l(RADIXCHAR, found)) + ", thousands " +
-                              Shown(nl_langinfo_l(THOUSEP, found)) + ", dates " + Shown(nl_langinfo_l(D_FMT, found)) +
-                              ", times " + Shown(nl_langinfo_l(T_FMT, found)),
+                          "decimal point " + Shown(nl_langinfo(RADIXCHAR)) + ", thousands " +
+                              Shown(nl_langinfo(THOUSEP)) + ", dates " + Shown(nl_langinfo(D_FMT)) + ", times " +
+                              Shown(nl_langinfo(T_FMT)),
                           ""});
-    freelocale(found);
   }
   return findings;
 }
