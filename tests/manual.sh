@@ -24,8 +24,10 @@ told() {
 told_of() {
   vorlix functions "$1" | awk -v name="$1" '
     NR == 1 { sentence = substr($0, length(name) + 4) }
-    / (in|in and out)$/ && /^  / { sent = sent " " $1 ":" $2 }
-    / out$/ && /^  / { returned = returned " " $1 ":" $2 }
+    /^  [A-Za-z]/ && $2 ~ /^(integer|number|text)$/ {
+      if ($3 != "out") sent = sent " " $1 ":" $2
+      if ($3 != "in") returned = returned " " $1 ":" $2
+    }
     /^  [a-z_]+ +(-?[0-9]+|negative) +/ {
       value = $1; number = $2
       sub(/^  [^ ]+ +[^ ]+ +/, "")

@@ -18,7 +18,8 @@ void Note(int signal) {
 void NoteEndingSignals() {
   struct sigaction action {};
   action.sa_handler = Note;
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) sigaction(signal, &action, nullptr);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGALRM, SIGUSR1})
+    sigaction(signal, &action, nullptr);
 }
 
 int EndingSignal() { return noted; }

@@ -3,7 +3,8 @@
 
 namespace vorlix::tool {
 
-/// Notes SIGINT, SIGTERM, SIGHUP, SIGQUIT and SIGPIPE from now on. They interrupt system calls that wait.
+/// Notes the signals that end a program, such as SIGINT and SIGTERM, from now on. They interrupt system calls that
+/// wait.
 void NoteEndingSignals();
 
 /// The first of them that has come, 0 for none.

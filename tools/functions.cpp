@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "dll/base/text.h"
+#include "dll/wire/arguments.h"
 #include "dll/wire/meanings.h"
 #include "tools/commands.h"
 #include "tools/example.h"
@@ -45,7 +46,7 @@ std::string_view DirectionWord(Direction direction) {
   switch (direction) {
     case Direction::In: return "in";
     case Direction::Out: return "out";
-    case Direction::InOut: return "in and out";
+    case Direction::InOut: return "both";
   }
   return "";
 }
@@ -105,9 +106,12 @@ void Describe(const FunctionInfo& function) {
   std::printf("%s - %s\n", Bold(function.name).c_str(),
               Wrap(function.sentence, TerminalWidth(), function.name.size() + 3).c_str());
   if (function.arg_count > 0) std::puts("");
-  for (const ArgInfo& arg : function.Args())
-    std::printf("  %s  %s %s\n", Padded(arg.name, 12).c_str(), Padded(ClassWord(arg), 8).c_str(),
-                std::string(DirectionWord(arg.direction)).c_str());
+  for (const ArgInfo& arg : function.Args()) {
+    const std::string line = Padded(
+        Padded(Padded(arg.name, 12) + std::string(ClassWord(arg)), 21) + std::string(DirectionWord(arg.direction)), 27);
+    std::printf("  %s%s\n", line.c_str(),
+                Wrap(WordsOf(function.name, arg.name), TerminalWidth(), line.size() + 2).c_str());
+  }
   DescribeAnswers(function);
   const std::string example = ExampleCommand(function);
   std::printf("\nExample:%c%s\n", example.find('\n') == std::string::npos ? ' ' : '\n', example.c_str());
@@ -121,7 +125,8 @@ Json JsonFunction(const FunctionInfo& function) {
     args.push_back({{"name", arg.name},
                     {"type", ClassWord(arg)},
                     {"declared", DECLARED_TYPE_NAMES.at(static_cast<size_t>(arg.type))},
-                    {"direction", arg.direction == Direction::InOut ? "inout" : DirectionWord(arg.direction)}});
+                    {"direction", arg.direction == Direction::InOut ? "inout" : DirectionWord(arg.direction)},
+                    {"meaning", WordsOf(function.name, arg.name)}});
   Json answers = Json::array();
   for (const Meaning& meaning : MEANINGS) {
     if (FindMeaning(function.name, meaning.value, meaning.number) != &meaning) continue;

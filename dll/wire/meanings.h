@@ -86,8 +86,10 @@ inline constexpr Meaning MEANINGS[] = {
     {"dict_GetByKey", CODE, 19, "there is no such dialog, or no such attribute"},
     {"dict_Update", CODE, 19, "no such dialog or field, a corrupt XBUF, or an attribute that is refused"},
     {"dict_PackDX dict_PackBufDX", CODE, 2, "no memory, or the result has a million bytes or more"},
-    {"dict_*FilterInit", CODE, 2, "ten filter sets are open already, or no memory"},
-    {"dict_*FilterInit", "eof_p", 1, "the dialog has none of the fields, and no set is open"},
+    {"dict_XbufFilterInit dict_ListFilterInit dict_VarFilterInit", CODE, 2,
+     "ten filter sets are open already, or no memory"},
+    {"dict_XbufFilterInit dict_ListFilterInit dict_VarFilterInit", "eof_p", 1,
+     "the dialog has none of the fields, and no set is open"},
     {"dict_XbufFilterInit dict_XbufFilterAdd", CODE, 204, "the XBUF is corrupt"},
     {"dict_XbufFilterAdd", CODE, 19, "there is no such dialog, or no filter set with fields"},
     {"dict_ListFilterInit", CODE, 19, "there is no such dialog, or a name is too long or has more behind its $"},
@@ -158,19 +160,20 @@ constexpr const Meaning* FindMeaning(std::string_view function, std::string_view
   return nullptr;
 }
 
-/// A row of a value that no function returns, or of no function, does not compile.
-consteval bool EveryMeaningHasAFunction() {
+/// A row of no function, or of one that does not return the value, does not compile.
+consteval bool EveryMeaningIsReturned() {
   const auto returns = [](const FunctionInfo& function, std::string_view value) {
     return value == CODE || std::ranges::any_of(function.Args(), [&](const ArgInfo& arg) {
              return arg.name == value && arg.direction != Direction::In && arg.type == DeclaredType::IntByReference;
            });
   };
   return std::ranges::all_of(MEANINGS, [&](const Meaning& row) {
-    return std::ranges::any_of(FUNCTIONS, [&](const FunctionInfo& function) {
-      return row.IsOf(function.name) && returns(function, row.value);
-    });
+    const auto is_of = [&](const FunctionInfo& function) { return row.IsOf(function.name); };
+    return std::ranges::any_of(FUNCTIONS, is_of) && std::ranges::all_of(FUNCTIONS, [&](const FunctionInfo& function) {
+             return !is_of(function) || returns(function, row.value);
+           });
   });
 }
-static_assert(EveryMeaningHasAFunction());
+static_assert(EveryMeaningIsReturned());
 
 }  // namespace vorlix

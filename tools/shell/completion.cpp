@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "dll/base/text.h"
+#include "dll/wire/arguments.h"
 #include "dll/wire/functable.h"
 #include "tools/dialogs.h"
 #include "tools/quoting.h"
@@ -116,19 +117,20 @@ std::vector<std::string> Completion::Candidates(const std::vector<std::string>& 
   return {};
 }
 
-std::string Completion::NextArguments(std::string_view text) {
+std::string Completion::NextArguments(std::string_view text, size_t columns) {
   const std::vector<std::string> words = SplitLine(text);
   const FunctionInfo* const function = FunctionOf(words);
   if (function == nullptr || text.empty() || std::ranges::find(words, "=>") != words.end()) return "";
   const size_t named = words[0] == "each" ? 2 : 1;
   const bool in_word = text.back() != ' ';
   if (words.size() == named && in_word) return "";
-  std::string next;
-  for (size_t given = words.size() - named - (in_word ? 1 : 0);; ++given) {
-    const ArgInfo* const arg = ArgumentAt(*function, given);
-    if (arg == nullptr) return next;
-    next += next.empty() ? std::string(arg->name) + ':' + std::string(ClassWord(*arg)) : ' ' + std::string(arg->name);
-  }
+  size_t given = words.size() - named - (in_word ? 1 : 0);
+  const ArgInfo* const first = ArgumentAt(*function, given);
+  if (first == nullptr) return "";
+  std::string next = std::string(first->name) + ':' + std::string(ClassWord(*first));
+  while (const ArgInfo* const arg = ArgumentAt(*function, ++given)) next += ' ' + std::string(arg->name);
+  const std::string with_words = std::string(WordsOf(function->name, first->name)) + "  " + next;
+  return with_words.size() <= columns ? with_words : next;
 }
 
 }  // namespace vorlix::tool

@@ -19,8 +19,9 @@ class Completion {
   /// The words that the last one of the text, which may be empty, can become.
   std::vector<std::string> Words(std::string_view text) const;
 
-  /// The argument that comes next, as "plen:integer", and those behind it.
-  static std::string NextArguments(std::string_view text);
+  /// The argument that comes next, as "plen:integer", and those behind it; before them, where there is room for it in
+  /// so many columns, what the next one is.
+  static std::string NextArguments(std::string_view text, size_t columns);
 
  private:
   std::vector<std::string> FirstWords() const;

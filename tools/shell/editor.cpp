@@ -94,7 +94,9 @@ struct Editor::Terminal {
 
   static char* Margin(EditLine* line) {
     Terminal& terminal = Of(line);
-    terminal.margin = terminal.help.next(terminal.Typed());
+    const std::string typed = terminal.Typed();
+    const size_t taken = terminal.prompt.size() + typed.size() + 2;  // a blank on each side
+    terminal.margin = terminal.help.next(typed, TerminalWidth() - std::min(TerminalWidth(), taken));
     return terminal.margin.data();
   }
 

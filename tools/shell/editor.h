@@ -14,8 +14,8 @@ namespace vorlix::tool {
 struct EditorHelp {
   /// What the word that ends the text could become, whole words in order.
   std::function<std::vector<std::string>(std::string_view text)> complete;
-  /// What comes next behind the text, for the right margin; empty for nothing.
-  std::function<std::string(std::string_view text)> next;
+  /// What comes next behind the text, for the right margin, which has so many columns; empty for nothing.
+  std::function<std::string(std::string_view text, size_t columns)> next;
 };
 
 /// Where the shell's history is kept: XDG_STATE_HOME, or ~/.local/state. Empty when there is no home.

@@ -44,9 +44,9 @@ class Shell {
   Status Run() {
     if (isatty(STDIN_FILENO) == 0) return RunPiped();
     std::printf("vorlix " VORLIX_VERSION ": a line is a call; Tab completes it, .help explains, Ctrl-D ends\n");
-    Editor editor({.complete = [this](std::string_view text) { return Complete(text); },
-                   .next = [](std::string_view text) { return Completion::NextArguments(text); }},
-                  HistoryPath());
+    Editor editor(
+        {.complete = [this](std::string_view text) { return Complete(text); }, .next = &Completion::NextArguments},
+        HistoryPath());
     std::string line;
     while (!is_over_ && EndingSignal() == 0) {
       switch (editor.ReadLine(pending_.empty() ? PROMPT : PROMPT_INSIDE, line)) {
