@@ -23,7 +23,7 @@ enum class Failure {
   Timeout,      // no answer in time; the answer may still come
   Interrupted,  // the wait was given up; the answer may still come
   Died,         // the server has ended
-  Busy,         // another thread is using the server
+  Busy,         // another thread, or the process that forked this one, has the server
 };
 
 /// Every failure to reach the server. what() is a sentence for people; of a server that has ended it says how, and with

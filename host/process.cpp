@@ -175,8 +175,7 @@ std::string FindServerProgram() {
 }
 
 Process::Process(const std::string& program, const std::vector<std::string>& args, const EnvironmentChanges& changes,
-                 StandardError standard_error)
-    : maker_(getpid()) {
+                 StandardError standard_error) {
   Descriptor error_input;
   if (standard_error == StandardError::Capture) {
     auto [reading, writing] = MakePipe();
@@ -214,7 +213,7 @@ void Process::Start(const std::string& program, const std::vector<std::string>& 
 }
 
 Process::~Process() {
-  if (getpid() != maker_) return;
+  if (owner_.Look() == Owner::Hold::OfAnother) return;
   try {
     End();
   } catch (const std::exception&) {

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "host/failure.h"
+#include "host/owner.h"
 
 namespace vorlix::host {
 
@@ -71,12 +72,15 @@ class Process {
   /// std::system_error when the system has no process or descriptor left.
   Process(const std::string& program, const std::vector<std::string>& args, const EnvironmentChanges& changes = {},
           StandardError standard_error = StandardError::Inherit);
-  /// Ends the process, in the process that started it. In a child made by fork it only lets go.
+  /// Ends the process, in its owner. In a child made by fork it only lets go.
   ~Process();
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
 
   pid_t Pid() const { return pid_; }
+
+  /// Whose it is; all below is for the owner.
+  Owner& OwnerOf() { return owner_; }
 
   /// Sends a signal; nothing happens when the process has ended.
   void Signal(int signal);
@@ -93,7 +97,7 @@ class Process {
   const std::optional<Ending>& HowEnded() const { return ending_; }
 
   /// Sends SIGTERM and waits for the end; after `patience` sends SIGKILL. Says how it ended; a further call says the
-  /// same again.
+  /// same again. The status of one that another process has started is unknown.
   Ending End(std::chrono::milliseconds patience = std::chrono::seconds(5));
 
   /// Hands out the captured standard error that has come since the last call.
@@ -110,7 +114,7 @@ class Process {
   void Reap();
 
   AnswersIgnored ignored_;  // first, so that it is released when the server is gone
-  pid_t maker_;
+  Owner owner_;
   pid_t pid_ = -1;
   Descriptor pidfd_;
   Descriptor error_output_;  // our end of the pipe of captured standard error

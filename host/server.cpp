@@ -26,8 +26,9 @@ Process StartServer(const Segment& segment, Block& block, const ServerOptions& o
 class Server::Turn {
  public:
   explicit Turn(Server& server) : in_use_(server.in_use_) {
+    server.RequireOwner();
     if (in_use_.test_and_set(std::memory_order_acquire))
-      throw ServerError(Failure::Busy, "another thread is using this server");
+      throw ServerError(Failure::Busy, "the server is in use by another thread, or by what a signal has interrupted");
   }
   ~Turn() { in_use_.clear(std::memory_order_release); }
   Turn(const Turn&) = delete;
@@ -43,6 +44,19 @@ Server::Server(const ServerOptions& options)
       process_(StartServer(segment_, block_, options)),
       timeout_(options.timeout),
       is_interrupted_(options.is_interrupted) {}
+
+void Server::RequireOwner() {
+  Owner& owner = process_.OwnerOf();
+  switch (owner.Look()) {
+    case Owner::Hold::Ours: return;
+    case Owner::Hold::OfAnother:
+      throw ServerError(Failure::Busy, "the server belongs to process " + std::to_string(owner.Pid()) +
+                                           ", from which this one was forked, as long as that lives");
+    case Owner::Hold::TakenOver: break;
+  }
+  in_use_.clear();    // other threads were left behind
+  under_way_ = true;  // a call can have been made since the fork, and its answer is to come
+}
 
 Result Server::Call(std::string_view function, const std::vector<Arg>& args) {
   const Turn turn(*this);

@@ -4,8 +4,8 @@
 //   Result r = server.Call("dll_Revision", {OutText(20)});
 //
 // Several servers can live side by side, each used from any thread, by one thread at a time. See process.h for what
-// happens to SIGUSR2. A child made by fork may go on with its parent's server if the parent does not; if it does not
-// call it either, it only lets go of it.
+// happens to SIGUSR2. A child made by fork may go on with its parent's server when the parent has ended; until then the
+// server is the parent's, and the child only lets go of it.
 #pragma once
 
 #include <atomic>
@@ -46,7 +46,8 @@ class Server {
   /// Places one call and waits for its answer. Throws ServerError (Timeout, Interrupted, Died) and std::length_error
   /// (the segment is too small). An answer that was not waited for holds the block until it comes: the next call first
   /// waits for it, within its own timeout. After Died every call throws Died. While another thread uses the server,
-  /// this and all that follows but Pid() and SegmentId() throws ServerError (Busy) and does nothing.
+  /// or it belongs to the process that this one was forked from, this and all that follows but Pid() and SegmentId()
+  /// throws ServerError (Busy) and does nothing.
   Result Call(std::string_view function, const std::vector<Arg>& args = {});
 
   /// Call in two steps, for who has something else to do while it waits. Place waits at most `patience` (none: the
@@ -88,6 +89,8 @@ class Server {
     Clock::time_point deadline;
   };
 
+  /// Throws ServerError (Busy) in a child made by fork whose parent lives.
+  void RequireOwner();
   void SendCall();
   void AwaitAnswer(const Wait& wait);
 

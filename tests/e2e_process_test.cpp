@@ -145,11 +145,46 @@ TEST(Fork, LeavesTheServerToItsParent) {
   auto server = std::make_unique<Server>(TestServer());
   const pid_t child = fork();
   if (child == 0) {
+    const bool refused = FailureOf([&] { server->Call("l_DeleteAll"); }).Kind() == Failure::Busy &&
+                         FailureOf([&] { server->End(); }).Kind() == Failure::Busy;
     server.reset();
-    _exit(0);
+    _exit(refused ? 0 : 1);
   }
-  waitpid(child, nullptr, 0);
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
   EXPECT_EQ(server->Call("l_DeleteAll").code, 0);
+}
+
+// A host that goes into the background.
+TEST(Fork, HandsTheServerToTheChildThatIsLeft) {
+  std::array<int, 2> report{};
+  ASSERT_EQ(pipe(report.data()), 0);
+  const pid_t host = fork();
+  if (host == 0) {
+    Server server(TestServer());
+    server.Call("v_Set", {Text("a"), Text("of the parent")});
+    if (fork() != 0) _exit(0);
+    std::string value;
+    for (int k = 0; k < 500 && value.empty(); ++k) {
+      std::this_thread::sleep_for(milliseconds(10));
+      try {
+        value = Get(server, "a");
+      } catch (const ServerError& error) {
+        if (error.Kind() != Failure::Busy) value = error.what();
+      }
+    }
+    value += kill(server.Pid(), 0) == 0 ? ", served" : "";
+    server.End();
+    value += FailureOf([&] { server.Call("l_DeleteAll"); }).Kind() == Failure::Died ? ", ended" : "";
+    _exit(write(report[1], value.data(), value.size()) > 0 ? 0 : 1);
+  }
+  close(report[1]);
+  waitpid(host, nullptr, 0);
+  std::array<char, 200> told{};
+  const ssize_t size = read(report[0], told.data(), told.size());
+  EXPECT_EQ(std::string(told.data(), static_cast<size_t>(std::max<ssize_t>(size, 0))), "of the parent, served, ended");
+  close(report[0]);
 }
 
 TEST(Signals, AreIgnoredAsLongAsThereAreServers) {

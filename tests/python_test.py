@@ -238,9 +238,13 @@ class Threads(unittest.TestCase):
         with start() as server:
             child = os.fork()
             if child == 0:
-                server.close()
-                os._exit(0)
-            os.waitpid(child, 0)
+                try:
+                    server.v_Set("a", "the child's")
+                except vorlix.BusyError:
+                    server.close()
+                    os._exit(0)
+                os._exit(1)
+            self.assertEqual(os.waitpid(child, 0)[1], 0)
             self.assertEqual(server.v_Set("a", "b").code, 0)
 
     def test_a_server_each(self) -> None:

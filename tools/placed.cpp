@@ -112,7 +112,7 @@ std::string ShowPlaced(const std::vector<host::Arg>& args,
                        const std::function<std::string(const std::string&)>& quote) {
   std::string line;
   for (const host::Arg& arg : args) {
-    (line += arg.by_ref ? " &" : " ") += CLASS_LETTERS.at(arg.Class());
+    (line += arg.by_ref ? " &" : " ") += CLASS_LETTERS.at(static_cast<size_t>(arg.Class()));
     line += ':';
     for (size_t k = 0; k < arg.Count(); ++k) {
       if (k != 0) line += " +";

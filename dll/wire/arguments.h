@@ -156,24 +156,4 @@ constexpr std::string_view WordsOf(std::string_view function, std::string_view a
   return row != std::end(ARG_WORDS) ? row->words : std::string_view();
 }
 
-/// An argument without words does not compile, nor a row that no argument comes to.
-consteval bool EveryArgumentHasWords() {
-  return std::ranges::all_of(FUNCTIONS, [](const FunctionInfo& function) {
-    return std::ranges::all_of(function.Args(),
-                               [&](const ArgInfo& arg) { return !WordsOf(function.name, arg.name).empty(); });
-  });
-}
-static_assert(EveryArgumentHasWords());
-
-consteval bool EveryRowHasAnArgument() {
-  return std::ranges::all_of(ARG_WORDS, [](const ArgWords& row) {
-    return std::ranges::any_of(FUNCTIONS, [&](const FunctionInfo& function) {
-      return std::ranges::any_of(function.Args(), [&](const ArgInfo& arg) {
-        return row.IsOf(function.name, arg.name) && WordsOf(function.name, arg.name).data() == row.words.data();
-      });
-    });
-  });
-}
-static_assert(EveryRowHasAnArgument());
-
 }  // namespace vorlix

@@ -160,20 +160,4 @@ constexpr const Meaning* FindMeaning(std::string_view function, std::string_view
   return nullptr;
 }
 
-/// A row of no function, or of one that does not return the value, does not compile.
-consteval bool EveryMeaningIsReturned() {
-  const auto returns = [](const FunctionInfo& function, std::string_view value) {
-    return value == CODE || std::ranges::any_of(function.Args(), [&](const ArgInfo& arg) {
-             return arg.name == value && arg.direction != Direction::In && arg.type == DeclaredType::IntByReference;
-           });
-  };
-  return std::ranges::all_of(MEANINGS, [&](const Meaning& row) {
-    const auto is_of = [&](const FunctionInfo& function) { return row.IsOf(function.name); };
-    return std::ranges::any_of(FUNCTIONS, is_of) && std::ranges::all_of(FUNCTIONS, [&](const FunctionInfo& function) {
-             return !is_of(function) || returns(function, row.value);
-           });
-  });
-}
-static_assert(EveryMeaningIsReturned());
-
 }  // namespace vorlix

@@ -43,7 +43,7 @@ typedef enum vorlix_status {
   VORLIX_NO_SERVER = 6, /* the server program was not found, or cannot be started */
   VORLIX_TIMEOUT = 7,   /* no answer in time; it may still come */
   VORLIX_DIED = 8,      /* the server has ended */
-  VORLIX_BUSY = 9       /* another thread is using the server */
+  VORLIX_BUSY = 9       /* another thread, or the process that forked this one, has the server */
 } vorlix_status;
 
 /* Why the last function that failed in this thread did so, as a sentence for people; "" when none has. Borrowed until
@@ -86,8 +86,8 @@ vorlix_status vorlix_start(const vorlix_options* options, vorlix_server** server
 void vorlix_server_free(vorlix_server* server);
 
 /* Ends the server; all calls from now on are VORLIX_DIED. A further call tells the same again. *exit_status is 0 when
- * all is well, and -1 when the signal *signal ended the server, which is 0 otherwise. Both may be NULL. OK, BAD_USE,
- * BUSY. */
+ * all is well, and -1 when the signal *signal ended the server, which is 0 otherwise; of a server that another process
+ * started it is -1 with no signal. Both may be NULL. OK, BAD_USE, BUSY. */
 vorlix_status vorlix_end(vorlix_server* server, int32_t* exit_status, int32_t* signal);
 
 /* The process id of the server, 0 for NULL. Any thread, at any time. */

@@ -60,7 +60,6 @@ class Server(Functions):
         capture_stderr: bool = False,
     ) -> None:
         self._handle = c_void_p()
-        self._maker = os.getpid()
         self._taking = threading.Lock()
         self._turn = _Turn()
         self._turn.is_over = True
@@ -90,7 +89,7 @@ class Server(Functions):
         """Ends the server. A further call of this does nothing.
 
         In a child made by fork it only lets go: the server is that of the process that started it, as long as that
-        lives. Raises BusyError while another thread is using the server.
+        lives, and nothing else can be done with it there. Raises BusyError while another thread is using the server.
         """
         turn = _Turn()
         try:
@@ -102,8 +101,7 @@ class Server(Functions):
     def _release(self) -> None:
         handle, self._handle = self._handle, c_void_p()
         if handle:
-            if self._maker == os.getpid() or not _lives(self._maker):
-                _lib.vorlix_end(handle, None, None)
+            _lib.vorlix_end(handle, None, None)  # in the process that it belongs to; elsewhere nothing
             _lib.vorlix_server_free(handle)
 
     @property
@@ -182,7 +180,7 @@ class Server(Functions):
     # between any two steps of Python: whoever takes a turn ends it by setting is_over, which is one step.
     def _take_turn(self, turn: _Turn) -> None:
         with self._taking:
-            if not self._turn.is_over:
+            if not self._turn.is_over and self._turn.process == os.getpid():
                 raise _errors.BusyError("another thread is using this server")
             self._turn = turn
 
@@ -403,12 +401,13 @@ class Server(Functions):
 
 
 class _Turn:
-    """A use of a server by one thread."""
+    """A use of a server by one thread of a process."""
 
-    __slots__ = ("is_over",)
+    __slots__ = ("is_over", "process")
 
     def __init__(self) -> None:
         self.is_over = False
+        self.process = os.getpid()
 
 
 def _rooms(function: Function, room: Room) -> dict[str, int]:
@@ -436,16 +435,6 @@ def _size(value: Any) -> int:
     if _int(value, "segment_size") < _LEAST_SEGMENT:
         raise ValueError(f"segment_size is {value}; a call needs at least {_LEAST_SEGMENT} bytes")
     return int(value)
-
-
-def _lives(process: int) -> bool:
-    try:
-        os.kill(process, 0)
-    except ProcessLookupError:
-        return False
-    except PermissionError:
-        pass
-    return True
 
 
 def _put_integer(call: c_void_p, argument: Argument, value: Any) -> int:
