@@ -10,6 +10,7 @@ namespace vorlix::host {
 Transfer FetchTransfer(const Caller& call, int32_t capacity, const std::function<bool(std::string_view piece)>& take) {
   Transfer transfer;
   CsdxPayload payload;
+  bool is_taken = static_cast<bool>(take);
   for (Received received = Received::MoreFollow; received == Received::MoreFollow;) {
     const Result result = call("dll_SendNext", {OutText(capacity), IntRef()});
     transfer.code = result.code;
@@ -22,7 +23,7 @@ Transfer FetchTransfer(const Caller& call, int32_t capacity, const std::function
     if (received == Received::Breach || last != (received == Received::Complete))
       throw std::runtime_error("block " + std::to_string(transfer.blocks) +
                                " of the transfer does not fit the ones before");
-    if (take && !take(payload.View().substr(before))) break;
+    is_taken = is_taken && take(payload.View().substr(before));
   }
   transfer.payload = payload.View();
   return transfer;

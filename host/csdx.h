@@ -20,7 +20,7 @@ struct Transfer {
 /// texts of dict_PackDX and dict_PackBufDX) with dll_SendNext, in blocks of `capacity` bytes. A code other than 0 means
 /// that there was nothing to fetch (19) or that the capacity is too small (18). Throws what `call` throws, and
 /// std::runtime_error when the blocks do not fit together. `take`, when there is one, gets each piece of the payload as
-/// it comes, borrowed, and ends the transfer there by false.
+/// it comes, borrowed; by false it gets no more, and what remains is fetched and dropped.
 Transfer FetchTransfer(const Caller& call, int32_t capacity = 32'000,
                        const std::function<bool(std::string_view piece)>& take = {});
 inline Transfer FetchTransfer(Server& server, int32_t capacity = 32'000) {

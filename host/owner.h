@@ -8,7 +8,7 @@
 namespace vorlix::host {
 
 /// The process that something belongs to: at first the one that made it. A child made by fork has it as well, and may
-/// go on with it when the owner has ended and has been waited for; it becomes the owner then.
+/// go on with it when the owner has ended; it becomes the owner then.
 class Owner {
  public:
   Owner();

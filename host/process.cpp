@@ -151,10 +151,6 @@ AnswersIgnored::~AnswersIgnored() {
   std::signal(SIGUSR2, SIG_DFL);
 }
 
-Descriptor::~Descriptor() {
-  if (fd_ >= 0) close(fd_);
-}
-
 std::string FindServerProgram() {
   namespace fs = std::filesystem;
   std::error_code ignored;
@@ -255,6 +251,7 @@ bool Process::AwaitEnd(Clock::time_point deadline) {
 
 Ending Process::End(std::chrono::milliseconds patience) {
   Signal(SIGTERM);
+  Signal(SIGCONT);  // a process that has been stopped would not see it
   if (!AwaitEnd(Clock::now() + patience)) {
     Signal(SIGKILL);
     AwaitEnd(Clock::time_point::max());

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/descriptor.h"
 #include "host/failure.h"
 #include "host/owner.h"
 
@@ -40,23 +41,6 @@ class AnswersIgnored {
   ~AnswersIgnored();
   AnswersIgnored(const AnswersIgnored&) = delete;
   AnswersIgnored& operator=(const AnswersIgnored&) = delete;
-};
-
-/// A file descriptor that is closed with its owner; -1 for none.
-class Descriptor {
- public:
-  explicit Descriptor(int fd = -1) : fd_(fd) {}
-  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept {
-    std::swap(fd_, other.fd_);
-    return *this;
-  }
-  ~Descriptor();
-
-  int Get() const { return fd_; }
-
- private:
-  int fd_;
 };
 
 /// One server process.

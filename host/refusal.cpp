@@ -47,10 +47,8 @@ std::string UnknownFunction(std::string_view name) {
   return sentence;
 }
 
-// "argument 2 of fmt_Num (plen)", as people count.
 std::string Place(const FunctionInfo& function, size_t index) {
-  return "argument " + std::to_string(index + 1) + " of " + std::string(function.name) + " (" +
-         std::string(function.args.at(index).name) + ")";
+  return std::string(function.args.at(index).name) + " of " + std::string(function.name);
 }
 
 std::string WrongCount(const FunctionInfo& function, size_t given) {

@@ -10,13 +10,23 @@
 namespace vorlix::host {
 namespace {
 
+size_t SegmentSize(const ServerOptions& options) {
+  constexpr size_t LEAST = 4096;  // the system gives whole pages
+  if (options.segment_size < LEAST)
+    throw std::invalid_argument("segment_size is " + std::to_string(options.segment_size) + "; the least is " +
+                                std::to_string(LEAST));
+  return options.segment_size;
+}
+
 Block WholeBlock(const Segment& segment) {
   return {segment.Memory(), static_cast<uint32_t>(reinterpret_cast<uintptr_t>(segment.Memory().data()))};
 }
 
 // The server checks the header once, when it starts.
 Process StartServer(const Segment& segment, Block& block, const ServerOptions& options) {
-  block.Store(0, block.MakeHeader(0));
+  BlockHeader header = block.MakeHeader(0);
+  header.result_code = 0;  // no answer is to come
+  block.Store(0, header);
   return Process(options.program.empty() ? FindServerProgram() : options.program, {std::to_string(segment.Id())},
                  options.environment, options.standard_error);
 }
@@ -39,7 +49,7 @@ class Server::Turn {
 };
 
 Server::Server(const ServerOptions& options)
-    : segment_(options.segment_size),
+    : segment_(SegmentSize(options)),
       block_(WholeBlock(segment_)),
       process_(StartServer(segment_, block_, options)),
       timeout_(options.timeout),

@@ -29,7 +29,7 @@ namespace vorlix::host {
 struct ServerOptions {
   std::string program = {};               // the path of vorlix.dll; empty: FindServerProgram()
   EnvironmentChanges environment = {};    // the server reads its language from ZENDLANG, LANG, LC_COLLATE and LC_CTYPE
-  size_t segment_size = size_t{1} << 20;  // bytes for header, descriptors and all values of one call
+  size_t segment_size = size_t{1} << 20;  // bytes for header, descriptors and all values of one call; 4096 or more
   std::chrono::milliseconds timeout{10'000};  // for each call
   StandardError standard_error = StandardError::Inherit;
   /// Asked during the wait for an answer, now and then and when a signal has come: true gives the wait up
@@ -39,7 +39,8 @@ struct ServerOptions {
 
 class Server {
  public:
-  /// Makes the segment and starts the server. Throws ServerError (NoServer) or std::system_error. A server that cannot
+  /// Makes the segment and starts the server. Throws ServerError (NoServer), std::system_error, or
+  /// std::invalid_argument for a segment that is too small. A server that cannot
   /// set itself up ends; the first call reports that.
   explicit Server(const ServerOptions& options = {});
 

@@ -12,6 +12,7 @@ from vorlix._functions import FUNCTIONS, Argument, Function
 
 HEAD = '''\
 # Made by python/stubs.py from the function table.
+import os
 from collections.abc import Mapping
 from dataclasses import dataclass
 from decimal import Decimal
@@ -26,12 +27,15 @@ class Argument:
     type: str
     direction: str
     declared: int
+    sentence: str
     @property
     def is_sent(self) -> bool: ...
     @property
     def is_returned(self) -> bool: ...
     @property
     def is_xbuf(self) -> bool: ...
+    @property
+    def names_file(self) -> bool: ...
     @property
     def parameter(self) -> str: ...
 
@@ -56,6 +60,8 @@ class Result(tuple[Any, ...]):
 def taken(argument: Argument) -> str:
     if argument.is_xbuf:
         return "Mapping[str, Any] | str | bytes"
+    if argument.names_file:
+        return "str | bytes | os.PathLike[str]"
     words = {"number": "int | float | Decimal", "text": "str | bytes"}
     in_only = "int | float | Decimal" if argument.declared == 1 else "int"
     return words.get(argument.type, in_only)
@@ -87,6 +93,7 @@ def method(function: Function) -> str:
 def stubs() -> str:
     functions = FUNCTIONS.values()
     classes = "\n".join(result_class(function) for function in functions)
+    classes += "\nScanResult = " + " | ".join(f"{name}_Result" for name in FUNCTIONS if name.startswith("scan_")) + "\n"
     call = "    def _call(self, function: Function, values: tuple[Any, ...], room: Any, check: bool, raw: bool = False) -> Result: ...\n"
     return HEAD + "\n" + classes + "\nclass Functions:\n" + call + "".join(method(function) for function in functions)
 

@@ -168,7 +168,8 @@ TEST_F(Endings, FollowHostsThatDieBetweenCalls) {
 TEST_F(Endings, DoNotComeWhileTheHostGoesOn) {
   const auto goes_on = [](Server& server) {
     std::this_thread::sleep_for(std::chrono::milliseconds(2500));  // a look at the host lies in between
-    Block block(server.Memory(), server.GetBlock().HostBase());    // with the id of this process
+    server.AwaitIdle();
+    Block block(server.Memory(), server.GetBlock().HostBase());  // with the id of this process
     PlaceCall(block, "l_DeleteAll", {});
     return server.Ring() == 0;
   };

@@ -6,6 +6,7 @@ Runs by unittest: VORLIX_LIBRARY, VORLIX_SERVER and VORLIX_EXAMPLES say where th
 from __future__ import annotations
 
 import asyncio
+import copy
 import gc
 import inspect
 import os
@@ -133,6 +134,11 @@ class BadUse(unittest.TestCase):
                 (ValueError, "timeout", lambda: start(timeout=-1)),
                 (ValueError, "segment_size", lambda: start(segment_size=1)),
                 (ValueError, "environment", lambda: start(environment={"A=B": "c"})),
+                (ValueError, "no file", lambda: vorlix.Server(program="vorlix\0.dll")),
+                (LookupError, "nonsense", lambda: start(encoding="nonsense")),
+                (TypeError, "timeout", lambda: setattr(server, "timeout", "x")),
+                (TypeError, "cannot be copied", lambda: copy.copy(server)),
+                (FileNotFoundError, "nosuch", lambda: server.sections(Path("nosuch"))),
                 (AttributeError, "no function 'nosuch'", lambda: server.call("nosuch")),
                 (TypeError, "takes 1 argument", lambda: server.call("v_Get")),
             ]
@@ -151,6 +157,8 @@ class BadUse(unittest.TestCase):
         with start() as server:
             server.dict_OpenModel("MUSTER", str(EXAMPLES / "dict/muster.dic"))
             server.dict_Open("KUNDEN", str(EXAMPLES / "dict/kunden.dic"), 1)
+            walks = zip(server.filtered("D01KUNDE", {"name": "A"}), server.filtered("D01ANSCHRIFT", {"ort": "B"}))
+            self.assertEqual([(a[1], b[1]) for a, b in walks], [("A", "B")])
             pairs = zip(server.fields("D01KUNDE"), server.fields("D01ANSCHRIFT"))
             self.assertEqual([(a["fld"], b["fld"]) for a, b in pairs][1:], [("umsatz", "plz"), ("limit", "ort")])
             box = server.dict_Get("D01KUNDE", "gesperrt").xbuf
@@ -178,6 +186,14 @@ class BadUse(unittest.TestCase):
             server.v_Set("a", "later")
         os.kill(server.pid, signal.SIGCONT)
         self.assertEqual(server.v_Get("a").value, "later", "the late answer is not taken for this one")
+
+        for _ in range(4):  # three files can be open
+            os.kill(server.pid, signal.SIGSTOP)
+            threading.Timer(0.1, os.kill, (os.getpid(), signal.SIGINT)).start()
+            threading.Timer(0.2, os.kill, (server.pid, signal.SIGCONT)).start()
+            with self.assertRaises(KeyboardInterrupt):
+                server.sections(EXAMPLES / "dict/kunden.dic")
+        self.assertEqual(list(server.entries(EXAMPLES / "dict/kunden.dic", "catalog"))[0], ("KD", "KUNDE"))
 
         os.kill(server.pid, signal.SIGKILL)
         for _ in range(2):

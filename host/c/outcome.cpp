@@ -1,6 +1,7 @@
 #include "host/c/outcome.h"
 
 #include <array>
+#include <cstdint>
 #include <new>
 #include <string_view>
 #include <system_error>
@@ -35,6 +36,12 @@ vorlix_status StatusOf(host::Failure failure) {
 
 void Need(const void* pointer, const char* what) {
   if (pointer == nullptr) throw Fault(VORLIX_BAD_USE, std::string(what) + " is NULL");
+}
+
+void NeedSize(size_t size, const char* what) {
+  constexpr size_t MOST = INT32_MAX;
+  if (size > MOST)
+    throw Fault(VORLIX_BAD_VALUE, std::string(what) + " is " + std::to_string(size) + ", beyond 32 bits");
 }
 
 vorlix_status Failed() {

@@ -22,6 +22,9 @@ class Fault : public std::runtime_error {
 /// Throws Fault (VORLIX_BAD_USE) for a null pointer, which `what` names.
 void Need(const void* pointer, const char* what);
 
+/// Throws Fault (VORLIX_BAD_VALUE) for a count or length that no segment can hold, which `what` names.
+void NeedSize(size_t size, const char* what);
+
 /// To be called while an exception is handled: keeps its message for this thread, and gives the status that it stands
 /// for.
 vorlix_status Failed();

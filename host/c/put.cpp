@@ -1,4 +1,6 @@
 // The arguments of calls. All single ones go the way of arrays.
+#include <array>
+#include <charconv>
 #include <concepts>
 #include <cstdarg>
 #include <string>
@@ -37,11 +39,15 @@ HostReal ReadDecimal(const char* decimal) {
   return real;
 }
 
+std::string Shortest(double value) {
+  std::array<char, 32> text;
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+}
+
 HostReal ReadDouble(double value) {
   HostReal real = REAL_ZERO;
   if (DoubleToHostReal(value, real) != MATH_OK)
-    throw Fault(VORLIX_BAD_VALUE,
-                std::to_string(value) + ' ' + std::string(host::FaultText(host::DecimalFault::OutOfRange)));
+    throw Fault(VORLIX_BAD_VALUE, Shortest(value) + ' ' + std::string(host::FaultText(host::DecimalFault::OutOfRange)));
   return real;
 }
 
@@ -49,6 +55,7 @@ HostReal ReadDouble(double value) {
 template <class Value, class From>
 Arg MakeArray(const From* from, size_t count, bool by_ref, Value (*read)(From)) {
   if (count > 0) Need(from, "the array");
+  NeedSize(count, "the count of elements");
   std::vector<Value> values;
   values.reserve(count);
   for (size_t k = 0; k < count; ++k) values.push_back(read(from[k]));
@@ -57,6 +64,7 @@ Arg MakeArray(const From* from, size_t count, bool by_ref, Value (*read)(From)) 
 
 std::string ReadText(const char* bytes, const size_t* length) {
   if (length == nullptr || *length > 0) Need(bytes, "the text");
+  if (length != nullptr) NeedSize(*length, "the length of a text");
   return length == nullptr ? std::string(bytes) : std::string(bytes, bytes != nullptr ? *length : 0);
 }
 
@@ -152,6 +160,7 @@ vorlix_status vorlix_put_texts(vorlix_call* call, const char* const* texts, cons
                                int32_t capacity, bool by_ref) {
   return Put(call, [&] {
     if (count > 0) Need(texts, "the array");
+    NeedSize(count, "the count of elements");
     std::vector<std::string> copies;
     for (size_t k = 0; k < count; ++k) copies.push_back(ReadText(texts[k], lengths != nullptr ? &lengths[k] : nullptr));
     Arg arg = host::Texts(std::move(copies));

@@ -100,7 +100,7 @@ vorlix_status vorlix_set_timeout(vorlix_server* server, int32_t milliseconds) {
   return Try([&] {
     host::Server& running = Running(server);
     if (milliseconds < 0) throw Fault(VORLIX_BAD_USE, "a time-out below 0");
-    running.SetTimeout(std::chrono::milliseconds(milliseconds));
+    running.SetTimeout(milliseconds != 0 ? std::chrono::milliseconds(milliseconds) : host::ServerOptions().timeout);
   });
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <functional>
 
+#include "dll/wire/arguments.h"
 #include "dll/wire/functable.h"
 #include "dll/wire/meanings.h"
 #include "host/c/vorlix.h"
@@ -26,13 +27,13 @@ constexpr ForEachArgument<Name> NAMES = [] {
   return names;
 }();
 
-constexpr ForEachArgument<vorlix_argument> ARGUMENTS = [] {
+const ForEachArgument<vorlix_argument> ARGUMENTS = [] {
   ForEachArgument<vorlix_argument> arguments{};
   for (size_t i = 0; i < FUNCTIONS.size(); ++i)
     for (size_t k = 0; k < FUNCTIONS[i].arg_count; ++k) {
       const ArgInfo& arg = FUNCTIONS[i].args[k];
       arguments[i][k] = {NAMES[i][k].data(), static_cast<vorlix_type>(arg.type),
-                         static_cast<vorlix_direction>(arg.direction)};
+                         static_cast<vorlix_direction>(arg.direction), WordsOf(FUNCTIONS[i].name, arg.name).data()};
     }
   return arguments;
 }();

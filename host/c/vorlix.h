@@ -72,13 +72,13 @@ typedef struct vorlix_options {
   const char* const* environment; /* "NAME=VALUE" sets a variable for the server, "NAME" takes it away; ends with NULL.
                                      NULL: all as in this program. The language comes from ZENDLANG, LANG, LC_COLLATE
                                      and LC_CTYPE */
-  size_t segment_size;            /* bytes for all values of one call and 24 for each; 0: 1048576 */
+  size_t segment_size;            /* bytes for all values of one call and 24 for each, 4096 or more; 0: 1048576 */
   int32_t timeout_ms;             /* for each call, in milliseconds; 0: 10000 */
   int32_t capture_stderr;         /* not 0: the server's standard error is kept for vorlix_take_stderr */
 } vorlix_options;
 
 /* Starts a server; `options` may be NULL. *server is to be freed. A server that cannot set itself up ends, which the
- * first call reports. OK, BAD_USE, NO_SERVER, SYSTEM, NO_MEMORY. */
+ * first call reports. OK, BAD_USE, BAD_VALUE, NO_SERVER, SYSTEM, NO_MEMORY. */
 vorlix_status vorlix_start(const vorlix_options* options, vorlix_server** server);
 
 /* Lets go of a server, which ends with it. Calls that have not been freed keep it until they are: to end it in any
@@ -93,7 +93,7 @@ vorlix_status vorlix_end(vorlix_server* server, int32_t* exit_status, int32_t* s
 /* The process id of the server, 0 for NULL. Any thread, at any time. */
 int32_t vorlix_server_pid(const vorlix_server* server);
 
-/* Changes the time that calls wait for their answers. OK, BAD_USE, BUSY. */
+/* Changes the time that calls wait for their answers; 0 stands for 10000 ms, as in the options. OK, BAD_USE, BUSY. */
 vorlix_status vorlix_set_timeout(vorlix_server* server, int32_t milliseconds);
 
 /* What the server has written to a captured standard error since the last call of this, complete for all calls that
@@ -190,7 +190,7 @@ const char* vorlix_get_text_at(const vorlix_call* call, size_t arg, size_t eleme
 
 /* How many elements the argument has: 1 for what is no array. */
 vorlix_status vorlix_get_count(const vorlix_call* call, size_t arg, size_t* count);
-/* Whether the server gave a value back: false for what was put by value, and for what the function only reads. */
+/* Whether a value came back: false for what was put by value. What a function only reads comes back as it was put. */
 vorlix_status vorlix_get_returned(const vorlix_call* call, size_t arg, bool* returned);
 
 /* ---- Large results ---------------------------------------------------------------------------------------------- */
@@ -201,8 +201,9 @@ vorlix_status vorlix_get_returned(const vorlix_call* call, size_t arg, bool* ret
  *
  * vorlix_fetch gives the result whole: *length bytes and a NUL, to be freed with vorlix_free; `length` may be NULL.
  * With a code other than 0, *bytes is NULL. vorlix_fetch_blocks hands over each piece as it comes; `take` gets
- * `context`, and the piece, which is borrowed until it returns. It returns true to go on and false to stop there, and
- * must not use the server itself. VORLIX_BAD_VALUE: the pieces do not fit together. Otherwise as vorlix_call_place. */
+ * `context`, and the piece, which is borrowed until it returns. It returns true to go on and false to get no more, in
+ * which case the rest is dropped. It must not use the server itself. VORLIX_BAD_VALUE: the pieces do not fit together.
+ * Otherwise as vorlix_call_place. */
 vorlix_status vorlix_fetch(vorlix_server* server, int32_t capacity, int32_t* code, char** bytes, size_t* length);
 vorlix_status vorlix_fetch_blocks(vorlix_server* server, int32_t capacity, int32_t* code,
                                   bool (*take)(void* context, const char* bytes, size_t length), void* context);
@@ -228,7 +229,8 @@ vorlix_status vorlix_xbuf_new(vorlix_xbuf** xbuf);
 vorlix_status vorlix_xbuf_read(const char* bytes, size_t length, vorlix_xbuf** xbuf);
 void vorlix_xbuf_free(vorlix_xbuf* xbuf);
 
-/* Adds an item behind the others. A name is a letter and then letters, digits and "_", 79 at most. OK, BAD_USE,
+/* Adds an item behind the others. A name is a letter and then letters, digits and "_", 79 at most. The value of a
+ * number is not looked at: the filter "format" puts there what a field shows. OK, BAD_USE,
  * BAD_VALUE, NO_MEMORY. */
 vorlix_status vorlix_xbuf_add(vorlix_xbuf* xbuf, char type, const char* name, uint32_t index, const char* value,
                               size_t length);
@@ -271,6 +273,7 @@ typedef struct vorlix_argument {
   const char* name;
   vorlix_type type;
   vorlix_direction direction;
+  const char* sentence; /* what it is */
 } vorlix_argument;
 
 typedef struct vorlix_function {

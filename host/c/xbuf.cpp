@@ -45,6 +45,7 @@ vorlix_status vorlix_xbuf_read(const char* bytes, size_t length, vorlix_xbuf** x
   return Try([&] {
     Need(bytes, "the packed XBUF");
     Need(xbuf, "the place for the XBUF");
+    NeedSize(length, "the length of the XBUF");
     auto made = std::make_unique<vorlix_xbuf>();
     for (host::XbufItem& item : host::ReadXbuf({bytes, length})) made->items.emplace_back(std::move(item));
     *xbuf = made.release();
@@ -59,6 +60,7 @@ vorlix_status vorlix_xbuf_add(vorlix_xbuf* xbuf, char type, const char* name, ui
     Need(xbuf, "the XBUF");
     Need(name, "the name");
     Need(value, "the value");
+    NeedSize(length, "the length of the value");
     // Written and read, it is as everybody will see it, or refused.
     const std::string packed = host::WriteXbuf({{type, name, index, {value, length}}});
     xbuf->items.emplace_back(std::move(host::ReadXbuf(packed).front()));

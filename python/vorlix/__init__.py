@@ -10,7 +10,7 @@ arguments; what only comes back is left out, and stands in the result. docs/pyth
 """
 
 from ._errors import BusyError, CallError, Error, NoServerError, ServerDiedError, TimeoutError
-from ._functions import FUNCTIONS, Argument, Function, Result
+from ._functions import FUNCTIONS, Argument, Function, Result, ScanResult
 from ._server import Server
 from ._xbuf import Xbuf
 
@@ -26,6 +26,7 @@ __all__ = [
     "Function",
     "NoServerError",
     "Result",
+    "ScanResult",
     "Server",
     "ServerDiedError",
     "TimeoutError",

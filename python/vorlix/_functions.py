@@ -28,12 +28,13 @@ XBUF_NAMES = frozenset({"xbuf", "xdict"})
 
 @dataclass(frozen=True)
 class Argument:
-    """An argument of a function: its name, "integer", "number" or "text", and "in", "out" or "inout"."""
+    """An argument of a function: its name, "integer", "number" or "text", "in", "out" or "inout", and what it is."""
 
     name: str
     type: str
     direction: str
     declared: int
+    sentence: str
 
     @property
     def is_sent(self) -> bool:
@@ -46,6 +47,10 @@ class Argument:
     @property
     def is_xbuf(self) -> bool:
         return self.type == "text" and self.name.lower() in XBUF_NAMES
+
+    @property
+    def names_file(self) -> bool:
+        return self.name == "fname"
 
     @property
     def parameter(self) -> str:
@@ -82,7 +87,7 @@ def _read_arguments(function: Any) -> tuple[Argument, ...]:
     for index in range(function.contents.argument_count):
         row = _lib.vorlix_argument_at(function, index).contents
         direction = ("in", "out", "inout")[row.direction]
-        found.append(Argument(row.name.decode(), _type_word(row.type), direction, row.type))
+        found.append(Argument(row.name.decode(), _type_word(row.type), direction, row.type, row.sentence.decode()))
     return tuple(found)
 
 
@@ -140,6 +145,9 @@ def _result_class(function: Function) -> type[Result]:
 
 RESULT_CLASSES = {name: _result_class(function) for name, function in FUNCTIONS.items()}
 
+#: What scan() gives: the result of one of the scanners.
+ScanResult = Result
+
 _HINTS: dict[str, Any] = {"integer": int, "number": "int | float | Decimal", "text": "str | bytes"}
 
 
@@ -149,6 +157,7 @@ def _signature(function: Function) -> inspect.Signature:
     parameters = [inspect.Parameter("self", kind)]
     for argument in function.sent:
         hint = "Mapping[str, Any] | str | bytes" if argument.is_xbuf else _HINTS[argument.type]
+        hint = "str | bytes | os.PathLike[str]" if argument.names_file else hint
         parameters.append(inspect.Parameter(argument.parameter, kind, annotation=hint))
     if any(argument.type == "text" for argument in function.returned):
         parameters.append(inspect.Parameter("room", only, default=None, annotation="int | Mapping[str, int] | None"))
@@ -157,11 +166,11 @@ def _signature(function: Function) -> inspect.Signature:
 
 
 def _documentation(function: Function) -> str:
-    lines = [function.sentence, ""]
+    lines = [function.sentence]
     for word, arguments in (("Takes", function.sent), ("Returns", function.returned)):
         if arguments:
-            lines.append(f"{word} " + ", ".join(f"{one.parameter} ({one.type})" for one in arguments) + ".")
-    return "\n".join(lines).rstrip() + "\n"
+            lines += ["", f"{word}"] + [f"    {one.parameter} ({one.type}): {one.sentence}" for one in arguments]
+    return "\n".join(lines) + "\n"
 
 
 def make_method(function: Function) -> Callable[..., Result]:
@@ -203,4 +212,4 @@ class Functions:
 for _name, _function in FUNCTIONS.items():
     setattr(Functions, _name, make_method(_function))
 
-__all__ = ["FUNCTIONS", "Argument", "Decimal", "Function", "Functions", "Result"]
+__all__ = ["FUNCTIONS", "Argument", "Decimal", "Function", "Functions", "Result", "ScanResult"]

@@ -34,7 +34,7 @@ class Item(ctypes.Structure):
 
 
 class Argument(ctypes.Structure):
-    _fields_ = [("name", c_char_p), ("type", c_int), ("direction", c_int)]
+    _fields_ = [("name", c_char_p), ("type", c_int), ("direction", c_int), ("sentence", c_char_p)]
 
 
 class Function(ctypes.Structure):

@@ -2,19 +2,23 @@
 
 from __future__ import annotations
 
+import codecs
 import ctypes
 import os
 import threading
 import time
 import warnings
-from collections.abc import Iterator, Mapping
+from collections.abc import Callable, Iterator, Mapping
 from ctypes import byref, c_char_p, c_int32, c_size_t, c_void_p
 from decimal import Decimal
 from types import TracebackType
-from typing import Any
+from typing import TYPE_CHECKING, Any, NoReturn, cast
 
 from . import _errors, _native, _xbuf
 from ._functions import FUNCTIONS, RESULT_CLASSES, Argument, Function, Functions, Result
+
+if TYPE_CHECKING:
+    from ._functions import ScanResult
 
 _lib = _native.library
 
@@ -45,7 +49,8 @@ class Server(Functions):
         as surrogates, as in the names of files.
     capture_stderr: whether take_stderr() gives what it writes there; else it goes where this program's goes.
 
-    Any thread may use a server, one at a time (BusyError). Raises NoServerError.
+    Any thread may use a server, one at a time (BusyError). Raises NoServerError, and LookupError for an encoding that
+    Python does not have.
     """
 
     def __init__(
@@ -67,10 +72,11 @@ class Server(Functions):
         if lang is not None:
             changes.update({"LANG": lang, "ZENDLANG": None, "LC_COLLATE": None, "LC_CTYPE": None})
         self.encoding = encoding or _encoding_of(_language({**os.environ, **changes}))
+        codecs.lookup(self.encoding)  # raises LookupError
         self.timeout = timeout
         options = _native.Options(
             ctypes.sizeof(_native.Options),
-            os.fsencode(program) if program is not None else None,
+            _path(program) if program is not None else None,
             _environment(changes),
             _size(segment_size),
             _milliseconds(timeout),
@@ -103,6 +109,16 @@ class Server(Functions):
         if handle:
             _lib.vorlix_end(handle, None, None)  # in the process that it belongs to; elsewhere nothing
             _lib.vorlix_server_free(handle)
+
+    @property
+    def timeout(self) -> float:
+        """Seconds that each call waits for its answer."""
+        return self._timeout
+
+    @timeout.setter
+    def timeout(self, seconds: float) -> None:
+        _milliseconds(seconds)
+        self._timeout = seconds
 
     @property
     def closed(self) -> bool:
@@ -140,6 +156,9 @@ class Server(Functions):
             warnings.warn(f"unclosed {self!r}", ResourceWarning, source=self)
             self.close()
 
+    def __reduce__(self) -> NoReturn:
+        raise TypeError("a server is a process, and cannot be copied or pickled")
+
     def __repr__(self) -> str:
         return f"<vorlix.Server {'closed' if self.closed else self.pid}>"
 
@@ -167,12 +186,18 @@ class Server(Functions):
         return self._call(known, values, room, check, raw)
 
     def _call(
-        self, function: Function, values: tuple[Any, ...], room: Room, check: bool, raw: bool = False
+        self,
+        function: Function,
+        values: tuple[Any, ...],
+        room: Room,
+        check: bool,
+        raw: bool = False,
+        undo: Callable[[Result], None] | None = None,
     ) -> Result:
         turn = _Turn()
         try:
             self._take_turn(turn)
-            return self._call_held(function, values, room, check, raw)
+            return self._call_held(function, values, room, check, raw, undo)
         finally:
             turn.is_over = True
 
@@ -185,7 +210,13 @@ class Server(Functions):
             self._turn = turn
 
     def _call_held(
-        self, function: Function, values: tuple[Any, ...], room: Room, check: bool, raw: bool
+        self,
+        function: Function,
+        values: tuple[Any, ...],
+        room: Room,
+        check: bool,
+        raw: bool,
+        undo: Callable[[Result], None] | None = None,
     ) -> Result:
         rooms = _rooms(function, room)
         call = c_void_p()
@@ -194,14 +225,30 @@ class Server(Functions):
             given = iter(values)
             for argument in function.arguments:
                 self._put(call, argument, next(given) if argument.is_sent else None, rooms)
-            code = self._place(call)
-            result = tuple.__new__(RESULT_CLASSES[function.name], self._returned(call, function, raw))
-            result.code = code
+            try:
+                code = self._place(call)
+            except BaseException:
+                if undo is not None:
+                    self._undo_late(call, function, undo)
+                raise
+            result = self._result(call, function, code, raw)
             if code != 0 and check:
                 raise self._failure(call, function, values, code)
             return result
         finally:
             _lib.vorlix_call_free(call)
+
+    def _result(self, call: c_void_p, function: Function, code: int, raw: bool) -> Result:
+        result = tuple.__new__(RESULT_CLASSES[function.name], self._returned(call, function, raw))
+        result.code = code
+        return result
+
+    # The answer of a call whose wait was given up, when it comes soon.
+    def _undo_late(self, call: c_void_p, function: Function, undo: Callable[[Result], None]) -> None:
+        code = c_int32()
+        patience = min(_milliseconds(self.timeout), 1000)
+        if _lib.vorlix_call_wait(call, patience, byref(code)) == _native.OK and code.value == 0:
+            undo(self._result(call, function, 0, False))
 
     # Waits in slices, so that Python serves signals meanwhile. After KeyboardInterrupt the answer is still to come: the
     # library waits for it before it places the next call.
@@ -243,13 +290,16 @@ class Server(Functions):
         _native.check(status)
 
     def _text(self, argument: Argument, value: Any) -> bytes:
-        if isinstance(value, bytes):
-            return value
+        if argument.names_file and isinstance(value, (str, os.PathLike)):
+            return os.fsencode(value)
+        if isinstance(value, (bytes, bytearray, memoryview)):
+            return bytes(value)
         if isinstance(value, str):
             return self._encode(value)
         if argument.is_xbuf and isinstance(value, Mapping):
             return _xbuf.write(value, self._encode)
         kinds = "str, bytes or a mapping" if argument.is_xbuf else "str or bytes"
+        kinds = "a path" if argument.names_file else kinds
         raise TypeError(f"{argument.name} is a text: {kinds}, not {type(value).__name__}")
 
     def _encode(self, text: str) -> bytes:
@@ -306,23 +356,23 @@ class Server(Functions):
     ) -> Iterator[tuple[_xbuf.Xbuf, str]]:
         """The fields that a filter delivers, each with its value.
 
-        values: field names and values, or a comma list of names, or "*". The filter set is gone at the end of the walk.
+        values: field names and values, or a comma list of names, or "*". The server's sets are a stack, so the walk is
+        gone to its end here, and its set freed.
         """
-        opening = "dict_ListFilterInit" if isinstance(values, str) else "dict_XbufFilterInit"
-        if self._call(FUNCTIONS[opening], (dialog, values), None, True)[0] != 0:
-            return
+        opening = FUNCTIONS["dict_ListFilterInit" if isinstance(values, str) else "dict_XbufFilterInit"]
+        closing = FUNCTIONS["dict_FilterFree"]
+        found: list[tuple[_xbuf.Xbuf, str]] = []
+        if self._open_walk(opening, (dialog, values), lambda eof: () if eof == 0 else None, closing)[0] != 0:
+            return iter(found)
         try:
             self._call(FUNCTIONS["dict_FilterInit"], (filter,), None, True)
-            while True:
-                field, value, eof = self._call(FUNCTIONS["dict_FilterNext"], (), None, True)
-                if eof != 0:
-                    return
-                yield field, value
+            while (step := self._call(FUNCTIONS["dict_FilterNext"], (), None, True))[2] == 0:
+                found.append((step[0], step[1]))
         finally:
-            if not self.closed:
-                self._call(FUNCTIONS["dict_FilterFree"], (), None, False)
+            self._close_walk(closing, ())
+        return iter(found)
 
-    def scan(self, field: Mapping[str, Any], text: str) -> Result:
+    def scan(self, field: Mapping[str, Any], text: str) -> ScanResult:
         """Reads what was typed into a field, by the attributes that fields() gives of it.
 
         The result is that of scan_Num, scan_Date, scan_Time, scan_Week, scan_Month or scan_Text, by the field's type:
@@ -345,7 +395,8 @@ class Server(Functions):
             "pmax": field["max"],
             "pvalid": field["valid"],
         }
-        return self._call(function, tuple(attributes[argument.name] for argument in function.sent), None, True)
+        sent = tuple(attributes[argument.name] for argument in function.sent)
+        return cast("ScanResult", self._call(function, sent, None, True))
 
     def elements(self, handle: int) -> Iterator[str]:
         """The elements of a list. The walk counts, so that the list may be read otherwise meanwhile."""
@@ -357,29 +408,56 @@ class Server(Functions):
             yield data
             index += 1
 
-    def sections(self, path: str) -> Iterator[str]:
+    def sections(self, path: str | os.PathLike[str]) -> Iterator[str]:
         """The names of the sections of an INI file, in upper case. Raises OSError."""
-        yield from (name for (name,) in self._ini(path, "", "ini_NextSection"))
+        return iter([name for (name,) in self._ini(path, "", "ini_NextSection")])
 
-    def entries(self, path: str, section: str) -> Iterator[tuple[str, str]]:
+    def entries(self, path: str | os.PathLike[str], section: str) -> Iterator[tuple[str, str]]:
         """The names, in upper case, and values of the entries of a section. Raises OSError."""
-        yield from ((name, value) for name, value in self._ini(path, section, "ini_NextEntry"))
+        return iter([(name, value) for name, value in self._ini(path, section, "ini_NextEntry")])
 
-    def _ini(self, path: str, section: str, step: str) -> Iterator[tuple[Any, ...]]:
-        handle = self._call(FUNCTIONS["ini_Open"], (path, section), None, True)[0]
+    # Few files can be open in the server, so the walk is gone to its end.
+    def _ini(self, path: str | os.PathLike[str], section: str, step: str) -> list[tuple[Any, ...]]:
+        closing = FUNCTIONS["ini_Close"]
+        opened = self._open_walk(
+            FUNCTIONS["ini_Open"], (path, section), lambda handle: (handle,) if handle >= 0 else None, closing
+        )
+        handle = opened[0]
         if handle < 0:
-            raise OSError(-handle, os.strerror(-handle), path)
+            raise OSError(-handle, os.strerror(-handle), os.fspath(path))
+        found: list[tuple[Any, ...]] = []
         try:
             while True:
                 *values, eof = self._call(FUNCTIONS[step], (handle,), None, True)
                 if eof < 0:
-                    raise OSError(f"{path} cannot be read on")
+                    raise OSError(f"{os.fspath(path)} cannot be read on")
                 if eof != 0:
-                    return
-                yield tuple(values)
+                    return found
+                found.append(tuple(values))
         finally:
-            if not self.closed:
-                self._call(FUNCTIONS["ini_Close"], (handle,), None, False)
+            self._close_walk(closing, (handle,))
+
+    def _open_walk(
+        self,
+        opening: Function,
+        values: tuple[Any, ...],
+        to_close: Callable[[Any], tuple[Any, ...] | None],
+        closing: Function,
+    ) -> Result:
+        """Calls `opening`. When its wait is given up, what it opens all the same is closed again.
+
+        to_close: from the value that came back, what `closing` takes; None when nothing was opened.
+        """
+
+        def undo(result: Result) -> None:
+            if (taken := to_close(result[0])) is not None:
+                self._call_held(closing, taken, None, False, False)
+
+        return self._call(opening, values, None, True, undo=undo)
+
+    def _close_walk(self, closing: Function, values: tuple[Any, ...]) -> None:
+        if not self.closed:
+            self._call(closing, values, None, False)
 
     def fetch(self, room: int = ROOM) -> bytes:
         """The whole large result that waits: that of dict_PackDX, dict_PackBufDX or dll_SetLocale, or after the start."""
@@ -431,6 +509,13 @@ def _int(value: Any, name: str) -> int:
     return int(value)
 
 
+def _path(value: str | os.PathLike[str]) -> bytes:
+    path = os.fsencode(value)
+    if b"\0" in path:
+        raise ValueError(f"no file has the name {value!r}")
+    return path
+
+
 def _size(value: Any) -> int:
     if _int(value, "segment_size") < _LEAST_SEGMENT:
         raise ValueError(f"segment_size is {value}; a call needs at least {_LEAST_SEGMENT} bytes")
@@ -439,7 +524,7 @@ def _size(value: Any) -> int:
 
 def _put_integer(call: c_void_p, argument: Argument, value: Any) -> int:
     if isinstance(value, (float, Decimal)) and not argument.is_returned:
-        return _put_number(call, argument, value)  # the server cuts the decimals
+        return _put_number(call, argument, value)  # the server cuts the decimals, and stops at the ends of 32 bits
     value = _int(int(value) if isinstance(value, bool) else value, argument.name)
     put = _lib.vorlix_put_int_ref if argument.is_returned else _lib.vorlix_put_int
     return int(put(call, value))

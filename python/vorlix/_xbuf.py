@@ -79,7 +79,7 @@ def write(items: Mapping[str, Any], encode: Callable[[str], bytes]) -> bytes:
     _native.check(_lib.vorlix_xbuf_new(byref(handle)))
     try:
         for name, value in items.items():
-            is_array = isinstance(value, Sequence) and not isinstance(value, (str, bytes))
+            is_array = isinstance(value, Sequence) and not isinstance(value, (str, bytes, bytearray, memoryview))
             for index, element in enumerate(value, 1) if is_array else [(0, value)]:
                 if element is not None:
                     _add(handle, name, index, element, encode)
@@ -99,8 +99,8 @@ def _add(handle: c_void_p, name: str, index: int, value: Any, encode: Callable[[
         raise ValueError(f"no item has the name {name!r}")
     if isinstance(value, (int, float, Decimal)):
         kind, text = b"N", _plain(value).encode()
-    elif isinstance(value, (str, bytes)):
-        kind, text = b"X", value if isinstance(value, bytes) else encode(value)
+    elif isinstance(value, (str, bytes, bytearray, memoryview)):
+        kind, text = b"X", encode(value) if isinstance(value, str) else bytes(value)
     else:
         raise TypeError(f"an item is a str, bytes, int, float or Decimal, not {type(value).__name__}")
     _native.check(_lib.vorlix_xbuf_add(handle, kind, name.encode(), index, text, len(text)))
