@@ -8,6 +8,7 @@ namespace vorlix::host {
 using vorlix::DecimalFault;
 using vorlix::FaultText;
 using vorlix::FormatDecimal;
+using vorlix::FormatExactly;
 using vorlix::ParseDecimal;
 
 }  // namespace vorlix::host

@@ -28,7 +28,40 @@ place nothing r:1.5 +2 r:0x0000ff000000000000000000 => 7
 file /nowhere/a.dic absent
 dict_OpenModel Y /nowhere/../nowhere/a.dic => 0 rc_p=-2
 END
+# Calls that no function takes have no file and no dialog to tell of.
+cat >>"$work/exact.vx" <<'END'
+place dict_Open t:"a"[1] => 9
+place ini_Open t:"a"[1] t:"b"[1] &r:1 => 8 hdl=1
+place dll_SetDebugFlags => 9
+file no/x nowhere
+mdf_Get no/x a * "Kept"[1] 1 => 0 xbuf="K" rc_p=-2
+END
 vorlix run "$work/exact.vx" | sed 's/  # .*//' | diff "$work/exact.vx" - || fail=1
+
+says() { grep -q "$1" "$work/told" || { echo "nothing says: $1"; fail=1; }; }
+
+# A disk that is full; a language that is not there; a file that is taken; a last line that has no end.
+printf 'v_Set a %03000d\n' 1 >"$work/long.vx"
+(ulimit -f 2 && VORLIX_RECORD=$work/full.vx vorlix run -q "$work/long.vx" 2>"$work/told") || fail=1
+says 'the recording ends here: File too large'
+vorlix run -q "$work/full.vx" || fail=1
+LANG=xx_YY VORLIX_RECORD=$work/cut.vx vorlix call v_Set a b >/dev/null 2>&1 || fail=1
+VORLIX_RECORD=$work/cut.vx vorlix call v_Set a b >/dev/null 2>"$work/told" || fail=1
+says 'gives each server a file of its own'
+printf 'nosuch "' >>"$work/cut.vx"
+vorlix run -q "$work/cut.vx" 2>"$work/told" || fail=1
+says 'its last line has no end'
+
+# An archive that is damaged, and one that reaches for other files.
+vorlix bundle "$work/cut.vx" >/dev/null 2>&1
+head -c -6 "$work/cut.vx.tar.gz" >"$work/damaged.tar.gz" && printf 'sixsix' >>"$work/damaged.tar.gz"
+vorlix run "$work/damaged.tar.gz" 2>"$work/told" && fail=1
+says 'damaged, or cut off'
+printf 'server LANG=C\nini_SetString S e v %s\ndll_SetDebugFlags D3 %s\nwrite %s x\n' "$work"/{a,b,c}.evil >"$work/recording.vx"
+tar -C "$work" -czf "$work/evil.tar.gz" ./recording.vx
+vorlix run -q "$work/evil.tar.gz" 2>"$work/told" && fail=1
+says 'reaches no file outside of it'
+if compgen -G "$work/*.evil"; then fail=1; fi
 
 for script in "$@"; do
   for languages in "" "--lang de_DE"; do

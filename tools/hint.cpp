@@ -48,6 +48,14 @@ std::string Listed(const std::vector<std::string>& names) {
 
 // ---- Files ----------------------------------------------------------------------------------------------------------
 
+// Whether the call has what the function declares. Of any other there is nothing to say but its result code.
+bool IsAsDeclared(const FunctionInfo& function, const host::Result& result) {
+  if (result.args.size() != function.arg_count) return false;
+  for (size_t k = 0; k < function.arg_count; ++k)
+    if (result.args[k].Class() != ClassOf(function.args.at(k)) || result.args[k].Count() == 0) return false;
+  return true;
+}
+
 // What a function says of a file: 0, or why it cannot have it.
 int32_t FileAnswer(const FunctionInfo& function, const host::Result& result) {
   if (FindArg(function, result, "fname") == nullptr || function.name == "dll_SetDebugFlags") return 0;
@@ -182,12 +190,12 @@ std::string FindingsHint(const std::string& path) {
 }  // namespace
 
 bool IsFileRefused(const FunctionInfo& function, const host::Result& result) {
-  return FileAnswer(function, result) != 0;
+  return IsAsDeclared(function, result) && FileAnswer(function, result) != 0;
 }
 
 std::string HintFor(const host::Caller& ask, const Conversion& to_outside, const FunctionInfo& function,
                     const host::Result& result) {
-  if (result.args.size() != function.arg_count) return "";
+  if (!IsAsDeclared(function, result)) return "";
   if (const int32_t answer = FileAnswer(function, result); answer != 0) return FileHint(function, result, answer);
   if (function.name == "dict_Open" || function.name == "dict_OpenModel")
     return FindingsHint(FindArg(function, result, "fname")->TextAt());

@@ -153,7 +153,8 @@ class CommandLine {
     AddLsp();
     bundle_->add_option("RECORDING", path_, "What a server with VORLIX_RECORD has written")->required();
     bundle_->add_option("-o,--output", bundle_to_, "The archive, RECORDING.tar.gz by default")->type_name("FILE");
-    bundle_->footer("Example: VORLIX_RECORD=/tmp/r%p.vx vorlix call v_Set Name Meier; vorlix bundle /tmp/r*.vx");
+    bundle_->footer(
+        "Example: cd \"$(mktemp -d)\"; VORLIX_RECORD=$PWD/my.vx vorlix call v_Set Name Meier; vorlix bundle my.vx");
     doctor_->add_flag("--json", json_, "Print an array of all findings");
     doctor_->footer("Example: vorlix doctor --lang de_DE");
     ps_->add_flag("--json", json_, "Print an array of all servers");

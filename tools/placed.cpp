@@ -15,10 +15,6 @@ constexpr std::string_view CLASS_LETTERS = " irt";  // at the places of the clas
 
 [[noreturn]] void Refuse(const std::string& message) { throw ToolError(Status::Usage, message); }
 
-std::string BytesOfReal(const HostReal& real) {
-  return "0x" + Hex({reinterpret_cast<const char*>(&real), sizeof real});
-}
-
 // A real from its bytes; false when the text is something else.
 bool ReadBytes(std::string_view text, HostReal& real) {
   if (!text.starts_with("0x") || text.size() != 2 + 2 * sizeof real) return false;
@@ -37,13 +33,6 @@ HostReal ReadReal(const std::string& text) {
   const host::DecimalFault fault = host::ParseDecimal(text, real);
   if (fault != host::DecimalFault::None) Refuse(Quote(text) + ' ' + std::string(host::FaultText(fault)));
   return real;
-}
-
-std::string ShowReal(const HostReal& real) {
-  std::string text = host::FormatDecimal(real);
-  HostReal again;
-  const bool is_exact = host::ParseDecimal(text, again) == host::DecimalFault::None && again == real;
-  return is_exact ? text : BytesOfReal(real);
 }
 
 host::Arg MakeFirst(const PlacedWord& word, const std::string& text) {
@@ -118,7 +107,7 @@ std::string ShowPlaced(const std::vector<host::Arg>& args,
       if (k != 0) line += " +";
       switch (arg.Class()) {
         case HOST_INTEGER: line += std::to_string(arg.IntAt(k)); break;
-        case HOST_REAL: line += ShowReal(arg.RealAt(k)); break;
+        case HOST_REAL: line += host::FormatExactly(arg.RealAt(k)); break;
         default: line += quote(arg.TextAt(k)); break;
       }
       if (k == 0 && arg.Class() == HOST_STRING) line += '[' + std::to_string(arg.capacity) + ']';

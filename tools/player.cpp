@@ -64,6 +64,16 @@ Player::Player(Calls calls, std::string_view name, const PlayOptions& options)
   scope_.Set("here", directory.empty() ? "." : directory);
 }
 
+void Player::Confine(const std::string& unpacked) {
+  scope_.Set("here", unpacked);
+  stand_ins_.Confine(scope_.Find("tmp"), unpacked);
+}
+
+void Player::CheckReach(const std::string& path) const {
+  if (!stand_ins_.IsAllowed(path))
+    throw ToolError(Status::Usage, "the script of an archive reaches no file outside of it, such as " + path);
+}
+
 void Player::SetArguments(const std::vector<std::string>& arguments) {
   for (size_t k = 0; k < arguments.size(); ++k) scope_.Set(std::to_string(k + 1), arguments[k]);
 }
@@ -194,11 +204,13 @@ void Player::KeepName(host::Arg& arg) const {
 }
 
 void Player::ReadValue(const std::string& name, const std::string& path) {
+  CheckReach(path);
   scope_.Set(name, ReadFile(calls_.to_outside(path)));
   PrintLine("read " + name + ' ' + Shown(path));
 }
 
 void Player::Write(const std::string& path, const std::string& text) {
+  CheckReach(path);
   WriteFile(calls_.to_outside(path), text);
   PrintLine("write " + Shown(path) + ' ' + Shown(text));
 }

@@ -38,6 +38,10 @@ class Player {
   /// script prints by itself, as it is.
   Player(Calls calls, std::string_view name, const PlayOptions& options = {});
 
+  /// For a script that came with files, which lie in `unpacked`: that is $here, and all that the script reaches besides
+  /// $tmp.
+  void Confine(const std::string& unpacked);
+
   /// `$1`, `$2` and so on.
   void SetArguments(const std::vector<std::string>& arguments);
 
@@ -97,6 +101,8 @@ class Player {
   /// changed, and the statement expects nothing.
   void TellOfNothing(const Statement& statement) const;
   void KeepName(host::Arg& arg) const;
+  /// Throws ToolError (Usage) for a file that the script may not reach.
+  void CheckReach(const std::string& path) const;
   /// Keeps why a file could not be had, where the script goes on without a word about it: later failures follow from
   /// it.
   void NoteRefusedFile(const Statement& statement);

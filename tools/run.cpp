@@ -1,6 +1,7 @@
 // `vorlix run`.
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 #include "tools/commands.h"
 #include "tools/files.h"
@@ -57,7 +58,7 @@ Status RunScript(const Options& given_options, const std::string& path, const st
     Unpack(members, unpacked.Path());
     script = member->bytes;
   }
-  script = encoding.ToServer(script);
+  script = encoding.ToServer(WithoutCutLine(std::move(script), path));
   if (script.starts_with(BYTE_ORDER_MARK)) script.erase(0, BYTE_ORDER_MARK.size());
   const std::vector<Statement> statements = ParseScript(script, path);
   options.variables = VariablesOf(statements);
@@ -69,7 +70,7 @@ Status RunScript(const Options& given_options, const std::string& path, const st
                  .set_clock = std::bind_front(&Session::SetClock, &session),
                  .to_outside = [&](std::string_view text) { return encoding.ToOutside(text); }},
                 path, play);
-  if (!unpacked.KnownPath().empty()) player.Values().Set("here", unpacked.KnownPath());
+  if (!unpacked.KnownPath().empty()) player.Confine(unpacked.KnownPath());
   std::vector<std::string> words;
   for (const std::string& argument : arguments) words.push_back(encoding.ToServer(argument));
   player.SetArguments(words);

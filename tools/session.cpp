@@ -127,7 +127,7 @@ Session::~Session() {
 }
 
 host::Result Session::Call(std::string_view function, const std::vector<host::Arg>& args) {
-  if (function == "dll_SetDebugFlags") {
+  if (function == "dll_SetDebugFlags" && args.size() == 2 && args[1].Class() == HOST_STRING) {
     keeps_failures_ = false;
     traces_to_file_ = !args.at(1).TextAt().empty();
   }

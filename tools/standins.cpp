@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "dll/base/text.h"
 #include "tools/failure.h"
 #include "tools/files.h"
 
@@ -47,15 +48,25 @@ void StandIns::Make(const std::string& scratch, const std::string& path, const W
   if (error) throw ToolError(Status::OtherCode, "cannot make " + file.string() + ": " + error.message());
 }
 
-void StandIns::Redirect(const FunctionInfo& function, std::vector<host::Arg>& args) const {
+bool StandIns::IsAllowed(std::string_view path) const {
+  const auto holds = [&](const std::string& directory) { return KeyOf(path).starts_with(KeyOf(directory) + '/'); };
+  return own_.empty() || std::ranges::any_of(own_, holds);
+}
+
+// The server takes the first element, up to its first zero byte.
+void StandIns::Redirect(const FunctionInfo& function, std::vector<host::Arg>& args) {
   for (size_t k = 0; k < std::min(args.size(), function.arg_count); ++k) {
     host::Arg& arg = args[k];
-    if (!NamesFile(function.args.at(k)) || arg.Class() != HOST_STRING || arg.Count() != 1) continue;
-    const auto found = paths_.find(KeyOf(arg.TextAt()));
+    if (!NamesFile(function.args.at(k)) || arg.Class() != HOST_STRING || arg.Count() == 0) continue;
+    std::string& text = std::get<2>(arg.values)[0];
+    const std::string path(BeforeNul(text));
+    if (path.empty()) continue;
+    if (!IsAllowed(path) && !paths_.contains(KeyOf(path))) Make(own_[0], path, SplitWords("absent")[0], "");
+    const auto found = paths_.find(KeyOf(path));
     if (found == paths_.end()) continue;
-    const bool was_full = arg.capacity == static_cast<int32_t>(arg.TextAt().size());
-    std::get<2>(arg.values)[0] = found->second;
-    if (was_full) arg.capacity = static_cast<int32_t>(found->second.size());
+    const bool was_full = arg.capacity == static_cast<int32_t>(text.size());
+    text.replace(0, path.size(), found->second);
+    if (was_full) arg.capacity = static_cast<int32_t>(text.size());
   }
 }
 

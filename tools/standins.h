@@ -22,11 +22,18 @@ class StandIns {
   /// keyword says. A later one takes its place. Throws ToolError (OtherCode).
   void Make(const std::string& scratch, const std::string& path, const Word& what, const std::string& text);
 
+  /// From now on files that the script has not named, and that lie in none of these directories, are absent ones in the
+  /// first: a script from elsewhere reaches no file of this machine.
+  void Confine(const std::string& scratch, const std::string& unpacked) { own_ = {scratch, unpacked}; }
+  /// Whether the script may reach the file itself.
+  bool IsAllowed(std::string_view path) const;
+
   /// Has the arguments that name files name those that stand in for them.
-  void Redirect(const FunctionInfo& function, std::vector<host::Arg>& args) const;
+  void Redirect(const FunctionInfo& function, std::vector<host::Arg>& args);
 
  private:
   std::map<std::string, std::string> paths_;
+  std::vector<std::string> own_;  // empty: files that have no stand-in are reached themselves
 };
 
 }  // namespace vorlix::tool

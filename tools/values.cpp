@@ -47,7 +47,7 @@ host::Arg MakeArgument(const ArgInfo& arg, const Given& given) {
 Value MakeValue(const ArgInfo& arg, const host::Arg& sent) {
   switch (sent.Class()) {
     case HOST_INTEGER: return {arg.name, false, std::to_string(sent.IntAt())};
-    case HOST_REAL: return {arg.name, false, host::FormatDecimal(sent.RealAt())};
+    case HOST_REAL: return {arg.name, false, host::FormatExactly(sent.RealAt())};
     default: return {arg.name, true, sent.TextAt()};
   }
 }

@@ -79,29 +79,12 @@ void AppendRoom(std::string& line, int32_t room) {
   line += ']';
 }
 
-// The text that reads back as this number; empty when there is none.
-std::string DecimalOf(const HostReal& real) {
-  std::string text = FormatDecimal(real);
-  HostReal again;
-  const bool is_exact = ParseDecimal(text, again) == DecimalFault::None && again == real;
-  return is_exact ? text : std::string();
-}
-
-// The number as it is, or its bytes where it is not what a host makes.
-void AppendReal(std::string& line, const HostReal& real) {
-  const std::string text = DecimalOf(real);
-  line += text;
-  if (!text.empty()) return;
-  line += "0x";
-  for (const char byte : std::string_view(reinterpret_cast<const char*>(&real), sizeof real)) AppendHex(line, byte);
-}
-
 // Element `k`, as LiesInBlock has found it; the host may have changed it since.
 void AppendElement(std::string& line, const ArgDesc& desc, int32_t k) {
   const size_t offset = OffsetOf(desc, k);
   switch (desc.host_class) {
     case HOST_INTEGER: return AppendNumber(line, Load<int32_t>(offset).value_or(0));
-    case HOST_REAL: return AppendReal(line, Load<HostReal>(offset).value_or(REAL_ZERO));
+    case HOST_REAL: line += FormatExactly(Load<HostReal>(offset).value_or(REAL_ZERO)); return;
     default: return AppendQuoted(line, LoadText(offset).value_or(""));
   }
 }
@@ -119,7 +102,8 @@ bool IsPlainArg(const ArgInfo& arg, const ArgDesc& desc) {
   if (desc.host_class != ClassOf(arg) || desc.count != 1) return false;
   if ((desc.by_ref != 0) != (arg.direction != Direction::In)) return false;
   if (desc.host_class == HOST_STRING) return desc.capacity >= 0;
-  return desc.host_class == HOST_INTEGER || !DecimalOf(Load<HostReal>(desc.offset).value_or(REAL_ZERO)).empty();
+  return desc.host_class == HOST_INTEGER ||
+         !FormatExactly(Load<HostReal>(desc.offset).value_or(REAL_ZERO)).starts_with("0x");
 }
 
 }  // namespace
@@ -229,6 +213,13 @@ void CallLine::AppendUnsayable(std::string& line) const {
   line += "\n#  ";
 }
 
+// Whether a text is the one that was sent: what a function has set in its place is no matter to it.
+bool CallLine::IsStill(std::string_view line, const Sent& sent) {
+  std::string now;
+  AppendQuoted(now, LoadText(sent.desc.offset).value_or(""));
+  return line.substr(sent.text_at, sent.text_size) == now;
+}
+
 void CallLine::AppendOutcome(std::string& line, int32_t result) {
   outcome_ = " => ";
   AppendNumber(outcome_, result);
@@ -236,18 +227,16 @@ void CallLine::AppendOutcome(std::string& line, int32_t result) {
   for (size_t k = 0; k < told; ++k) {
     const ArgInfo& arg = function_->args[k];
     Sent& sent = args_[k];
-    if (arg.direction == Direction::In) continue;
+    if (arg.direction == Direction::In || sent.desc.by_ref == 0) continue;
     ((outcome_ += ' ') += arg.name) += '=';
-    const size_t value_at = outcome_.size();
     AppendReturned(outcome_, sent.desc);
-    const std::string_view before = std::string_view(line).substr(sent.text_at, sent.text_size);
-    const bool was_set = result == RESULT_OK && std::string_view(outcome_).substr(value_at) != before;
-    const bool is_of_account = arg.direction != Direction::Out || sent.desc.host_class != HOST_STRING || !was_set;
-    if (is_of_account || sent.text_size <= EMPTY_QUOTES) sent.text_size = 0;
+    if (arg.direction != Direction::Out || sent.desc.host_class != HOST_STRING || result != RESULT_OK ||
+        sent.text_size <= EMPTY_QUOTES || IsStill(line, sent))
+      sent.text_size = 0;
   }
   // From the last one on, so that the places of the others hold.
   for (size_t k = told; k-- > 0;)
-    if (function_->args[k].direction == Direction::Out && args_[k].text_size != 0)
+    if (function_->args[k].direction == Direction::Out && args_[k].desc.by_ref != 0 && args_[k].text_size != 0)
       line.erase(args_[k].text_at + 1, args_[k].text_size - EMPTY_QUOTES);
   line += outcome_;
 }

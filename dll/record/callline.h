@@ -47,6 +47,7 @@ class CallLine {
   bool ReadDescriptors();
   bool IsPlain() const;
   static void AppendPlain(std::string& line, const ArgInfo& arg, Sent& sent);
+  static bool IsStill(std::string_view line, const Sent& sent);
   static void AppendPlaced(std::string& line, Sent& sent);
   void AppendUnsayable(std::string& line) const;
 

@@ -6,6 +6,7 @@
 #include "dll/record/recording.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 #include <cerrno>
 #include <charconv>
 #include <climits>
+#include <clocale>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -55,12 +57,14 @@ Recording recording;
 
 void Stop();
 
-// Writes all of it; on a fault says so once, and records no more.
+// Writes all of it or nothing; on a fault says so once, and records no more.
 void Write(std::string_view text) {
+  const int64_t before = recording.written;
   while (!text.empty()) {
     const ssize_t count = Retry([&] { return write(recording.fd, text.data(), text.size()); });
     if (count < 0) {
       std::perror("vorlix.dll: the recording ends here");
+      if (ftruncate(recording.fd, before) != 0) std::perror("vorlix.dll: its last line is cut off");
       return Stop();
     }
     recording.written += count;
@@ -202,7 +206,8 @@ extern "C" void HandleFault(int signal) {
   raise(signal);
 }
 
-// On a stack of its own, for the server's may be what is used up.
+// The signals that end a server, but SIGTERM, which it waits for itself. On a stack of its own, for the server's may be
+// what is used up.
 void CatchFaults() {
   static std::array<char, 16384> stack;
   stack_t alternate{};
@@ -213,7 +218,9 @@ void CatchFaults() {
   action.sa_handler = HandleFault;
   sigfillset(&action.sa_mask);  // nothing is told behind it
   action.sa_flags = static_cast<int>(SA_RESETHAND | SA_ONSTACK);
-  for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) sigaction(signal, &action, nullptr);
+  for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGSYS, SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGXCPU})
+    sigaction(signal, &action, nullptr);
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a fault of write
 }
 
 constexpr CallObserver OBSERVER = {BeginCall, EndCall, Note, RecordEnd};
@@ -266,11 +273,14 @@ int OpenNew(const std::string& path) {
       [&] { return open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600); });
   if (fd < 0) return -1;
   struct stat status {};
-  const bool is_ours = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid() &&
-                       status.st_nlink == 1 && status.st_size == 0 && fchmod(fd, 0600) == 0;
+  // The lock keeps out a server that comes to the same empty file before this one has written.
+  const bool is_file = fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+  const bool is_ours = is_file && flock(fd, LOCK_EX | LOCK_NB) == 0 && fstat(fd, &status) == 0 &&
+                       status.st_uid == geteuid() && status.st_nlink == 1 && status.st_size == 0 &&
+                       fchmod(fd, 0600) == 0;
   if (is_ours) return fd;
   close(fd);
-  errno = EEXIST;
+  errno = is_file ? EEXIST : EINVAL;
   return -1;
 }
 
@@ -287,7 +297,35 @@ std::string NameOf(pid_t process) {
   return shown;
 }
 
-// Who records what, and the variables that the language comes from.
+bool IsInstalled(const std::string& locale) {
+  const std::string before = std::setlocale(LC_ALL, nullptr);
+  const bool is_installed = std::setlocale(LC_ALL, locale.c_str()) != nullptr;
+  std::setlocale(LC_ALL, before.c_str());
+  return is_installed;
+}
+
+// The variables that the language comes from, as the statement that has them again. A language that the system does not
+// have is C to the server.
+std::string Language() {
+  std::string comments;
+  std::string variables;
+  for (const char* const variable : {"ZENDLANG", "LANG", "LC_COLLATE", "LC_CTYPE"}) {
+    const char* const value = std::getenv(variable);
+    if (value == nullptr) continue;
+    const std::string_view text = value;
+    const std::string locale(variable == std::string_view("ZENDLANG") ? text.substr(0, text.find('@')) : text);
+    const bool is_known = locale.empty() || IsInstalled(locale);
+    ((variables += ' ') += variable) += '=';
+    AppendQuoted(variables, is_known ? text : "C");
+    if (is_known) continue;
+    ((comments += "# not installed where this was recorded: ") += variable) += '=';
+    AppendComment(comments, text);
+    comments += '\n';
+  }
+  return comments + "server" + (variables.empty() ? " LANG=C" : variables) + '\n';
+}
+
+// Who records what, and in which language.
 std::string Head() {
   const std::time_t now = std::time(nullptr);
   std::tm utc{};
@@ -303,22 +341,17 @@ std::string Head() {
     AppendComment(head += "# in ", directory.data());
     head += '\n';
   }
-  std::string variables;
-  for (const char* const variable : {"ZENDLANG", "LANG", "LC_COLLATE", "LC_CTYPE"}) {
-    const char* const value = std::getenv(variable);
-    if (value == nullptr) continue;
-    ((variables += ' ') += variable) += '=';
-    AppendQuoted(variables, value);
-  }
-  return head + "server" + (variables.empty() ? " LANG=C" : variables) + '\n';
+  return head + Language();
 }
 
 void StartRecording(std::string_view pattern) {
   const std::string path = PathOf(pattern);
   recording.fd = OpenNew(path);
   if (recording.fd < 0) {
-    const char* const remedy = errno == EEXIST ? "; \"%p\" in VORLIX_RECORD gives each server a file of its own" : "";
-    std::fprintf(stderr, "vorlix.dll: cannot record in %s: %s%s\n", path.c_str(), std::strerror(errno), remedy);
+    const char* const why = errno == EEXIST ? "File exists; \"%p\" in VORLIX_RECORD gives each server a file of its own"
+                            : errno == EINVAL ? "It is no regular file"
+                                              : std::strerror(errno);
+    std::fprintf(stderr, "vorlix.dll: cannot record in %s: %s\n", path.c_str(), why);
     return;
   }
   SetCallObserver(&OBSERVER);

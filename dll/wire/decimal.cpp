@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 
+#include "dll/base/quote.h"
 #include "dll/base/text.h"
 
 namespace vorlix {
@@ -131,6 +132,15 @@ std::string FormatDecimal(const HostReal& real) {
   const bool plain = decimal.point >= SMALLEST_PLAIN && decimal.point <= WIDEST_PLAIN;
   std::string text = decimal.negative ? "-" : "";
   return text += (plain ? PlainText : ExponentText)(std::move(decimal.digits), decimal.point);
+}
+
+std::string FormatExactly(const HostReal& real) {
+  std::string text = FormatDecimal(real);
+  HostReal again;
+  if (ParseDecimal(text, again) == DecimalFault::None && again == real) return text;
+  text = "0x";
+  for (const char byte : std::string_view(reinterpret_cast<const char*>(&real), sizeof real)) AppendHex(text, byte);
+  return text;
 }
 
 }  // namespace vorlix

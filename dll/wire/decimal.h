@@ -26,4 +26,7 @@ std::string_view FaultText(DecimalFault fault);
 /// 1E-6. A value marked invalid gives "invalid".
 std::string FormatDecimal(const HostReal& real);
 
+/// The same for a value that ParseDecimal can give; "0x" and the bytes of any other.
+std::string FormatExactly(const HostReal& real);
+
 }  // namespace vorlix

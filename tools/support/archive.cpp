@@ -4,12 +4,14 @@
 #include <archive_entry.h>
 #include <fcntl.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <new>
 
 #include "tools/failure.h"
 #include "tools/files.h"
@@ -62,6 +64,27 @@ std::string ReadBytes(const Archive& in, const std::string& path, size_t most) {
   }
 }
 
+// The one library compresses and knows archives, and does not compare the checksum; the other does.
+std::string Decompress(std::string_view bytes, const std::string& path) {
+  constexpr int WITH_GZIP_HEADER = 16 + MAX_WBITS;
+  z_stream stream{};
+  if (inflateInit2(&stream, WITH_GZIP_HEADER) != Z_OK) throw std::bad_alloc();
+  const std::unique_ptr<z_stream, int (*)(z_stream*)> end(&stream, inflateEnd);
+  stream.next_in = const_cast<Bytef*>(reinterpret_cast<const Bytef*>(bytes.data()));
+  stream.avail_in = static_cast<uInt>(bytes.size());
+  std::string result;
+  std::array<char, 65536> piece;
+  for (int state = Z_OK; state != Z_STREAM_END;) {
+    stream.next_out = reinterpret_cast<Bytef*>(piece.data());
+    stream.avail_out = piece.size();
+    state = inflate(&stream, Z_NO_FLUSH);
+    if (state != Z_OK && state != Z_STREAM_END) Refuse(Status::Usage, path, "the archive is damaged, or cut off");
+    result.append(piece.data(), piece.size() - stream.avail_out);
+    if (result.size() > MOST_BYTES) Refuse(Status::Usage, path, "holds more than a gigabyte");
+  }
+  return result;
+}
+
 }  // namespace
 
 bool IsArchive(std::string_view bytes) { return bytes.starts_with("\x1f\x8b"); }
@@ -71,6 +94,7 @@ void WriteArchive(const std::string& path, const std::vector<Member>& members) {
   if (fd < 0) Refuse(Status::OtherCode, path, std::strerror(errno));
   const Archive out(archive_write_new());
   archive_write_add_filter_gzip(out.get());
+  archive_write_set_filter_option(out.get(), "gzip", "timestamp", nullptr);  // the same files are the same bytes
   archive_write_set_format_ustar(out.get());
   try {
     if (archive_write_open_fd(out.get(), fd) != ARCHIVE_OK)
@@ -86,10 +110,10 @@ void WriteArchive(const std::string& path, const std::vector<Member>& members) {
 }
 
 std::vector<Member> ReadArchive(std::string_view bytes, const std::string& path) {
+  const std::string tar = Decompress(bytes, path);
   const Archive in(archive_read_new());
-  archive_read_support_filter_gzip(in.get());
   archive_read_support_format_tar(in.get());
-  if (archive_read_open_memory(in.get(), bytes.data(), bytes.size()) != ARCHIVE_OK)
+  if (archive_read_open_memory(in.get(), tar.data(), tar.size()) != ARCHIVE_OK)
     Refuse(Status::Usage, path, archive_error_string(in.get()));
   std::vector<Member> members;
   size_t room = MOST_BYTES;
@@ -99,7 +123,7 @@ std::vector<Member> ReadArchive(std::string_view bytes, const std::string& path)
     if (archive_entry_filetype(entry) != AE_IFREG) continue;
     const char* const name = archive_entry_pathname(entry);
     if (name == nullptr || !IsWithin(name)) Refuse(Status::Usage, path, "a name in it leads out of its directory");
-    members.push_back({name, ReadBytes(in, path, room)});
+    members.push_back({std::filesystem::path(name).lexically_normal().string(), ReadBytes(in, path, room)});
     room -= members.back().bytes.size();
   }
   if (result != ARCHIVE_EOF) Refuse(Status::Usage, path, archive_error_string(in.get()));

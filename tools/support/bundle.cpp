@@ -88,8 +88,15 @@ class Bundle {
 
 }  // namespace
 
+std::string WithoutCutLine(std::string script, const std::string& path) {
+  if (!script.starts_with(FIRST_LINE) || script.ends_with('\n')) return script;
+  std::fprintf(stderr, "vorlix: %s: its last line has no end, and is left out\n", Printable(path).c_str());
+  script.resize(script.rfind('\n') + 1);
+  return script;
+}
+
 Status BundleRecording(const std::string& path, const std::string& to) {
-  const std::string recording = ReadFile(path);
+  const std::string recording = WithoutCutLine(ReadFile(path), path);
   if (!recording.starts_with(FIRST_LINE))
     throw ToolError(Status::Usage, path + " is no recording; VORLIX_RECORD=FILE has a server make one");
   static_cast<void>(ParseScript(recording, path));  // a fault is told with its line

@@ -82,12 +82,17 @@ std::vector<Finding> LookAtServer(const Options& options) {
   std::string program;
   try {
     program = ProgramOf(options);
-    host::Server server({.program = program, .standard_error = host::StandardError::Capture});
+    // What the environment would have it record is for the servers that are looked for.
+    host::Server server({.program = program,
+                         .environment = {{"VORLIX_RECORD", {}}, {"VORLIX_DEBUG", {}}, {"VORLIX_FLAGS", {}}},
+                         .standard_error = host::StandardError::Capture});
     const Finding found = Server(options, program, server);
     return {found, Calls(server)};
   } catch (const std::exception& error) {
-    const char* const remedy = program.empty() ? "Install the server, or name it with --server PATH."
-                                               : "See what it says when it is called alone: vorlix call dll_Revision";
+    const std::string given = options.server.empty() ? "" : "--server " + QuoteWord(options.server) + ' ';
+    const std::string remedy = program.empty()
+                                   ? "Install the server, or name it with --server PATH."
+                                   : "See what it says when it is called alone: vorlix " + given + "call dll_Revision";
     return {{Verdict::Bad, "server", Printable(error.what()), remedy}};
   }
 }
