@@ -10,6 +10,7 @@
 
 #include "bench/measure.h"
 #include "bench/pingpong.h"
+#include "host/c/vorlix.h"
 #include "host/server.h"
 #ifdef HAVE_SYSTEMD
 #include "bench/busecho.h"
@@ -26,7 +27,18 @@ constexpr int ROUNDS = 1'000;
 constexpr int RUNS = 101;
 constexpr double FLOOR_GOAL = 1.20;
 constexpr double RECORDED_GOAL = 1.5;
+constexpr double C_GOAL = 1.1;
 constexpr std::string_view PEER_ARGUMENT = "peer";
+
+void CallFromC(vorlix_server* server) {
+  vorlix_call* call = nullptr;
+  int32_t code = -1;
+  vorlix_call_new(server, "dll_Revision", &call);
+  vorlix_put_text_ref(call, "", 20);
+  Expect(vorlix_call_place(call, &code) == VORLIX_OK && code == 0 && vorlix_get_text(call, 0, nullptr) != nullptr,
+         "dll_Revision fails");
+  vorlix_call_free(call);
+}
 
 }  // namespace
 
@@ -44,6 +56,13 @@ int main(int argc, char** argv) {
   Compare("a call, placed once", {{"", [&] { Expect(placed.Ring() == 0, "dll_Revision fails"); }}, floor}, 1, ROUNDS,
           RUNS);
   Compare("a call, placed and read back", {{"", call}, floor}, 1, ROUNDS, RUNS);
+
+  constexpr const char* ENVIRONMENT[] = {"LANG=C", nullptr};
+  const vorlix_options options = {sizeof options, VORLIX_SERVER, ENVIRONMENT, 0, 0, 0};
+  vorlix_server* from_c = nullptr;
+  Expect(vorlix_start(&options, &from_c) == VORLIX_OK, vorlix_error_message());
+  Compare("a call from C", {{"", [&] { CallFromC(from_c); }}, {"the same from C++", call, C_GOAL}}, 1, ROUNDS, RUNS);
+  vorlix_server_free(from_c);
 
   const std::string recording = std::filesystem::temp_directory_path() / ("bench-" + std::to_string(getpid()) + ".vx");
   host::Server recorded({.program = VORLIX_SERVER, .environment = {{"LANG", "C"}, {"VORLIX_RECORD", recording}}});
