@@ -4,6 +4,7 @@
 #include <iconv.h>
 
 #include <clocale>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -35,6 +36,9 @@ class LocaleScope {
 /// The encoding of a locale, as "UTF-8" or "ISO-8859-1"; of the environment's when the name is empty. Empty when the
 /// system has no such locale.
 std::string EncodingOf(const std::string& locale);
+
+/// From the encoding of the server's language to that of the terminal, or another.
+using Conversion = std::function<std::string(std::string_view text)>;
 
 /// Converts both ways. One between two names of the same encoding leaves texts as they are.
 class Encoding {

@@ -7,6 +7,7 @@
 
 #include "dll/wire/functable.h"
 #include "host/call.h"
+#include "tools/encoding.h"
 
 namespace vorlix::tool {
 
@@ -17,7 +18,6 @@ bool IsFileRefused(const FunctionInfo& function, const host::Result& result);
 /// two blanks and have no end, as "\n  there is no file 'kunde.dic'; did you mean kunden.dic?"; empty when there is
 /// nothing to say. `ask` reaches the server of the call, and `to_outside` converts its texts for people; names of files
 /// are those of this side already.
-using Conversion = std::function<std::string(std::string_view)>;
 std::string HintFor(const host::Caller& ask, const Conversion& to_outside, const FunctionInfo& function,
                     const host::Result& result);
 

@@ -13,6 +13,7 @@
 #include "tools/ending.h"
 #include "tools/generate.h"
 #include "tools/paint.h"
+#include "tools/preview/preview.h"
 #include "tools/quoting.h"
 #include "tools/signature.h"
 #include "tools/support/bundle.h"
@@ -59,8 +60,9 @@ class CommandLine {
     app_.require_subcommand(0, 1);
     app_.failure_message(
         [](const CLI::App*, const CLI::Error& error) { return "vorlix: " + Printable(error.what()) + '\n'; });
-    for (CLI::App* const app : {&app_, call_, run_, shell_, doctor_}) AddServerOptions(*app);
-    for (CLI::App* const app : {&app_, call_, run_, shell_, functions_, check_, show_, doctor_}) AddColour(*app);
+    for (CLI::App* const app : {&app_, call_, run_, shell_, preview_, doctor_}) AddServerOptions(*app);
+    for (CLI::App* const app : {&app_, call_, run_, shell_, functions_, check_, show_, preview_, doctor_})
+      AddColour(*app);
     AddCommands();
   }
 
@@ -80,6 +82,7 @@ class CommandLine {
     if (functions_->parsed()) return ListFunctions(function_, json_);
     if (check_->parsed()) return CheckFiles(check_command_);
     if (show_->parsed()) return ShowField(show_command_);
+    if (preview_->parsed()) return ShowPreview(options_, preview_command_);
     if (bundle_->parsed()) return BundleRecording(path_, bundle_to_);
     if (doctor_->parsed()) return ExamineMachine(options_, json_);
     if (ps_->parsed()) return ListServers(json_);
@@ -150,6 +153,7 @@ class CommandLine {
     shell_->footer("Example: echo 'fmt_Num 1234.5 10 2 RT' | vorlix shell");
     AddCheck();
     AddShow();
+    AddPreview();
     AddLsp();
     bundle_->add_option("RECORDING", path_, "What a server with VORLIX_RECORD has written")->required();
     bundle_->add_option("-o,--output", bundle_to_, "The archive, RECORDING.tar.gz by default")->type_name("FILE");
@@ -197,6 +201,18 @@ class CommandLine {
     lsp_->add_option("--lang", check_command_.language, "The language of the server, whose formats fields get")
         ->type_name("LOCALE");
     lsp_->footer("Example: vorlix lsp --lang C </dev/null");
+  }
+
+  void AddPreview() {
+    PreviewCommand& to = preview_command_;
+    preview_->add_option("FILE", to.file, "The dictionary")->required();
+    preview_->add_option("DIALOG", to.dialog, "The dialog, by its name or ID; all without it");
+    preview_->add_option("--model", to.models, "A model dictionary to inherit from; can be given again")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
+    preview_->add_option("--html", to.html, "Write a page for a browser instead")->type_name("FILE");
+    preview_->footer(
+        R"(Example: printf '[catalog]\nA=ORDER\n[a.n]\nPATH=n\nFTYP=N\nFLEN=9\n' >/tmp/my.dic; vorlix preview /tmp/my.dic)");
   }
 
   void AddShow() {
@@ -255,6 +271,8 @@ class CommandLine {
   CLI::App* shell_ = app_.add_subcommand("shell", "Run calls line by line, in one server");
   CheckCommand check_command_;
   ShowCommand show_command_;
+  PreviewCommand preview_command_;
+  CLI::App* preview_ = app_.add_subcommand("preview", "Draw the dialogs of a dictionary as forms, or as a page");
   CLI::App* show_ = app_.add_subcommand("show", "Show a field of a dictionary, and where its attributes come from");
   CLI::App* check_ = app_.add_subcommand("check", "Find what is wrong with dictionaries");
   CLI::App* lsp_ = app_.add_subcommand("lsp", "Check dictionaries in the editor, as a language server that it starts");

@@ -34,6 +34,9 @@ class Checker {
   const Models& OpenModels() const { return *models_; }
   const std::vector<std::string>& ModelPaths() const { return open_; }
 
+  /// The language that the last file was checked in; empty: as the environment says.
+  const std::string& Language() const { return language_; }
+
   /// Closes the models: they have changed, and are read again for the next file.
   void ForgetModels();
 
