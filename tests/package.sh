@@ -34,7 +34,7 @@ readonly SKIPPED=77  # which ctest says
 if ((EUID != 0)); then echo "not root: nothing is installed"; exit $SKIPPED; fi
 readonly BARE=$work/bare
 mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Codename: bookworm' | head -1)
-if ! debootstrap --variant=minbase --include=libarchive13,libedit2,python3 bookworm "$BARE" "$mirror" >"$work/bare.log" 2>&1; then
+if ! debootstrap --variant=minbase --include=libarchive13,libcpp-httplib0.11,libedit2,python3 bookworm "$BARE" "$mirror" >"$work/bare.log" 2>&1; then
   tail -3 "$work/bare.log"
   echo "no bare Debian could be made: nothing is installed"
   exit $SKIPPED

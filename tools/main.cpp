@@ -6,6 +6,8 @@
 #include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
+#include <utility>
 
 #include "tools/buildid.h"
 #include "tools/choices.h"
@@ -20,6 +22,7 @@
 #include "tools/support/doctor.h"
 #include "tools/support/ps.h"
 #include "tools/usage.h"
+#include "tools/words.h"
 
 namespace vorlix::tool {
 namespace {
@@ -70,8 +73,27 @@ class CommandLine {
     app_.parse(argc, argv);
     // A range check lets it pass.
     if (std::isnan(options_.timeout)) throw CLI::ValidationError("--timeout", "nan is no number of seconds");
+    if (preview_->parsed()) ReadPort();
     if (call_->parsed() && call_->remaining().empty()) throw CLI::RequiredError("NAME");
     if (call_->parsed() && call_->remaining()[0].starts_with('-')) throw CLI::ExtrasError("call", call_->remaining());
+  }
+
+  // What stands behind --serve is a port, or the next of the other words.
+  void ReadPort() {
+    PreviewCommand& to = preview_command_;
+    if (const auto port = ReadWhole<uint16_t>(serve_)) {
+      to.port = *port;
+    } else if (!serve_.empty()) {
+      to.port = 0;
+      if (!to.file.empty() && !to.dialog.empty()) throw CLI::ValidationError("--serve", serve_ + " is no port");
+      const bool is_dialog = !to.file.empty() && !std::filesystem::exists(serve_);
+      if (is_dialog) {
+        to.dialog = serve_;
+      } else {
+        to.dialog = std::exchange(to.file, serve_);
+      }
+    }
+    if (to.file.empty()) throw CLI::RequiredError("FILE");
   }
 
   Status Execute() const {
@@ -205,12 +227,16 @@ class CommandLine {
 
   void AddPreview() {
     PreviewCommand& to = preview_command_;
-    preview_->add_option("FILE", to.file, "The dictionary")->required();
+    preview_->add_option("FILE", to.file, "The dictionary");
     preview_->add_option("DIALOG", to.dialog, "The dialog, by its name or ID; all without it");
     preview_->add_option("--model", to.models, "A model dictionary to inherit from; can be given again")
         ->type_name("FILE")
         ->allow_extra_args(false);
     preview_->add_option("--html", to.html, "Write a page for a browser instead")->type_name("FILE");
+    preview_->add_option("--serve", serve_, "Serve a page to type into, on a port of this machine or a free one")
+        ->type_name("PORT")
+        ->expected(0, 1)
+        ->default_str("0");
     preview_->footer(
         R"(Example: printf '[catalog]\nA=ORDER\n[a.n]\nPATH=n\nFTYP=N\nFLEN=9\n' >/tmp/my.dic; vorlix preview /tmp/my.dic)");
   }
@@ -272,6 +298,7 @@ class CommandLine {
   CheckCommand check_command_;
   ShowCommand show_command_;
   PreviewCommand preview_command_;
+  std::string serve_;
   CLI::App* preview_ = app_.add_subcommand("preview", "Draw the dialogs of a dictionary as forms, or as a page");
   CLI::App* show_ = app_.add_subcommand("show", "Show a field of a dictionary, and where its attributes come from");
   CLI::App* check_ = app_.add_subcommand("check", "Find what is wrong with dictionaries");

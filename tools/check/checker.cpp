@@ -119,11 +119,11 @@ void Checker::ForgetModels() {
   open_.clear();
 }
 
-// A file that is a model itself inherits from no other one of the list that it would hide.
+// A model is opened once, and a file that is a model itself inherits from no other one of the list that it would hide.
 void Checker::OpenModelsOf(const std::vector<std::string>& paths, const std::string& file) {
   std::vector<std::string> wanted;
   for (const std::string& path : paths)
-    if (!IsAmongFiles(file, {path})) wanted.push_back(path);
+    if (!IsAmongFiles(file, {path}) && !IsAmongFiles(path, wanted)) wanted.push_back(path);
   if (models_ != nullptr && wanted == open_) return;
   ForgetModels();
   models_ = std::make_unique<Models>();

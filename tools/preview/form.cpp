@@ -10,6 +10,7 @@
 #include "tools/check/field.h"
 #include "tools/check/report.h"
 #include "tools/failure.h"
+#include "tools/nearest.h"
 #include "tools/quoting.h"
 
 namespace vorlix::tool {
@@ -72,19 +73,6 @@ FormField ReadField(const Items& items) {
   return field;
 }
 
-// What the field shows at the beginning; what the host works out is not known here.
-std::string ShownDefault(Session& session, const std::string& dialog, const FormField& field) {
-  const std::string value = field.IsDefaultOfHost() ? "" : field.default_value;
-  const host::Result opened = Call(session, "dict_VarFilterInit",
-                                   {host::Text(dialog), host::Text(field.name), host::Text(value), host::IntRef()});
-  if (opened.args.back().IntAt() != 0) return "";
-  Call(session, "dict_FilterInit", {host::Text("format")});
-  const host::Result next =
-      Call(session, "dict_FilterNext", {host::OutText(ROOM), host::OutText(ROOM), host::IntRef()});
-  Call(session, "dict_FilterFree", {});
-  return next.args.at(2).IntAt() == 0 ? next.args.at(1).TextAt() : "";
-}
-
 std::vector<FormField> ReadFields(Session& session, const std::string& dialog) {
   std::vector<FormField> fields;
   Call(session, "dict_First", {host::Text(dialog)});
@@ -93,7 +81,9 @@ std::vector<FormField> ReadFields(Session& session, const std::string& dialog) {
     if (next.args.at(2).IntAt() != 0) break;
     fields.push_back(ReadField(Items(next.args.at(1).TextAt())));
   }
-  for (FormField& field : fields) field.shown = ShownDefault(session, dialog, field);
+  // What the host works out is not known here.
+  for (FormField& field : fields)
+    field.shown = ShownIn(session, dialog, field.name, field.IsDefaultOfHost() ? "" : field.default_value);
   return fields;
 }
 
@@ -202,6 +192,38 @@ bool FormField::IsDefaultOfHost() const {
   return default_value.starts_with('$') && !EqualNoCase(default_value, "$DATE") && !EqualNoCase(default_value, "$TIME");
 }
 
+std::string ShownIn(Session& session, const std::string& dialog, const std::string& field, const std::string& value) {
+  const host::Result opened =
+      Call(session, "dict_VarFilterInit", {host::Text(dialog), host::Text(field), host::Text(value), host::IntRef()});
+  if (opened.args.back().IntAt() != 0) return "";
+  Call(session, "dict_FilterInit", {host::Text("format")});
+  const host::Result next =
+      Call(session, "dict_FilterNext", {host::OutText(ROOM), host::OutText(ROOM), host::IntRef()});
+  Call(session, "dict_FilterFree", {});
+  return next.args.at(2).IntAt() == 0 ? next.args.at(1).TextAt() : "";
+}
+
+void KeepDialog(Preview& preview, const std::string& dialog) {
+  if (dialog.empty()) return;
+  std::vector<std::string_view> names;
+  for (const Form& form : preview.forms) names.push_back(form.name);
+  const auto is_other = [&](const Form& form) {
+    return !EqualNoCase(form.name, dialog) && !EqualNoCase(form.id, dialog);
+  };
+  if (std::ranges::all_of(preview.forms, is_other)) {
+    const std::string near(Nearest(dialog, names));
+    throw ToolError(Status::Usage, preview.file + " has no dialog " + QuoteWord(dialog) +
+                                       (near.empty() ? "" : "; did you mean " + QuoteWord(near) + "?"));
+  }
+  std::erase_if(preview.forms, is_other);
+}
+
+std::vector<std::string> FindingTexts(const Findings& findings) {
+  std::vector<std::string> texts;
+  for (const Finding& finding : findings.list) texts.push_back(FindingText(findings, finding));
+  return texts;
+}
+
 // ---- In words -------------------------------------------------------------------------------------------------------
 
 namespace {
@@ -244,6 +266,7 @@ std::string KindOfField(const FormField& field) {
     kind += ", " + std::to_string(field.decimals) + (field.decimals == 1 ? " decimal" : " decimals");
   if (field.type == "N" && HasRange(field)) kind += ", " + field.minimum + " to " + field.maximum;
   if (!field.format.empty() && field.format.find('%') != std::string::npos) kind += ", as " + field.format;
+  if (!field.valid.empty()) kind += ", of " + field.valid;
   return kind;
 }
 

@@ -58,6 +58,15 @@ struct Preview {
 /// ToolError (OtherCode), which tells the findings, when the server refuses it.
 Preview ReadPreview(Session& session, const std::string& file, const Judged& judged, const Checker& checker);
 
+/// Leaves the one dialog of this name or ID; all when it is empty. Throws ToolError (Usage) when there is none.
+void KeepDialog(Preview& preview, const std::string& dialog);
+
+/// What a field of an open dialog shows for a value, by the filter "format".
+std::string ShownIn(Session& session, const std::string& dialog, const std::string& field, const std::string& value);
+
+/// What `vorlix check` finds, a line each, with the place in the file.
+std::vector<std::string> FindingTexts(const Findings& findings);
+
 /// What is typed into the field or chosen in it, such as "number, 2 decimals, 0 to 50000".
 std::string KindOfField(const FormField& field);
 

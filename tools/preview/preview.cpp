@@ -3,12 +3,11 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "dll/base/text.h"
 #include "tools/files.h"
-#include "tools/nearest.h"
 #include "tools/paint.h"
 #include "tools/preview/drawing.h"
 #include "tools/preview/page.h"
+#include "tools/preview/serve.h"
 #include "tools/quoting.h"
 
 namespace vorlix::tool {
@@ -16,22 +15,6 @@ namespace {
 
 constexpr size_t PAGE_WIDTH = 100;  // of what is no terminal
 constexpr size_t LEAST_WIDTH = 20;
-
-// Leaves the dialog that was asked for.
-void Choose(Preview& preview, const std::string& dialog) {
-  if (dialog.empty()) return;
-  std::vector<std::string_view> names;
-  for (const Form& form : preview.forms) names.push_back(form.name);
-  const auto is_other = [&](const Form& form) {
-    return !EqualNoCase(form.name, dialog) && !EqualNoCase(form.id, dialog);
-  };
-  if (std::ranges::all_of(preview.forms, is_other)) {
-    const std::string near(Nearest(dialog, names));
-    throw ToolError(Status::Usage, preview.file + " has no dialog " + QuoteWord(dialog) +
-                                       (near.empty() ? "" : "; did you mean " + QuoteWord(near) + "?"));
-  }
-  std::erase_if(preview.forms, is_other);
-}
 
 void Print(const Preview& preview, const Conversion& to_outside) {
   const size_t terminal = TerminalWidth();
@@ -49,13 +32,14 @@ void Print(const Preview& preview, const Conversion& to_outside) {
 }  // namespace
 
 Status ShowPreview(const Options& options, const PreviewCommand& command) {
+  if (command.port) return ServePreview(options, command);
   Checker checker({.models = command.models, .ignore = {}, .kind = FileKind::Dictionary, .language = options.language});
   const Judged judged = checker.Check(command.file);
   Options of_server = options;
   if (of_server.language.empty()) of_server.language = checker.Language();
   Session session(of_server);
   Preview preview = ReadPreview(session, command.file, judged, checker);
-  Choose(preview, command.dialog);
+  KeepDialog(preview, command.dialog);
   if (!command.html.empty()) {
     of_server.encoding = "UTF-8";
     const Encoding encoding = EncodingFor(of_server, false);

@@ -1,0 +1,10 @@
+# Makes a source of the files of the live preview: cmake -DSOURCE=DIRECTORY -DTARGET=FILE -P web.cmake
+set(text "#include \"tools/preview/web.h\"\n\nnamespace vorlix::tool {\n\n")
+foreach(pair IN ITEMS INDEX:index.html SCRIPT:preview.js STYLE:preview.css)
+  string(REPLACE ":" ";" pair ${pair})
+  list(GET pair 0 name)
+  list(GET pair 1 file)
+  file(READ ${SOURCE}/${file} content)
+  string(APPEND text "const char* const WEB_${name} = R\"web(${content})web\";\n")
+endforeach()
+file(WRITE ${TARGET} "${text}\n}  // namespace vorlix::tool\n")

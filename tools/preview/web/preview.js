@@ -1,0 +1,202 @@
+// The page of a preview: asks the program that serves it, and draws what comes. All texts go in as text, never as HTML.
+"use strict";
+
+let page = null;      // what the program knows this page by
+let version = -1;     // of the forms that are drawn
+let typed = new Map();  // dialog and field -> what was typed, to be kept when the forms are drawn anew
+
+const byId = (id) => document.getElementById(id);
+
+function element(name, properties = {}, ...children) {
+  const made = document.createElement(name);
+  for (const [key, value] of Object.entries(properties)) {
+    if (key.startsWith("aria-") || key === "role" || key === "for") made.setAttribute(key, value);
+    else made[key] = value;
+  }
+  made.append(...children);
+  return made;
+}
+
+async function ask(call, values) {
+  const response = await fetch(call, {
+    method: "POST", headers: {"Content-Type": "application/json"}, body: JSON.stringify(values)});
+  const answer = await response.json();
+  if (!response.ok) throw Object.assign(new Error(answer.refused), {status: response.status});
+  return answer;
+}
+
+function say(text) { byId("state").textContent = text; }
+
+// ---- A field -------------------------------------------------------------------------------------------------------
+
+// The text with the character at fault marked.
+function marked(text, at) {
+  const characters = Array.from(text);
+  const shown = element("code");
+  if (at < 0 || at >= characters.length) {
+    shown.append(text);
+  } else {
+    shown.append(characters.slice(0, at).join(""), element("mark", {}, characters[at]), characters.slice(at + 1).join(""));
+  }
+  return shown;
+}
+
+function value(text) { return text === "" ? "nothing" : element("code", {}, text); }
+
+function tell(output, text, answer) {
+  output.replaceChildren();
+  output.dataset.about = text;
+  if (answer.accepted) {
+    output.append(element("span", {className: "good"}, "accepted"), ": shows as ", value(answer.shown), ", stored as ",
+      value(answer.stored));
+  } else {
+    output.append(element("span", {className: "bad"}, "refused: " + answer.reason), " ", marked(text, answer.at));
+  }
+  if (answer.function) output.append(" ", element("span", {className: "about"}, `${answer.function}: code ${answer.code}, rc ${answer.rc}`));
+  if (!answer.script) return;
+  const copy = element("button", {type: "button"}, "copy as script");
+  copy.addEventListener("click", async () => {
+    try {
+      await navigator.clipboard.writeText(answer.script);
+      say("Copied; vorlix run FILE runs it.");
+    } catch {  // the browser does not allow it: the lines are shown, to be copied by hand
+      copy.replaceWith(element("pre", {tabIndex: 0}, answer.script));
+    }
+  });
+  output.append(" ", copy);
+}
+
+function textInput(field, id) {
+  const lines = Math.ceil(field.length / 80);
+  const input = lines > 1 ? element("textarea", {rows: lines}) : element("input", {type: "text"});
+  input.id = id;
+  input.value = field.shown.trim();
+  input.autocomplete = "off";
+  input.spellcheck = false;
+  input.style.width = Math.max(1, Math.min(field.length, 80)) + "ch";
+  return input;
+}
+
+function choiceInput(field, id, changed) {
+  const value = Number.parseInt(field.shown, 10) || 0;
+  if (field.object === "CB") {
+    const box = element("input", {type: "checkbox", id, checked: value !== 0});
+    box.addEventListener("change", () => changed(box.checked ? "1" : "0"));
+    return box;
+  }
+  if (field.choices.length === 0) {
+    const number = element("input", {type: "number", id, value});
+    number.addEventListener("change", () => changed(number.value));
+    return number;
+  }
+  const group = element("span", {id, role: "radiogroup", "aria-label": field.name});
+  for (const choice of field.choices) {
+    const button = element("input", {type: "radio", name: id, value: choice, checked: choice === value});
+    button.addEventListener("change", () => changed(String(choice)));
+    group.append(element("label", {className: "choice"}, button, " " + choice));
+  }
+  return group;
+}
+
+function drawField(dialog, field) {
+  const key = dialog.id + "." + field.name;
+  const id = "field-" + key;
+  const output = element("div", {className: "answer", id: id + "-answer", role: "status"});
+  const send = async (input, text) => {
+    typed.set(key, text);
+    try {
+      const answer = await ask("type", {page, dialog: dialog.id, field: field.name, text});
+      if (typed.get(key) !== text) return;  // somebody has typed on
+      if (input) input.setAttribute("aria-invalid", String(!answer.accepted));
+      tell(output, text, answer);
+    } catch (failure) {
+      output.textContent = failure.message;
+    }
+  };
+  const isGroup = !field.typed && field.choices.length > 0;
+  const name = element(isGroup ? "span" : "label", {className: "label"}, field.name);
+  if (!isGroup) name.setAttribute("for", id);
+  if (field.required) name.append(element("span", {className: "required"}, "must be filled in"));
+  const box = element("div", {className: "input"});
+  if (field.typed) {
+    const input = textInput(field, id);
+    input.setAttribute("aria-describedby", id + "-about " + id + "-answer");
+    if (field.required) input.setAttribute("aria-required", "true");
+    if (typed.has(key)) input.value = typed.get(key);
+    input.addEventListener("input", () => send(input, input.value));
+    box.append(input);
+    if (typed.has(key)) send(input, input.value);
+  } else if (["CB", "RB", "LB"].includes(field.object)) {
+    box.append(choiceInput(field, id, (value) => send(null, value)));
+  } else {
+    name.removeAttribute("for");
+    box.append(element("code", {}, field.shown || "(the host's own)"));
+  }
+  box.append(output);
+  const about = [field.kind, field.path, field.default].filter(Boolean).join(" · ");
+  box.append(element("p", {className: "about", id: id + "-about"}, about));
+  for (const line of field.inherited) box.append(element("p", {className: "about"}, line));
+  if (field.findings.length > 0)
+    box.append(element("ul", {className: "findings"}, ...field.findings.map((one) => element("li", {}, one))));
+  return element("div", {className: "field"}, name, box);
+}
+
+// ---- The page ------------------------------------------------------------------------------------------------------
+
+function draw(shown) {
+  version = shown.version;
+  const focused = document.activeElement && document.activeElement.id;
+  byId("file").textContent = shown.file;
+  document.title = shown.file;
+  byId("findings").replaceChildren(...shown.findings.map((one) => element("li", {}, one)));
+  byId("forms").replaceChildren(...shown.forms.map((form) => element("section", {"aria-label": form.name},
+    element("h2", {}, form.name + " ", element("span", {className: "id"}, form.id)),
+    ...form.fields.map((field) => drawField(form, field)))));
+  const before = shown.forms.length > 0 ? " as it is now; this is what it was before." : ".";
+  say(shown.good ? "" : "The server refuses the file" + before);
+  if (focused && byId(focused)) byId(focused).focus();
+}
+
+async function open(language) {
+  const before = page;
+  const shown = await ask("open", language === undefined ? {} : {language});
+  page = shown.page;
+  if (before) ask("close", {page: before}).catch(() => {});
+  draw(shown);
+}
+
+// Asks again and again; an answer comes when the files have changed, or after a while.
+async function follow() {
+  for (;;) {
+    const asked = page;
+    try {
+      const shown = await ask("wait", {page, version});
+      if (asked === page && shown.forms) draw(shown);
+    } catch (failure) {
+      if (asked !== page) continue;
+      if (failure instanceof TypeError) return say("vorlix preview has ended.");
+      say(failure.message);
+      await new Promise((resolve) => setTimeout(resolve, 1000));
+      if (failure.status === 404) await open(byId("language").value).catch(() => {});  // it was idle for too long
+    }
+  }
+}
+
+async function start() {
+  try {
+    const {languages, language} = await ask("languages", {});
+    const select = byId("language");
+    select.append(element("option", {value: ""}, "as the server finds it"),
+      ...languages.map((one) => element("option", {value: one, selected: one === language}, one)));
+    select.addEventListener("change", () => open(select.value).catch((failure) => say(failure.message)));
+    await open();
+    follow();
+  } catch (failure) {
+    say(failure.message);
+  }
+}
+
+addEventListener("pagehide", () => {
+  if (page) navigator.sendBeacon("close", JSON.stringify({page}));
+});
+start();
