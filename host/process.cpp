@@ -37,7 +37,14 @@ sigset_t SignalSet(std::initializer_list<int> signals) {
   return set;
 }
 
-[[noreturn]] void ThrowSystemError(const char* what) { throw std::system_error(errno, std::generic_category(), what); }
+// What could not be done, with the limit that is in the way.
+[[noreturn]] void ThrowSystemError(const std::string& what) {
+  const char* const limit = errno == EMFILE   ? " (ulimit -n bounds those of a process)"
+                            : errno == ENFILE ? " (sysctl fs.file-max bounds those of the system)"
+                            : errno == EAGAIN ? " (ulimit -u bounds the processes of a user)"
+                                              : "";
+  throw std::system_error(errno, std::generic_category(), what + limit);
+}
 
 // Pipe ends are not inherited by the server: {reading, writing}.
 std::array<Descriptor, 2> MakePipe() {

@@ -12,6 +12,7 @@
 namespace vorlix::tool {
 namespace {
 
+constexpr std::string_view ASCII = "Aa09 .,-";
 constexpr size_t FAILED = static_cast<size_t>(-1);
 
 iconv_t Open(const std::string& to, const std::string& from) {
@@ -50,6 +51,8 @@ Encoding::Encoding(const std::string& outside, const std::string& of_server) : o
   if (outside == of_server) return;
   to_server_.reset(Open(of_server, outside));
   to_outside_.reset(Open(outside, of_server));
+  if (ToOutside(ASCII) != ASCII)
+    throw ToolError(Status::Usage, "in " + outside + " ASCII is not ASCII; name the encoding of the terminal");
 }
 
 std::string Encoding::ToServer(std::string_view text) const {
