@@ -11,9 +11,6 @@ if [[ -z ${found:-} ]] || ! command -v chromium >/dev/null || ! command -v chrom
   exit $SKIPPED
 fi
 # The look at accessibility is that of axe-core.
-axe=$1/npm/node_modules/axe-core/axe.min.js
-if [[ ! -e $axe ]] && command -v npm >/dev/null; then
-  npm install --silent --no-audit --no-fund --prefix "$1/npm" axe-core@4.10.2 >/dev/null 2>&1 || true
-fi
-if [[ -e $axe ]]; then export AXE=$axe; else echo "axe-core is not there: accessibility is not looked at"; fi
+axe=$("$2/tests/npm.sh" "$1" axe-core@4.10.2 axe.min.js)
+if [[ -n $axe ]]; then export AXE=$axe; else echo "axe-core is not there: accessibility is not looked at"; fi
 exec "$found" "$2/tests/preview/browser.py" "$2/examples" "${@:3}"
