@@ -189,6 +189,9 @@ TEST_F(Lsp, TellsCompletesAndGoes) {
       EXPECT_NE(answer.find(text), std::string::npos) << text << "\nin\n" << answer;
     EXPECT_EQ(answer.find("\"result\":null") != std::string::npos, wanted.empty()) << method << ' ' << line << answer;
   }
+  Change({{"text", "[kunden]\nTITEL=Customers\nENTRY=1\nnosuch=1\n"}});
+  EXPECT_NE(AskAt("hover", 1, 1).find("Mdf_title, up to 60 characters"), std::string::npos) << sent_;
+  EXPECT_NE(AskAt("hover", 0, 2).find("`nosuch` is no item"), std::string::npos) << sent_;
 }
 
 TEST_F(Lsp, ReadsFilesInLatin1) {

@@ -6,17 +6,12 @@
 #include <vector>
 
 #include "dll/base/text.h"
-#include "dll/shared/mdffile.h"
 #include "tools/check/style.h"
 #include "tools/check/textfile.h"
 #include "tools/nearest.h"
 
 namespace vorlix::tool {
 namespace {
-
-bool IsModuleItem(std::string_view name) {
-  return std::ranges::any_of(MODULE_ITEMS, [&](const ModuleItem& row) { return SameName(row.item, name); });
-}
 
 // The item that was meant: one whose name in the XBUF it is, or the nearest.
 std::string_view MeantItem(std::string_view name) {
@@ -78,6 +73,18 @@ void CheckEntryPoint(Findings& findings, size_t section) {
 
 }  // namespace
 
+const ModuleItem* FindModuleItem(std::string_view name) {
+  const auto* const found =
+      std::ranges::find_if(MODULE_ITEMS, [&](const ModuleItem& row) { return SameName(row.item, name); });
+  return found == std::end(MODULE_ITEMS) ? nullptr : found;
+}
+
+std::string MeaningOfItem(const ModuleItem& item) {
+  if (item.type == NOT_COLLECTED) return "not read";
+  return "Mdf_" + std::string(item.name) + ", up to " + std::to_string(item.limit) +
+         (item.limit == 1 ? " character" : " characters");
+}
+
 void JudgeModules(Findings& findings) {
   const TextFile file(findings.layout.Text());
   std::map<std::string, size_t> first;  // the section of a name, which alone is ever read
@@ -101,7 +108,7 @@ void JudgeModules(Findings& findings) {
 }
 
 bool HasModules(const Layout& layout) {
-  const auto count = std::ranges::count_if(layout.Entries(), IsModuleItem, &LayoutEntry::Name);
+  const auto count = std::ranges::count_if(layout.Entries(), FindModuleItem, &LayoutEntry::Name);
   return static_cast<size_t>(count) * 2 > layout.Entries().size();
 }
 

@@ -2,6 +2,7 @@
 // surprise.
 #pragma once
 
+#include "dll/shared/mdffile.h"
 #include "tools/check/finding.h"
 
 namespace vorlix::tool {
@@ -11,5 +12,11 @@ void JudgeModules(Findings& findings);
 
 /// Whether most of the entries are items of modules.
 bool HasModules(const Layout& layout);
+
+/// The item of a name in a module file; null when there is none.
+const ModuleItem* FindModuleItem(std::string_view name);
+
+/// What becomes of an item, such as "Mdf_title, up to 60 characters".
+std::string MeaningOfItem(const ModuleItem& item);
 
 }  // namespace vorlix::tool

@@ -1,7 +1,7 @@
 // What can be written at a place, with the manual's words for it.
 #include <set>
 
-#include "dll/shared/mdffile.h"
+#include "tools/check/modules.h"
 #include "tools/lsp/features.h"
 #include "tools/lsp/spot.h"
 
@@ -72,11 +72,8 @@ class Completion {
   void AddModuleItems() {
     if (!spot_.before.empty()) ReplaceFrom(0);
     const char* const end = spot_.part == Part::Name ? "" : "=";
-    for (const ModuleItem& row : MODULE_ITEMS) {
-      const std::string meaning =
-          "Mdf_" + std::string(row.name) + ", up to " + std::to_string(row.limit) + " characters";
-      Add(row.item, std::string(row.item) + end, KIND_PROPERTY, row.type == NOT_COLLECTED ? "not read" : meaning);
-    }
+    for (const ModuleItem& row : MODULE_ITEMS)
+      Add(row.item, std::string(row.item) + end, KIND_PROPERTY, MeaningOfItem(row));
   }
 
   void AddValues() {

@@ -4,6 +4,7 @@
 
 #include "dll/shared/fielddisplay.h"
 #include "tools/check/field.h"
+#include "tools/check/modules.h"
 #include "tools/lsp/features.h"
 #include "tools/lsp/spot.h"
 #include "tools/quoting.h"
@@ -40,6 +41,7 @@ class Teller {
 
   std::string Tell() const {
     if (spot_.section == Layout::NO_SECTION || spot_.part == Part::Nothing) return "";
+    if (analysis_.judged.kind == FileKind::Module) return TellModule();
     if (spot_.part == Part::Header) return TellField();
     if (IsCatalog(findings_.layout, spot_.section)) return TellDialog();
     if (!IsObject(findings_.layout, spot_.section)) return "";
@@ -101,6 +103,21 @@ class Teller {
     if (source.entry == nullptr) return "default";
     const std::string line = "line " + std::to_string(source.entry->line + 1);
     return source.file == &findings_ ? line : Cell(FileName(*source.file)) + ", " + line;
+  }
+
+  // An item, or all items of a section.
+  std::string TellModule() const {
+    const LayoutSection& section = findings_.layout.Sections()[spot_.section];
+    if (spot_.part != Part::Header) return TellItem(*spot_.entry);
+    std::string told = "**" + std::string(section.name) + "**, which mdf_Get reads\n\n";
+    for (const LayoutEntry& entry : findings_.layout.EntriesOf(section)) told += "- " + TellItem(entry);
+    return told;
+  }
+
+  static std::string TellItem(const LayoutEntry& entry) {
+    const ModuleItem* const item = FindModuleItem(entry.Name());
+    return item == nullptr ? "`" + std::string(entry.Name()) + "` is no item of a module\n"
+                           : Titled(item->item, MeaningOfItem(*item));
   }
 
   std::string TellModel() const {
