@@ -192,6 +192,9 @@ TEST_F(Lsp, TellsCompletesAndGoes) {
   Change({{"text", "[kunden]\nTITEL=Customers\nENTRY=1\nnosuch=1\n"}});
   EXPECT_NE(AskAt("hover", 1, 1).find("Mdf_title, up to 60 characters"), std::string::npos) << sent_;
   EXPECT_NE(AskAt("hover", 0, 2).find("`nosuch` is no item"), std::string::npos) << sent_;
+  Change({{"text", "[catalog]\nKD=K\n[kdd.a]\nPATH=a\nFTYP=T\nFLEN=9\n"}});
+  EXPECT_NE(AskAt("codeAction", 2, 2).find(R"("newText":"KD","range":{"end":{"character":4,)"), std::string::npos)
+      << sent_;
 }
 
 TEST_F(Lsp, ReadsFilesInLatin1) {

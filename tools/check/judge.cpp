@@ -170,13 +170,14 @@ void Reading::Explain(Finding& finding, std::string_view message) const {
     else if (names.empty())
       finding.remedy = "no model dictionary is open: name it with --model FILE, or in vorlix.ini";
   } else if (finding.rule == &VX302) {
-    finding.text = "the catalog has no handle " + std::string(FirstQuoted(message));
+    const std::string_view handle = FirstQuoted(message);
+    finding.text = "the catalog has no handle " + std::string(handle);
+    finding.span.end = std::min(finding.span.end, finding.span.begin + handle.size());
     std::vector<std::string_view> handles;
     const size_t catalog = Text().FindSection("catalog");
     if (catalog != Layout::NO_SECTION)
       for (const LayoutEntry& one : Text().EntriesOf(Text().Sections()[catalog])) handles.push_back(one.Name());
-    if (const std::string_view near = Nearest(FirstQuoted(message), handles); !near.empty())
-      finding.remedy = "did you mean " + std::string(near) + "?";
+    if (const std::string_view near = Nearest(handle, handles); !near.empty()) Suggest(finding, near);
   } else if (finding.rule == &VX502 || finding.rule == &VX504 || finding.rule == &VX506) {
     finding.instead = FirstQuoted(message);
     finding.remedy = "write " + *finding.instead + " (--fix does)";
