@@ -36,6 +36,7 @@ same kinds.german vorlix --lang de_DE preview kinds.dic
 same narrow.txt narrow 40 kinds.dic
 same refused.txt vorlix preview refused.dic
 same nosuch.txt vorlix preview kinds.dic KIND
+same models.txt vorlix preview ../../examples/dict/muster.dic
 same findings.txt vorlix preview findings.dic
 
 # Bytes of the server's language are the characters of the page.

@@ -124,8 +124,11 @@ class Page(unittest.TestCase):
                 ("name", "12a", "stored as 12a"),
                 ("umsatz", "1234.5", "shows as      1234.50, stored as 1234.5"),
                 ("umsatz", "1,5", '"," does not belong there in this language'),
+                ("umsatz", "1 2", '" " is not allowed: VALID is [0-9.,-]*'),
                 ("limit", "50001", "only 0 to 50000 is accepted"),
-                ("kunde_seit", "30.02.26", "not a date"),
+                ("limit", "", "nothing was typed: shows as"),
+                ("name", "", "refused: must be filled in"),
+                ("kunde_seit", "30.02.26", time.strftime("not a date; now it would be %d.%m.%y")),
                 ("kunde_seit", "24.12.26", "stored as 20261224"),
             ],
             "de_DE": [

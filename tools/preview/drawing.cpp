@@ -19,23 +19,27 @@ std::string Padded(std::string text, size_t columns) {
   return text.append(columns - std::min(columns, Columns(text)), ' ');
 }
 
-// Where the character of this number begins.
-size_t ByteOf(std::string_view text, size_t column) {
-  size_t byte = 0;
-  while (byte < text.size() && ColumnOf(text, byte) < column) ++byte;
-  return byte;
+// The first characters of a text, as many as there are columns.
+std::string_view Beginning(std::string_view text, size_t columns) {
+  size_t bytes = std::min(columns, text.size());
+  while (bytes < text.size() && ColumnOf(text, bytes + 1) <= columns) ++bytes;
+  return text.substr(0, bytes);
 }
 
-// A box as wide as the field, in lines of at most `width` columns, brackets included.
-std::vector<std::string> DrawBox(std::string text, size_t length, size_t width) {
+// A box as wide as the field, in lines of at most `width` columns, brackets included. A long one is shortened.
+std::vector<std::string> DrawBox(std::string_view text, size_t length, size_t width) {
+  constexpr std::string_view AND_SO_ON = "...";
   const size_t inside = width - 2;
-  text = Padded(std::move(text), length);
   std::vector<std::string> lines;
-  do {
-    const size_t size = ByteOf(text, inside);
-    lines.push_back((lines.empty() ? "[" : " ") + text.substr(0, size));
-    text.erase(0, size);
-  } while (!text.empty());
+  for (size_t left = std::max(length, Columns(text)); left > 0 && lines.size() < MOST_LINES;) {
+    const bool goes_on = left > inside && lines.size() + 1 == MOST_LINES;
+    const size_t columns = goes_on ? inside - AND_SO_ON.size() : std::min(left, inside);
+    const std::string_view part = Beginning(text, columns);
+    lines.push_back((lines.empty() ? "[" : " ") + Padded(std::string(part), columns));
+    if (goes_on) lines.back() += AND_SO_ON;
+    text.remove_prefix(part.size());
+    left -= std::min(left, inside);
+  }
   lines.back() += ']';
   return lines;
 }
@@ -54,7 +58,7 @@ std::vector<std::string> DrawInput(const FormField& field, size_t width, const C
   const std::string shown = Printable(to_outside(field.shown));
   if (field.object_type == "CB") return {std::atoi(field.shown.c_str()) != 0 ? "[x]" : "[ ]"};
   if (field.object_type == "RB") return {DrawChoices(field)};
-  if (field.object_type == "LB") return {"[" + Padded(shown, std::max<size_t>(field.length, 4)) + " v]"};
+  if (field.object_type == "LB") return {"[" + Padded(shown, std::clamp<size_t>(field.length, 4, width - 4)) + " v]"};
   return DrawBox(shown, std::max<size_t>(field.length, 1), width);
 }
 

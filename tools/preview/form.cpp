@@ -5,9 +5,11 @@
 #include <filesystem>
 #include <span>
 
+#include "dll/base/clock.h"
 #include "dll/base/text.h"
 #include "host/xbuf.h"
 #include "tools/check/field.h"
+#include "tools/check/manual.h"
 #include "tools/check/report.h"
 #include "tools/failure.h"
 #include "tools/nearest.h"
@@ -55,6 +57,16 @@ class Items {
   std::vector<host::XbufItem> items_;
 };
 
+bool IsZero(const std::string& number) { return std::strtod(number.c_str(), nullptr) == 0; }
+
+bool HasRange(const FormField& field) { return !IsZero(field.minimum) || !IsZero(field.maximum); }
+
+std::string RangeOfField(const FormField& field) {
+  if (HasRange(field)) return field.minimum + " to " + field.maximum;
+  const ManualWord* const type = field.type == "N" ? FindManualWord(WordKind::NumberValue, field.value_type) : nullptr;
+  return type != nullptr && type->meaning.find(" to ") != std::string_view::npos ? std::string(type->meaning) : "";
+}
+
 FormField ReadField(const Items& items) {
   FormField field;
   field.name = items.Text("fld");
@@ -67,10 +79,19 @@ FormField ReadField(const Items& items) {
   field.default_value = items.Text("defval");
   field.minimum = items.Text("min");
   field.maximum = items.Text("max");
+  field.range = RangeOfField(field);
   field.length = static_cast<size_t>(std::max(std::atoi(items.Text("len").c_str()), 0));
   field.decimals = std::atoi(items.Text("prec").c_str());
   field.is_required = items.Text("req") == "1";
   return field;
+}
+
+// A value of this type that every field of it can show; empty where there is none.
+std::string ValueOfNow(std::string_view type) {
+  if (type == "D" || type == "K") return "$DATE";
+  if (type == "Z") return "$TIME";
+  const std::tm now = LocalTimeNow();
+  return type == "M" ? std::to_string((now.tm_year + 1900) * 100 + now.tm_mon + 1) : "";
 }
 
 std::vector<FormField> ReadFields(Session& session, const std::string& dialog) {
@@ -81,9 +102,12 @@ std::vector<FormField> ReadFields(Session& session, const std::string& dialog) {
     if (next.args.at(2).IntAt() != 0) break;
     fields.push_back(ReadField(Items(next.args.at(1).TextAt())));
   }
-  // What the host works out is not known here.
-  for (FormField& field : fields)
+  for (FormField& field : fields) {
+    // What the host works out is not known here.
     field.shown = ShownIn(session, dialog, field.name, field.IsDefaultOfHost() ? "" : field.default_value);
+    if (const std::string now = ValueOfNow(field.type); !now.empty())
+      field.sample = ShownIn(session, dialog, field.name, now);
+  }
   return fields;
 }
 
@@ -170,6 +194,10 @@ class Origins {
 }  // namespace
 
 Preview ReadPreview(Session& session, const std::string& file, const Judged& judged, const Checker& checker) {
+  if (judged.kind != FileKind::Dictionary)
+    throw ToolError(Status::Usage, file + " is no dictionary but a file of " +
+                                       (judged.kind == FileKind::Model ? "models" : "modules") +
+                                       ", and has no dialogs; draw the dictionary that inherits from it");
   if (judged.findings.HasErrors() && !judged.findings.opens) {
     std::string told;
     for (const Finding& finding : judged.findings.list) told += '\n' + ReportText(judged.findings, finding);
@@ -250,21 +278,19 @@ std::string_view WordFor(std::span<const TypeWord> words, std::string_view type)
   return found != words.end() ? found->word : "";
 }
 
-bool IsZero(const std::string& number) { return std::strtod(number.c_str(), nullptr) == 0; }
-
-bool HasRange(const FormField& field) { return !IsZero(field.minimum) || !IsZero(field.maximum); }
-
 }  // namespace
 
 std::string KindOfField(const FormField& field) {
+  const std::string in_range = field.range.empty() ? "" : ", " + field.range;
   const std::string_view object = WordFor(OBJECT_WORDS, field.object_type);
+  if (field.object_type == "RB" || field.object_type == "LB") return std::string(object) + in_range;
   if (!object.empty()) return std::string(object);
   const std::string_view type = WordFor(FIELD_WORDS, field.type);
   std::string kind = type.empty() ? "the host's own (" + field.type + ')' : std::string(type);
   if (!field.value_type.empty()) kind += ' ' + field.value_type;
   if (field.type == "N" && field.decimals > 0)
     kind += ", " + std::to_string(field.decimals) + (field.decimals == 1 ? " decimal" : " decimals");
-  if (field.type == "N" && HasRange(field)) kind += ", " + field.minimum + " to " + field.maximum;
+  if (field.type == "N") kind += in_range;
   if (!field.format.empty() && field.format.find('%') != std::string::npos) kind += ", as " + field.format;
   if (!field.valid.empty()) kind += ", of " + field.valid;
   return kind;

@@ -10,6 +10,9 @@
 
 namespace vorlix::tool {
 
+/// Of the box of a long field; the rest is not drawn.
+inline constexpr size_t MOST_LINES = 10;
+
 /// What some attributes of a field come from.
 struct Inherited {
   std::string attributes;  // "FLEN, FPREC"
@@ -27,9 +30,11 @@ struct FormField {
   std::string format;
   std::string valid;
   std::string default_value;
-  std::string shown;  // what the field shows for it, by the filter "format"
+  std::string shown;   // what the field shows for it, by the filter "format"
+  std::string sample;  // what it shows now, of a date, week, month or time
   std::string minimum;
   std::string maximum;
+  std::string range;  // "0 to 50000", its own or that of its value type; empty when every value is in range
   size_t length = 0;
   int decimals = 0;
   bool is_required = false;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <shared_mutex>
 #include <stdexcept>
 #include <utility>
 
@@ -19,8 +18,9 @@ namespace {
 
 using nlohmann::json;
 
-// The checker chooses the language of the whole program: nothing that goes by it runs meanwhile.
-std::shared_mutex language;
+// The checker chooses the language of the whole program, so pages read the files one after the other. Nothing else of a
+// page goes by that language.
+std::mutex reading;
 
 // Where a character of the text stands, in characters; -1 when it does not.
 int PlaceOf(const std::string& text, const std::string& character) {
@@ -57,7 +57,7 @@ bool LivePage::HasChanged() const {
 
 void LivePage::Reload() {
   const std::lock_guard turn(turn_);
-  const std::lock_guard alone(language);
+  const std::lock_guard alone(reading);
   ++version_;
   is_lost_ = false;
   Watch();  // before they are read: what changes meanwhile is read again
@@ -70,8 +70,7 @@ void LivePage::Reload() {
 }
 
 void LivePage::Read() {
-  Checker checker(
-      {.models = command_.models, .ignore = {}, .kind = FileKind::Dictionary, .language = options_.language});
+  Checker checker({.models = command_.models, .ignore = {}, .kind = {}, .language = options_.language});
   const Judged judged = checker.Check(command_.file);
   if (checker.ModelPaths() != models_) {
     models_ = checker.ModelPaths();
@@ -88,6 +87,7 @@ void LivePage::Read() {
   preview_ = std::move(preview);
   session_ = std::move(session);
   encoding_ = EncodingFor(of_server, false);
+  forms_ = JsonForms();
   refusals_.clear();
 }
 
@@ -107,19 +107,23 @@ json LivePage::JsonField(const FormField& field) const {
           {"kind", Utf8(KindOfField(field))}, {"default", Utf8(DefaultOfField(field))},
           {"object", field.object_type},      {"typed", field.IsTypedInto()},
           {"length", field.length},           {"required", field.is_required},
+          {"minimum", field.minimum},         {"maximum", field.maximum},
           {"shown", Utf8(field.shown)},       {"choices", ChoicesOfField(field, MOST_CHOICES)},
           {"inherited", inherited},           {"findings", findings}};
 }
 
-json LivePage::Show() const {
-  const std::lock_guard turn(turn_);
-  const std::shared_lock reading(language);
+json LivePage::JsonForms() const {
   json forms = json::array();
   for (const Form& form : preview_.forms) {
     json fields = json::array();
     for (const FormField& field : form.fields) fields.push_back(JsonField(field));
     forms.push_back({{"name", Utf8(form.name)}, {"id", Utf8(form.id)}, {"fields", fields}});
   }
+  return forms;
+}
+
+json LivePage::Show() const {
+  const std::lock_guard turn(turn_);
   json findings = json::array();
   for (const std::string& finding : refusals_.empty() ? preview_.findings : refusals_)
     findings.push_back(Utf8(finding));
@@ -128,7 +132,7 @@ json LivePage::Show() const {
           {"version", version_.load()},
           {"good", refusals_.empty()},
           {"findings", findings},
-          {"forms", forms}};
+          {"forms", forms_}};
 }
 
 const FormField& LivePage::Find(const std::string& dialog, const std::string& field) const {
@@ -152,7 +156,6 @@ std::vector<std::string> LivePage::Opening() const {
 
 json LivePage::Type(const std::string& dialog, const std::string& field, const std::string& text) {
   const std::lock_guard turn(turn_);
-  const std::shared_lock reading(language);
   if (session_ == nullptr) throw ToolError(Status::Usage, "no dialog is open");
   const std::string id = encoding_.ToServer(dialog);
   const FormField& found = Find(id, encoding_.ToServer(field));
@@ -169,7 +172,7 @@ json LivePage::Type(const std::string& dialog, const std::string& field, const s
 
 json LivePage::Scan(const std::string& dialog, const FormField& field, const std::string& text) {
   const Typed typed = TypeInto(*session_, field, text);
-  json answer = {{"accepted", typed.IsAccepted()},
+  json answer = {{"accepted", typed.is_accepted},
                  {"function", typed.function},
                  {"code", typed.code},
                  {"rc", typed.rc},
@@ -178,7 +181,7 @@ json LivePage::Scan(const std::string& dialog, const FormField& field, const std
                  {"at", PlaceOf(Utf8(text), Utf8(typed.refused))}};
   std::vector<std::string> lines = Opening();
   lines.push_back(typed.line);
-  if (typed.IsAccepted()) {
+  if (typed.is_accepted) {
     const json shown = Choose(dialog, field, typed.stored);
     answer["shown"] = shown.at("shown");
     lines.push_back(shown.at("line"));

@@ -59,6 +59,7 @@ class LivePage {
   nlohmann::json Scan(const std::string& dialog, const FormField& field, const std::string& text);
   nlohmann::json Choose(const std::string& dialog, const FormField& field, const std::string& value);
   nlohmann::json JsonField(const FormField& field) const;
+  nlohmann::json JsonForms() const;
 
   mutable std::mutex turn_;
   Options options_;
@@ -66,6 +67,7 @@ class LivePage {
   Encoding encoding_;  // between UTF-8 and the server's
   std::unique_ptr<Session> session_;
   Preview preview_;
+  nlohmann::json forms_ = nlohmann::json::array();  // of the preview
   std::vector<std::string> models_;
   std::vector<std::string> refusals_;  // of files that are not those of the forms; empty when they are
   std::vector<Stamp> stamps_;

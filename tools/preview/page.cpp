@@ -88,7 +88,7 @@ class Page {
       return;
     }
     const size_t width = std::clamp<size_t>(field.length, 1, LONGEST_LINE);
-    const size_t lines = std::max<size_t>((field.length + width - 1) / width, 1);
+    const size_t lines = std::clamp<size_t>((field.length + width - 1) / width, 1, MOST_LINES);
     page_ += "<pre class=\"box\" style=\"width:" + std::to_string(width) + "ch;min-height:" + std::to_string(lines) +
              "lh\">" + Text(field.shown) + "</pre>" + (field.object_type == "LB" ? " &#9662;\n" : "\n");
   }

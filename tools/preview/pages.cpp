@@ -57,4 +57,9 @@ void Pages::CloseIdle() {
   });
 }
 
+void Pages::CloseAll() {
+  const std::lock_guard lock(lock_);
+  pages_.clear();
+}
+
 }  // namespace vorlix::tool

@@ -39,6 +39,7 @@ class Pages {
 
   void Close(const std::string& token);
   void CloseIdle();
+  void CloseAll();
 
  private:
   std::string Reserve();

@@ -33,7 +33,7 @@ void Print(const Preview& preview, const Conversion& to_outside) {
 
 Status ShowPreview(const Options& options, const PreviewCommand& command) {
   if (command.port) return ServePreview(options, command);
-  Checker checker({.models = command.models, .ignore = {}, .kind = FileKind::Dictionary, .language = options.language});
+  Checker checker({.models = command.models, .ignore = {}, .kind = {}, .language = options.language});
   const Judged judged = checker.Check(command.file);
   Options of_server = options;
   if (of_server.language.empty()) of_server.language = checker.Language();

@@ -15,6 +15,7 @@ namespace {
 
 // What the scanners answer in rc.
 constexpr int32_t NOTHING_TYPED = -1;
+constexpr int32_t NOT_OF_ITS_KIND = 1;
 constexpr int32_t OUT_OF_RANGE = 2;
 constexpr int32_t NOT_ALLOWED = 3;
 
@@ -44,19 +45,31 @@ std::string Sent(const FormField& field, std::string_view argument, const std::s
   return field.valid;
 }
 
-// Whether the character is in the field's set: a decimal comma can be, where the language has a point.
+// Whether the character is in the field's set: a decimal comma can be, where the language has a point. The scanner
+// leaves out blanks at the ends.
 bool IsValid(Session& session, const FormField& field, const std::string& character) {
+  if (character == " ") return field.valid.find(' ') != std::string::npos;
   const host::Result result = session.Call("scan_Text", {host::Text(character), host::Int(1), host::Text(""),
                                                          host::Text(field.valid), host::OutText(ROOM), host::IntRef()});
   return result.code == 0 && result.args.at(5).IntAt() == 0;
+}
+
+// What the scanner takes for none of its kind, with what would be one.
+std::string NoneOfItsKind(const FunctionInfo& function, const FormField& field) {
+  if (function.name == "scan_Num")
+    return "not a number" + (field.range.empty() ? "" : ", or not one of " + field.range);
+  const std::string now = field.sample.substr(0, field.sample.find_last_not_of(' ') + 1);
+  return std::string(MeaningOf(function, "rc", NOT_OF_ITS_KIND)) + (now.empty() ? "" : "; now it would be " + now);
 }
 
 // By the field, where the function alone says less.
 std::string ReasonOf(Session& session, const FunctionInfo& function, const FormField& field, const Typed& typed) {
   if (typed.rc == NOTHING_TYPED) return field.is_required ? "must be filled in" : "nothing was typed";
   if (typed.rc == OUT_OF_RANGE) return "only " + field.minimum + " to " + field.maximum + " is accepted";
+  if (typed.rc == NOT_OF_ITS_KIND) return NoneOfItsKind(function, field);
   if (typed.rc != NOT_ALLOWED) return MeaningOf(function, "rc", typed.rc);
-  if (typed.refused.empty()) return "VALID is wrong: " + field.valid;
+  if (typed.refused.empty())
+    return field.valid.empty() ? NoneOfItsKind(function, field) : "VALID is wrong: " + field.valid;
   const std::string refused = '"' + typed.refused + '"';
   if (field.valid.empty()) return refused + " is no character for it";
   return IsValid(session, field, typed.refused) ? refused + " does not belong there in this language"
@@ -108,7 +121,9 @@ Typed TypeInto(Session& session, const FormField& field, const std::string& text
   }
   if (typed.rc != NOT_ALLOWED) typed.refused.clear();
   if (typed.rc != 0) typed.reason = ReasonOf(session, function, field, typed);
-  if (!typed.IsAccepted()) typed.stored.clear();
+  const bool may_be_empty = typed.rc == NOTHING_TYPED && !field.is_required;
+  typed.is_accepted = typed.code == 0 && (typed.rc == 0 || may_be_empty);
+  if (!typed.is_accepted) typed.stored.clear();
   return typed;
 }
 

@@ -11,12 +11,11 @@ struct Typed {
   std::string function;  // the scanner
   int32_t code = 0;
   int32_t rc = 0;
+  bool is_accepted = false;
   std::string stored;   // the value that the host stores; empty unless it is accepted
   std::string refused;  // the character that is not allowed; empty for none
-  std::string reason;   // why it is refused, in words
+  std::string reason;   // why it is refused, in words; or that nothing was typed where nothing need be
   std::string line;     // of a script that does the same, with what came back as its expectation
-
-  bool IsAccepted() const { return code == 0 && rc == 0; }
 };
 
 /// Calls the scanner with the field's own attributes. The text is in the encoding of the server.

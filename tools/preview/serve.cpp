@@ -7,7 +7,9 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <future>
 #include <nlohmann/json.hpp>
 #include <thread>
 #include <vector>
@@ -24,8 +26,10 @@ using nlohmann::json;
 using std::chrono::milliseconds;
 
 constexpr const char* LOOPBACK = "127.0.0.1";
-constexpr size_t MOST_BYTES = 100'000;  // of a request
-constexpr size_t THREADS = 4 * MOST_PAGES;
+constexpr size_t MOST_BYTES = 100'000;      // of a request
+constexpr size_t THREADS = 8 * MOST_PAGES;  // a browser keeps up to six connections
+constexpr int LONGEST_SILENCE = 1;          // seconds, of a connection
+constexpr std::chrono::seconds LONGEST_END{2};
 constexpr milliseconds LOOK_AGAIN{150};  // at the files
 constexpr milliseconds LONGEST_WAIT{15'000};
 
@@ -45,7 +49,8 @@ class PreviewServer {
       : options_(options), command_(command), token_(RandomToken()) {
     web_.set_socket_options(SetSocketOptions);
     web_.set_payload_max_length(MOST_BYTES);
-    web_.set_keep_alive_timeout(2);
+    web_.set_keep_alive_timeout(LONGEST_SILENCE);
+    web_.set_read_timeout(LONGEST_SILENCE);
     web_.new_task_queue = [] { return new httplib::ThreadPool(THREADS); };
     web_.set_default_headers({{"Content-Security-Policy", POLICY},
                               {"X-Content-Type-Options", "nosniff"},
@@ -66,12 +71,16 @@ class PreviewServer {
 
   // Until a signal comes.
   void Run() {
-    std::jthread listening([this] { web_.listen_after_bind(); });
+    std::future<bool> listening = std::async(std::launch::async, [this] { return web_.listen_after_bind(); });
     while (EndingSignal() == 0) {
       std::this_thread::sleep_for(LOOK_AGAIN);
       pages_.CloseIdle();
     }
     web_.stop();
+    if (listening.wait_for(LONGEST_END) == std::future_status::ready) return;
+    // Somebody keeps a connection busy, which cannot be told to end.
+    pages_.CloseAll();
+    std::_Exit(128 + EndingSignal());
   }
 
  private:

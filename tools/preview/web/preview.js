@@ -47,7 +47,8 @@ function tell(output, text, answer) {
   output.replaceChildren();
   output.dataset.about = text;
   if (answer.accepted) {
-    output.append(element("span", {className: "good"}, "accepted"), ": shows as ", value(answer.shown), ", stored as ",
+    const how = answer.reason === "" ? "accepted" : answer.reason;  // that nothing was typed
+    output.append(element("span", {className: "good"}, how), ": shows as ", value(answer.shown), ", stored as ",
       value(answer.stored));
   } else {
     output.append(element("span", {className: "bad"}, "refused: " + answer.reason), " ", marked(text, answer.at));
@@ -67,7 +68,7 @@ function tell(output, text, answer) {
 }
 
 function textInput(field, id) {
-  const lines = Math.ceil(field.length / 80);
+  const lines = Math.min(Math.ceil(field.length / 80), 10);
   const input = lines > 1 ? element("textarea", {rows: lines}) : element("input", {type: "text"});
   input.id = id;
   input.value = field.shown.trim();
@@ -86,6 +87,7 @@ function choiceInput(field, id, changed) {
   }
   if (field.choices.length === 0) {
     const number = element("input", {type: "number", id, value});
+    if (Number(field.maximum) > Number(field.minimum)) Object.assign(number, {min: field.minimum, max: field.maximum});
     number.addEventListener("change", () => changed(number.value));
     return number;
   }
