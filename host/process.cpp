@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -44,6 +45,12 @@ sigset_t SignalSet(std::initializer_list<int> signals) {
                             : errno == EAGAIN ? " (ulimit -u bounds the processes of a user)"
                                               : "";
   throw std::system_error(errno, std::generic_category(), what + limit);
+}
+
+std::string WhyNotExecutable(const std::string& program, int error) {
+  struct stat status {};
+  if (error != EACCES || stat(program.c_str(), &status) != 0) return "";
+  return S_ISDIR(status.st_mode) ? "; it is a directory" : "; is it executable (chmod +x)?";
 }
 
 // Pipe ends are not inherited by the server: {reading, writing}.
@@ -202,8 +209,8 @@ void Process::Start(const std::string& program, const std::vector<std::string>& 
   const int error = ExecError(report.Get());
   if (error != 0) {
     waitpid(pid_, nullptr, 0);
-    throw ServerError(Failure::NoServer, "cannot start " + program + ": " + std::strerror(error) +
-                                             (error == EACCES ? "; is it executable (chmod +x)?" : ""));
+    throw ServerError(Failure::NoServer,
+                      "cannot start " + program + ": " + std::strerror(error) + WhyNotExecutable(program, error));
   }
   pidfd_ = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)));
   if (pidfd_.Get() < 0) {

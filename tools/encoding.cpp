@@ -47,7 +47,8 @@ std::string EncodingOf(const std::string& locale) {
   return scope.IsInstalled() ? nl_langinfo(CODESET) : "";
 }
 
-Encoding::Encoding(const std::string& outside, const std::string& of_server) : of_server_(of_server) {
+Encoding::Encoding(const std::string& outside, const std::string& of_server)
+    : outside_(outside), of_server_(of_server) {
   if (outside == of_server) return;
   to_server_.reset(Open(of_server, outside));
   to_outside_.reset(Open(outside, of_server));
@@ -59,6 +60,8 @@ std::string Encoding::ToServer(std::string_view text) const {
   if (to_server_ == nullptr) return std::string(text);
   std::string_view rest;
   if (auto converted = Convert(to_server_.get(), text, rest)) return *std::move(converted);
+  if (outside_ == "UTF-8" && !IsUtf8(text))
+    throw ToolError(Status::Usage, Quote(text) + " is not UTF-8; --encoding names the encoding of what is typed");
   throw ToolError(Status::Usage, "the server's language, in " + of_server_ + ", does not have what begins with " +
                                      Quote(rest.substr(0, rest.find_first_of(" \n\t"))));
 }

@@ -58,6 +58,7 @@ class Encoding {
   };
   using Converter = std::unique_ptr<void, Close>;
 
+  std::string outside_;
   std::string of_server_;
   Converter to_server_;  // null for both: there is nothing to convert
   Converter to_outside_;

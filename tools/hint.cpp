@@ -86,7 +86,8 @@ std::string FileHint(const FunctionInfo& function, const host::Result& result, i
   const std::string path = FindArg(function, result, "fname")->TextAt();
   if (answer > 0) return "\n  where it is wrong: vorlix check " + QuoteWord(path);
   std::error_code ignored;
-  if (path.empty() || fs::exists(path, ignored)) return "";
+  if (path.empty()) return "";
+  if (fs::exists(path, ignored)) return "\n  " + QuoteWord(path) + " is there, and cannot be read";
   const std::string there_is_none = "\n  there is no file " + QuoteWord(path);
   if (const std::string swapped = SwappedFile(function, result, path); !swapped.empty()) return there_is_none + swapped;
   const fs::path directory = fs::path(path).parent_path();

@@ -74,7 +74,8 @@ class CommandLine {
     // A range check lets it pass.
     if (std::isnan(options_.timeout)) throw CLI::ValidationError("--timeout", "nan is no number of seconds");
     if (preview_->parsed()) ReadPort();
-    if (call_->parsed() && call_->remaining().empty()) throw CLI::RequiredError("NAME");
+    if (call_->parsed() && call_->remaining().empty())
+      throw CLI::ValidationError("call", "NAME is required, as in: vorlix call fmt_Num 1234.5 10 2 RT");
     if (call_->parsed() && call_->remaining()[0].starts_with('-')) throw CLI::ExtrasError("call", call_->remaining());
   }
 
@@ -119,8 +120,10 @@ class CommandLine {
   // Prints help, version or what is wrong.
   Status Explain(const CLI::ParseError& error) const {
     const std::vector<CLI::App*> given = app_.get_subcommands();
-    if (error.get_name() == "CallForHelp") return PrintHelp(given.empty() ? app_ : *given[0]);
-    const bool is_extra = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+    const bool wants_help = error.get_name() == "CallForHelp";
+    if (wants_help && (!given.empty() || app_.remaining_size() == 0))
+      return PrintHelp(given.empty() ? app_ : *given[0]);
+    const bool is_extra = wants_help || error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
     const std::string hint = is_extra ? HintForWords(app_, app_.remaining(true)) : "";
     if (!hint.empty()) {
       std::fprintf(stderr, "vorlix: %s\n", Printable(hint).c_str());
@@ -135,6 +138,7 @@ class CommandLine {
   void AddServerOptions(CLI::App& app) {
     app.add_option("--trace", options_.trace, "Level of the call trace on standard error, 1 to 3")
         ->type_name("N")
+        ->check(CLI::Range(0, 9).description(""))
         ->envname("VORLIX_DEBUG");
     app.add_option("--flags", options_.flags, "Levels of the category trace on standard error, as D3F1 or *2")
         ->type_name("FLAGS")
@@ -261,7 +265,7 @@ class CommandLine {
     if (function_.empty()) return PrintHelp(app_);
     if (found != commands.end()) return PrintHelp(**found);
     if (FindFunction(function_) != nullptr) return ListFunctions(function_, false);
-    throw ToolError(Status::Usage, "there is no command '" + function_ + "'; vorlix help lists them");
+    throw ToolError(Status::Usage, HintForCommand(app_, function_));
   }
 
   // For whoever packs the program: a manual page of each command, or the completions of a shell.

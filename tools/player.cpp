@@ -136,13 +136,16 @@ void Player::RunCall(const Statement& statement) {
 }
 
 void Player::RunPlace(const Statement& statement) {
-  static constexpr FunctionInfo UNKNOWN{};
   const std::string name = Text(statement, 0);
   const FunctionInfo* const function = FindFunction(name);
   const std::vector<Word> words(statement.words.begin() + 1, statement.words.end());
   std::vector<host::Arg> args = MakePlaced(words, [this](const Word& word) { return scope_.Expand(word); });
   const std::string shown = ShowPlaced(args, [this](const std::string& text) { return Shown(text, true); });
-  PlaceCall(statement, "place " + Shown(name) + shown, name, function != nullptr ? *function : UNKNOWN,
+  if (function == nullptr) {
+    unknown_name_ = name;
+    unknown_.name = unknown_name_;
+  }
+  PlaceCall(statement, "place " + Shown(name) + shown, name, function != nullptr ? *function : unknown_,
             std::move(args));
 }
 

@@ -115,8 +115,10 @@ class Player {
   size_t failed_ = 0;                     // statements, when it keeps going
   int line_ = 0;                          // of the statement that runs
   const FunctionInfo* called_ = nullptr;  // the function of the last call
-  host::Result result_;                   // and what came of it
-  std::string refused_file_;              // a line, and why; empty when all files were there
+  std::string unknown_name_;              // of one that "place" calls and nobody knows
+  FunctionInfo unknown_;
+  host::Result result_;       // and what came of it
+  std::string refused_file_;  // a line, and why; empty when all files were there
   Scope scope_;
   StandIns stand_ins_;
   std::string played_;

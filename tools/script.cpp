@@ -2,6 +2,7 @@
 // statement by its first word. Everything that can be wrong without a server is found here, before the first call is
 // placed.
 #include "tools/script.h"
+#include "tools/nearest.h"
 
 #include <algorithm>
 #include <array>
@@ -46,6 +47,15 @@ constexpr int DEEPEST_LOOP = 100;
 constexpr std::string_view EACH_FORM = "each FUNCTION ARGUMENT... until EXPECTATION...";
 
 [[noreturn]] void Refuse(const std::string& message) { throw ToolError(Status::Usage, message); }
+
+// What is no function may be a statement with a slip.
+void RequireNoKeywordMeant(std::string_view word) {
+  if (FindFunction(word) != nullptr) return;
+  std::vector<std::string_view> names = {"each", "end"};
+  for (const Keyword& keyword : KEYWORDS) names.push_back(keyword.name);
+  if (const std::string_view near = Nearest(word, names); !near.empty())
+    Refuse("there is no statement '" + std::string(word) + "'; did you mean " + std::string(near) + '?');
+}
 
 struct Operator {
   std::string_view text;
@@ -186,6 +196,9 @@ class Parser {
     statement.line = line_;
     std::vector<Word> tail;
     statement.words = SplitAt("=>", line, tail);
+    for (const Word& word : statement.words)
+      if (word.Bare().starts_with("=>"))
+        Refuse("a blank stands behind =>, or quotes around '" + std::string(word.Bare()) + "'");
     statement.expected = ParseExpectations(tail);
     if (statement.words.empty()) {
       statement.kind = Kind::Check;
@@ -213,6 +226,7 @@ class Parser {
 
   static void ParseCall(Statement& statement, const Word& name) {
     if (!name.Is(name.Bare())) Refuse("a line begins with a function or a statement");
+    RequireNoKeywordMeant(name.Bare());
     statement.function = &RequireFunction(name.Bare());
     GivenArguments(*statement.function, statement.words.size());
     RequireReturned(*statement.function, statement.expected);

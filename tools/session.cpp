@@ -112,7 +112,12 @@ Session::Session(const Options& options, bool is_typed)
     : server_(ServerOptionsOf(options, scratch_)),
       keeps_failures_(options.flags.empty()),
       counts_bytes_(is_typed && EncodingOf(ServerLocale(options)) == "UTF-8") {
-  TellOfRevision();
+  try {
+    TellOfRevision();
+  } catch (const host::ServerError& error) {
+    if (options.server.empty() || error.Kind() != host::Failure::Died) throw;
+    throw ToolError(Status::Died, error.what() + std::string("; is ") + options.server + " the server, vorlix.dll?");
+  }
   if (!keeps_failures_) Place("dll_SetDebugFlags", {host::Text(options.flags), host::Text("")});
   if (options.trace) Place("dll_Debug", {host::Int(*options.trace)});
 }

@@ -33,6 +33,8 @@ std::string HintForPlace(const CLI::App& app, const std::string& word) {
   return "";
 }
 
+}  // namespace
+
 std::string HintForCommand(const CLI::App& app, const std::string& word) {
   Words functions;
   for (const FunctionInfo& function : FUNCTIONS) functions.push_back(function.name);
@@ -43,10 +45,8 @@ std::string HintForCommand(const CLI::App& app, const std::string& word) {
   if (const auto command = Nearest(word, commands); !command.empty()) return there_is_none + std::string(command) + '?';
   if (const auto name = Nearest(word, functions); !name.empty())
     return there_is_none + "call " + std::string(name) + '?';
-  return "";
+  return "there is no command '" + word + "'; vorlix help lists them";
 }
-
-}  // namespace
 
 std::string HelpOf(const CLI::App& app) {
   // CLI::App::help gives the help of the command that was called in the place of the program's.

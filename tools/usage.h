@@ -7,6 +7,9 @@
 
 namespace vorlix::tool {
 
+/// What a word was meant to be that is no command of the program.
+std::string HintForCommand(const CLI::App& app, const std::string& word);
+
 /// The help of the program or of one of its commands, in lines that fit the terminal.
 std::string HelpOf(const CLI::App& app);
 

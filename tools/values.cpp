@@ -15,10 +15,15 @@ namespace {
   throw std::invalid_argument(std::string(arg.name) + what);
 }
 
+std::string NumberFault(const std::string& text, host::DecimalFault fault) {
+  const std::string_view point = text.find(',') == std::string::npos ? "" : "; decimals stand behind a point";
+  return std::string(host::FaultText(fault)) + std::string(point);
+}
+
 host::Arg MakeReal(const ArgInfo& arg, const std::string& text) {
   HostReal real;
   const host::DecimalFault fault = host::ParseDecimal(text, real);
-  if (fault != host::DecimalFault::None) Refuse(arg, ": " + Quote(text) + ' ' + std::string(host::FaultText(fault)));
+  if (fault != host::DecimalFault::None) Refuse(arg, ": " + Quote(text) + ' ' + NumberFault(text, fault));
   return host::Real(real);
 }
 

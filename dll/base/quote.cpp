@@ -7,6 +7,13 @@ bool StandsForItself(char c) { return c >= 0x20 && c < 0x7f && c != '"' && c != 
 
 }  // namespace
 
+bool Character::IsPrintable() const {
+  if (size == 0 || code < 0x20 || (code >= 0x7f && code < 0xa0)) return false;
+  const auto within = [this](uint32_t first, uint32_t last) { return code >= first && code <= last; };
+  return code != 0xad && code != 0xfeff && !within(0x200b, 0x200f) && !within(0x2028, 0x202e) &&
+         !within(0x2060, 0x206f);
+}
+
 Character FirstCharacter(std::string_view text) {
   const auto byte = [&](size_t k) { return static_cast<uint8_t>(text[k]); };
   const uint8_t lead = byte(0);

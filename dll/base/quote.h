@@ -14,8 +14,9 @@ struct Character {
   size_t size = 0;  // bytes; 0: the text does not start with a character
   uint32_t code = 0;
 
-  /// Whether it shows as something: no control characters, those of U+0080 to U+009F included.
-  bool IsPrintable() const { return size != 0 && code >= 0x20 && (code < 0x7f || code >= 0xa0); }
+  /// Whether it shows as something, where it stands: no control characters, those of U+0080 to U+009F included, and
+  /// none that have no width or turn the direction of a line.
+  bool IsPrintable() const;
 };
 
 /// The character that a text begins with. The text is not empty.
