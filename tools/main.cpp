@@ -82,8 +82,11 @@ class CommandLine {
   // What stands behind --serve is a port, or the next of the other words.
   void ReadPort() {
     PreviewCommand& to = preview_command_;
+    const bool is_number = serve_.find_first_not_of("-0123456789") == std::string::npos;
     if (const auto port = ReadWhole<uint16_t>(serve_)) {
       to.port = *port;
+    } else if (!serve_.empty() && is_number) {
+      throw CLI::ValidationError("--serve", serve_ + " is no port; those are 1 to 65535");
     } else if (!serve_.empty()) {
       to.port = 0;
       if (!to.file.empty() && !to.dialog.empty()) throw CLI::ValidationError("--serve", serve_ + " is no port");
@@ -236,10 +239,12 @@ class CommandLine {
     preview_->add_option("--model", to.models, "A model dictionary to inherit from; can be given again")
         ->type_name("FILE")
         ->allow_extra_args(false);
-    preview_->add_option("--html", to.html, "Write a page for a browser instead")->type_name("FILE");
+    CLI::Option* const html = preview_->add_option("--html", to.html, "Write a page for a browser instead");
+    html->type_name("FILE");
     preview_->add_option("--serve", serve_, "Serve a page to type into, on a port of this machine or a free one")
         ->type_name("PORT")
         ->expected(0, 1)
+        ->excludes(html)
         ->default_str("0");
     preview_->footer(
         R"(Example: printf '[catalog]\nA=ORDER\n[a.n]\nPATH=n\nFTYP=N\nFLEN=9\n' >/tmp/my.dic; vorlix preview /tmp/my.dic)");

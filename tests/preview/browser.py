@@ -128,6 +128,7 @@ class Page(unittest.TestCase):
                 ("limit", "50001", "only 0 to 50000 is accepted"),
                 ("limit", "", "nothing was typed: shows as"),
                 ("name", "", "refused: must be filled in"),
+                ("name", "x" * 31, "cut to the length of the field"),
                 ("kunde_seit", "30.02.26", time.strftime("not a date; now it would be %d.%m.%y")),
                 ("kunde_seit", "24.12.26", "stored as 20261224"),
             ],
@@ -166,6 +167,7 @@ class Page(unittest.TestCase):
         file = preview.directory / "kunden.dic"
         good = file.read_bytes()
         self.type("name", "Meier")
+        self.field("gesperrt").send_keys(Keys.SPACE)
         seconds = []
         for length in (7, 8, 9):
             begun = time.monotonic()
@@ -174,11 +176,16 @@ class Page(unittest.TestCase):
             seconds.append(time.monotonic() - begun)
         self.assertLess(min(seconds), 0.5)
         self.assertEqual(self.field("name").get_attribute("value"), "Meier", "what was typed stays")
+        self.assertTrue(self.field("gesperrt").is_selected(), "and what was chosen")
         file.write_bytes(good + b"NONSENSE=1\n")
         findings = self.driver.find_element(By.ID, "findings")
         self.until(lambda: "VX201" in findings.text, 3)
         self.assertIn("refuses", self.driver.find_element(By.ID, "state").text)
         self.assertTrue(self.field("umsatz").is_displayed(), "the last good dialog stays")
+        model = preview.directory / "muster.dic"
+        model.write_bytes(model.read_bytes().replace(b"FTYP=N", b"FTPY=N"))
+        self.until(lambda: "muster.dic:4: error VX201: there is no attribute FTPY" in findings.text, 3)
+        shutil.copy(EXAMPLES / "dict" / "muster.dic", model)
         file.write_bytes(good.replace(b"[kd.limit]", b"[kd.limit]\nERLAUBT=x"))
         self.until(lambda: "VX502" in self.driver.find_element(By.ID, "forms").text, 3)
 
@@ -222,9 +229,9 @@ class Page(unittest.TestCase):
 
 class Programs(unittest.TestCase):
     def setUp(self) -> None:
-        self.preview = Preview("--lang", "C")
+        self.preview = Preview()
         self.addCleanup(self.preview.end)
-        self.page = self.preview.ask("open", {})[1]["page"]
+        self.page = self.preview.ask("open", {"language": "C"})[1]["page"]
 
     def still_serves(self) -> None:
         told = self.preview.ask("type", {"page": self.page, "dialog": "D01KUNDE", "field": "name", "text": "a"})
@@ -250,6 +257,29 @@ class Programs(unittest.TestCase):
         with self.assertRaisesRegex(urllib.error.HTTPError, "403"):  # no token
             urllib.request.urlopen(f"http://{self.preview.host}/preview.js")
         self.still_serves()
+
+    def test_names_of_other_letters(self) -> None:
+        file = self.preview.directory / "kunden.dic"
+        file.write_bytes(b"[catalog]\nKD=K\xe4se\n[kd.stra\xdfe]\nPATH=s\nFTYP=T\nFLEN=9\n")
+        (self.preview.directory / "vorlix.ini").write_text("[check]\nlanguage=de_DE\n")
+        for language, name in (("C", r'"stra\xdfe"'), ("de_DE", "straße"), ("", "straße")):
+            shown = self.preview.ask("open", {"language": language})[1]
+            form = shown["forms"][0]
+            self.assertEqual(form["fields"][0]["name"], name)
+            typed = {"page": shown["page"], "dialog": form["id"], "field": name, "text": "ß" if language == "" else "s"}
+            told = self.preview.ask("type", typed)[1]
+            run = subprocess.run([os.environ["VORLIX"], "run", "-"], input=told["script"], text=True, capture_output=True)
+            self.assertEqual((told["accepted"], run.returncode), (True, 0), run.stderr)
+
+    def test_that_end_it_early(self) -> None:
+        for moment in range(20):
+            preview = subprocess.Popen(
+                [os.environ["VORLIX"], "preview", self.preview.directory / "kunden.dic", "--serve"],
+                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+            )
+            time.sleep(moment / 500)
+            preview.terminate()
+            self.assertNotEqual(preview.wait(5), 0)
 
     def test_that_want_the_port(self) -> None:
         other = Preview(port=self.preview.host.split(":")[1])

@@ -36,7 +36,7 @@ Project FindProject(const std::string& file) {
   for (fs::path directory = path.parent_path();; directory = directory.parent_path()) {
     const fs::path found = directory / "vorlix.ini";
     if (fs::is_regular_file(found, error)) {
-      Project project{SplitCommas(ReadText(found, "models")), SplitCommas(ReadText(found, "modules")),
+      Project project{found.string(), SplitCommas(ReadText(found, "models")), SplitCommas(ReadText(found, "modules")),
                       SplitCommas(ReadText(found, "ignore")), ReadText(found, "language")};
       for (std::vector<std::string>* const paths : {&project.models, &project.modules})
         for (std::string& path_there : *paths) path_there = fs::proximate(directory / path_there, error).string();

@@ -13,6 +13,7 @@
 namespace vorlix::tool {
 
 struct Project {
+  std::string path;                  // of vorlix.ini; empty when there is none
   std::vector<std::string> models;   // paths
   std::vector<std::string> modules;  // paths of module files
   std::vector<std::string> ignore;   // codes

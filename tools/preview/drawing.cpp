@@ -44,20 +44,27 @@ std::vector<std::string> DrawBox(std::string_view text, size_t length, size_t wi
   return lines;
 }
 
-std::string DrawChoices(const FormField& field) {
-  std::string drawn;
+// In lines of at most `width` columns.
+std::vector<std::string> DrawChoices(const FormField& field, size_t width) {
+  std::vector<std::string> lines;
   const std::string chosen = field.shown.substr(std::min(field.shown.find_first_not_of(' '), field.shown.size()));
   for (const int choice : ChoicesOfField(field, MOST_CHOICES)) {
     const std::string number = std::to_string(choice);
-    drawn += (drawn.empty() ? "" : "  ") + std::string(number == chosen ? "(x) " : "( ) ") + number;
+    const std::string drawn = (number == chosen ? "(x) " : "( ) ") + number;
+    if (lines.empty() || lines.back().size() + 2 + drawn.size() > width) {
+      lines.push_back(drawn);
+    } else {
+      lines.back() += "  " + drawn;
+    }
   }
-  return drawn.empty() ? '(' + chosen + ')' : drawn;
+  if (lines.empty()) lines.push_back('(' + chosen + ')');
+  return lines;
 }
 
 std::vector<std::string> DrawInput(const FormField& field, size_t width, const Conversion& to_outside) {
   const std::string shown = Printable(to_outside(field.shown));
   if (field.object_type == "CB") return {std::atoi(field.shown.c_str()) != 0 ? "[x]" : "[ ]"};
-  if (field.object_type == "RB") return {DrawChoices(field)};
+  if (field.object_type == "RB") return DrawChoices(field, width);
   if (field.object_type == "LB") return {"[" + Padded(shown, std::clamp<size_t>(field.length, 4, width - 4)) + " v]"};
   return DrawBox(shown, std::max<size_t>(field.length, 1), width);
 }
@@ -83,7 +90,7 @@ std::string DrawForm(const Form& form, size_t width, const Conversion& to_outsid
   const std::string margin(indent, ' ');
   const auto line = [&](const std::string& text) { return margin + Wrap(text, width, indent) + '\n'; };
 
-  std::string drawn = Bold(Printable(to_outside(form.name))) + "  " + Dim(form.id) + '\n';
+  std::string drawn = Bold(Printable(to_outside(form.name))) + "  " + Dim(Printable(to_outside(form.id))) + '\n';
   for (const FormField& field : form.fields) {
     const std::string name = Printable(to_outside(field.name));
     const bool fits = Columns(name) <= names;

@@ -138,6 +138,14 @@ std::string FindingText(const Findings& file, const Finding& finding) {
          std::string(finding.rule->code) + ": " + finding.text;
 }
 
+// The models that are refused, which may be why the file is, and the file.
+std::vector<const Findings*> RefusedFiles(const Judged& judged, const Checker& checker) {
+  std::vector<const Findings*> refused = checker.OpenModels().Files();
+  std::erase_if(refused, [](const Findings* file) { return file->opens; });
+  refused.push_back(&judged.findings);
+  return refused;
+}
+
 // Attributes of one section stand together, in the order in which the first of them comes.
 void AddInherited(std::vector<Inherited>& all, const ShownAttribute& attribute) {
   const Findings& file = *attribute.source.file;
@@ -200,7 +208,8 @@ Preview ReadPreview(Session& session, const std::string& file, const Judged& jud
                                        ", and has no dialogs; draw the dictionary that inherits from it");
   if (judged.findings.HasErrors() && !judged.findings.opens) {
     std::string told;
-    for (const Finding& finding : judged.findings.list) told += '\n' + ReportText(judged.findings, finding);
+    for (const Findings* const refused : RefusedFiles(judged, checker))
+      for (const Finding& finding : refused->list) told += '\n' + ReportText(*refused, finding);
     throw ToolError(Status::OtherCode, "the server refuses " + file + '\n' + told);
   }
   size_t count = 0;
@@ -246,9 +255,10 @@ void KeepDialog(Preview& preview, const std::string& dialog) {
   std::erase_if(preview.forms, is_other);
 }
 
-std::vector<std::string> FindingTexts(const Findings& findings) {
+std::vector<std::string> RefusalTexts(const Judged& judged, const Checker& checker) {
   std::vector<std::string> texts;
-  for (const Finding& finding : findings.list) texts.push_back(FindingText(findings, finding));
+  for (const Findings* const file : RefusedFiles(judged, checker))
+    for (const Finding& finding : file->list) texts.push_back(FindingText(*file, finding));
   return texts;
 }
 

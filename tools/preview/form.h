@@ -69,8 +69,8 @@ void KeepDialog(Preview& preview, const std::string& dialog);
 /// What a field of an open dialog shows for a value, by the filter "format".
 std::string ShownIn(Session& session, const std::string& dialog, const std::string& field, const std::string& value);
 
-/// What `vorlix check` finds, a line each, with the place in the file.
-std::vector<std::string> FindingTexts(const Findings& findings);
+/// Why the server refuses a file, a line each: what is wrong with it, and with the models that it inherits from.
+std::vector<std::string> RefusalTexts(const Judged& judged, const Checker& checker);
 
 /// What is typed into the field or chosen in it, such as "number, 2 decimals, 0 to 50000".
 std::string KindOfField(const FormField& field);

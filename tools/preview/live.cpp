@@ -9,6 +9,7 @@
 
 #include "host/failure.h"
 #include "tools/check/layout.h"
+#include "tools/check/project.h"
 #include "tools/failure.h"
 #include "tools/preview/scanning.h"
 #include "tools/quoting.h"
@@ -28,6 +29,17 @@ int PlaceOf(const std::string& text, const std::string& character) {
   return at == std::string::npos ? -1 : static_cast<int>(ColumnOf(text, at));
 }
 
+// What is accepted and yet not as it was typed.
+std::string NoteOn(const FormField& field, const std::string& typed, const std::string& stored,
+                   std::string_view shown) {
+  if (shown.find('?') != std::string_view::npos && shown.find_first_not_of("? ") == std::string_view::npos &&
+      stored.find('?') == std::string::npos)
+    return "the field is too short to show it";
+  const bool is_text = field.type == "T" || field.type == "U";
+  return is_text && typed.size() > field.length && stored.size() == field.length ? "cut to the length of the field"
+                                                                                 : "";
+}
+
 }  // namespace
 
 LivePage::LivePage(const Options& options, const PreviewCommand& command) : options_(options), command_(command) {
@@ -42,6 +54,7 @@ void LivePage::Watch() {
     stamps_.push_back({path, status.st_mtim, status.st_size, status.st_ino});
   };
   watch(command_.file);
+  watch(project_);
   for (const std::string& model : models_) watch(model);
 }
 
@@ -61,25 +74,27 @@ void LivePage::Reload() {
   ++version_;
   is_lost_ = false;
   Watch();  // before they are read: what changes meanwhile is read again
+  const std::pair before(project_, models_);
   try {
     Read();
   } catch (const std::runtime_error& failure) {  // ToolError, or a server that does not start
     if (session_ == nullptr) throw;
     refusals_ = {failure.what()};
   }
+  if (std::pair(project_, models_) != before) Watch();
 }
 
 void LivePage::Read() {
+  const std::string project = FindProject(command_.file).path;
+  project_ = project.empty() ? (std::filesystem::path(command_.file).parent_path() / "vorlix.ini").string() : project;
   Checker checker({.models = command_.models, .ignore = {}, .kind = {}, .language = options_.language});
   const Judged judged = checker.Check(command_.file);
-  if (checker.ModelPaths() != models_) {
-    models_ = checker.ModelPaths();
-    Watch();
-  }
-  refusals_ = FindingTexts(judged.findings);
-  if (!judged.findings.opens) return;
+  models_ = checker.ModelPaths();
+  language_ = options_.language.empty() ? checker.Language() : options_.language;
+  refusals_ = judged.findings.opens ? std::vector<std::string>() : RefusalTexts(judged, checker);
+  if (!refusals_.empty()) return;
   Options of_server = options_;
-  if (of_server.language.empty()) of_server.language = checker.Language();
+  of_server.language = language_;
   of_server.encoding = "UTF-8";
   auto session = std::make_unique<Session>(of_server);
   Preview preview = ReadPreview(*session, command_.file, judged, checker);
@@ -88,7 +103,6 @@ void LivePage::Read() {
   session_ = std::move(session);
   encoding_ = EncodingFor(of_server, false);
   forms_ = JsonForms();
-  refusals_.clear();
 }
 
 std::string LivePage::Utf8(std::string_view text) const {
@@ -128,17 +142,23 @@ json LivePage::Show() const {
   for (const std::string& finding : refusals_.empty() ? preview_.findings : refusals_)
     findings.push_back(Utf8(finding));
   return {{"file", Utf8(std::filesystem::path(command_.file).filename().string())},
-          {"language", options_.language},
+          {"language", language_},
           {"version", version_.load()},
           {"good", refusals_.empty()},
           {"findings", findings},
           {"forms", forms_}};
 }
 
-const FormField& LivePage::Find(const std::string& dialog, const std::string& field) const {
+// Names come back as the page has them.
+const Form& LivePage::FindForm(const std::string& id) const {
   for (const Form& form : preview_.forms)
-    for (const FormField& one : form.fields)
-      if (form.id == dialog && one.name == field) return one;
+    if (Utf8(form.id) == id) return form;
+  throw ToolError(Status::Usage, "there is no such dialog");
+}
+
+const FormField& LivePage::FindField(const Form& form, const std::string& name) const {
+  for (const FormField& field : form.fields)
+    if (Utf8(field.name) == name) return field;
   throw ToolError(Status::Usage, "there is no such field");
 }
 
@@ -146,7 +166,7 @@ const FormField& LivePage::Find(const std::string& dialog, const std::string& fi
 std::vector<std::string> LivePage::Opening() const {
   const auto absolute = [](const std::string& path) { return ScriptWord(std::filesystem::absolute(path).string()); };
   std::vector<std::string> lines;
-  if (!options_.language.empty()) lines.push_back("server LANG=" + ScriptWord(options_.language));
+  if (!language_.empty()) lines.push_back("server LANG=" + ScriptWord(language_));
   size_t count = 0;
   for (const std::string& model : models_)
     lines.push_back("dict_OpenModel MODEL" + std::to_string(++count) + ' ' + absolute(model) + " => rc_p=0");
@@ -157,11 +177,11 @@ std::vector<std::string> LivePage::Opening() const {
 json LivePage::Type(const std::string& dialog, const std::string& field, const std::string& text) {
   const std::lock_guard turn(turn_);
   if (session_ == nullptr) throw ToolError(Status::Usage, "no dialog is open");
-  const std::string id = encoding_.ToServer(dialog);
-  const FormField& found = Find(id, encoding_.ToServer(field));
+  const Form& form = FindForm(dialog);
+  const FormField& found = FindField(form, field);
   try {
     const std::string given = encoding_.ToServer(text);
-    return found.IsTypedInto() ? Scan(id, found, given) : Choose(id, found, given);
+    return found.IsTypedInto() ? Scan(form.id, found, given) : Choose(form.id, found, given);
   } catch (const ToolError& refusal) {  // a character that the server's encoding does not have
     return {{"accepted", false}, {"reason", refusal.what()}, {"at", -1}, {"script", ""}};
   } catch (const host::ServerError&) {  // the page gets a new one with the next look at the files
@@ -184,6 +204,7 @@ json LivePage::Scan(const std::string& dialog, const FormField& field, const std
   if (typed.is_accepted) {
     const json shown = Choose(dialog, field, typed.stored);
     answer["shown"] = shown.at("shown");
+    answer["note"] = NoteOn(field, text, typed.stored, shown.at("shown").get<std::string>());
     lines.push_back(shown.at("line"));
   }
   std::string script;

@@ -35,7 +35,7 @@ class LivePage {
   int Version() const { return version_; }
 
   /// What becomes of a text that is typed into a field, or of a value that is chosen in it:
-  /// {"accepted", "shown", "stored", "code", "rc", "reason", "at", "length", "script"}. `at` is the place, in
+  /// {"accepted", "shown", "stored", "code", "rc", "reason", "note", "at", "script"}. `at` is the place, in
   /// characters, of what is not allowed, -1 for none. Throws ToolError (Usage) for a field that is not there.
   nlohmann::json Type(const std::string& dialog, const std::string& field, const std::string& text);
 
@@ -53,7 +53,8 @@ class LivePage {
 
   void Watch();
   void Read();
-  const FormField& Find(const std::string& dialog, const std::string& field) const;
+  const Form& FindForm(const std::string& id) const;
+  const FormField& FindField(const Form& form, const std::string& name) const;
   std::string Utf8(std::string_view text) const;
   std::vector<std::string> Opening() const;
   nlohmann::json Scan(const std::string& dialog, const FormField& field, const std::string& text);
@@ -68,6 +69,8 @@ class LivePage {
   std::unique_ptr<Session> session_;
   Preview preview_;
   nlohmann::json forms_ = nlohmann::json::array();  // of the preview
+  std::string language_;                            // of the server; empty: as the environment says
+  std::string project_;                             // the path of vorlix.ini, which may come to be there
   std::vector<std::string> models_;
   std::vector<std::string> refusals_;  // of files that are not those of the forms; empty when they are
   std::vector<Stamp> stamps_;

@@ -72,6 +72,8 @@ class PreviewServer {
   // Until a signal comes.
   void Run() {
     std::future<bool> listening = std::async(std::launch::async, [this] { return web_.listen_after_bind(); });
+    while (!web_.is_running() && listening.wait_for(milliseconds(1)) != std::future_status::ready) {
+    }  // one that does not listen yet cannot be told to end
     while (EndingSignal() == 0) {
       std::this_thread::sleep_for(LOOK_AGAIN);
       pages_.CloseIdle();

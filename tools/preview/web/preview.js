@@ -49,7 +49,7 @@ function tell(output, text, answer) {
   if (answer.accepted) {
     const how = answer.reason === "" ? "accepted" : answer.reason;  // that nothing was typed
     output.append(element("span", {className: "good"}, how), ": shows as ", value(answer.shown), ", stored as ",
-      value(answer.stored));
+      value(answer.stored), answer.note ? "; " + answer.note : "");
   } else {
     output.append(element("span", {className: "bad"}, "refused: " + answer.reason), " ", marked(text, answer.at));
   }
@@ -78,8 +78,9 @@ function textInput(field, id) {
   return input;
 }
 
-function choiceInput(field, id, changed) {
-  const value = Number.parseInt(field.shown, 10) || 0;
+// The value that is chosen at first, or was chosen before.
+function choiceInput(field, id, chosen, changed) {
+  const value = Number.parseInt(chosen, 10) || 0;
   if (field.object === "CB") {
     const box = element("input", {type: "checkbox", id, checked: value !== 0});
     box.addEventListener("change", () => changed(box.checked ? "1" : "0"));
@@ -93,33 +94,32 @@ function choiceInput(field, id, changed) {
   }
   const group = element("span", {id, role: "radiogroup", "aria-label": field.name});
   for (const choice of field.choices) {
-    const button = element("input", {type: "radio", name: id, value: choice, checked: choice === value});
+    const button = element("input", {type: "radio", name: id, id: id + "-" + choice, value: choice, checked: choice === value});
     button.addEventListener("change", () => changed(String(choice)));
     group.append(element("label", {className: "choice"}, button, " " + choice));
   }
   return group;
 }
 
-function drawField(dialog, field) {
-  const key = dialog.id + "." + field.name;
-  const id = "field-" + key;
-  const output = element("div", {className: "answer", id: id + "-answer", role: "status"});
-  const send = async (input, text) => {
+// What a field answers. Of a server that takes its time nothing old is left standing.
+function answerer(dialog, field, key, output) {
+  return async (input, text) => {
     typed.set(key, text);
+    const patience = setTimeout(() => output.replaceChildren("no answer yet ..."), 300);
     try {
       const answer = await ask("type", {page, dialog: dialog.id, field: field.name, text});
       if (typed.get(key) !== text) return;  // somebody has typed on
-      if (input) input.setAttribute("aria-invalid", String(!answer.accepted));
+      input.setAttribute("aria-invalid", String(!answer.accepted));
       tell(output, text, answer);
     } catch (failure) {
-      output.textContent = failure.message;
+      if (typed.get(key) === text) output.textContent = failure.message;
+    } finally {
+      clearTimeout(patience);
     }
   };
-  const isGroup = !field.typed && field.choices.length > 0;
-  const name = element(isGroup ? "span" : "label", {className: "label"}, field.name);
-  if (!isGroup) name.setAttribute("for", id);
-  if (field.required) name.append(element("span", {className: "required"}, "must be filled in"));
-  const box = element("div", {className: "input"});
+}
+
+function drawInput(field, key, id, box, send) {
   if (field.typed) {
     const input = textInput(field, id);
     input.setAttribute("aria-describedby", id + "-about " + id + "-answer");
@@ -129,11 +129,24 @@ function drawField(dialog, field) {
     box.append(input);
     if (typed.has(key)) send(input, input.value);
   } else if (["CB", "RB", "LB"].includes(field.object)) {
-    box.append(choiceInput(field, id, (value) => send(null, value)));
+    const chosen = typed.has(key) ? typed.get(key) : field.shown;
+    const input = choiceInput(field, id, chosen, (value) => send(input, value));
+    box.append(input);
+    if (typed.has(key)) send(input, chosen);
   } else {
-    name.removeAttribute("for");
     box.append(element("code", {}, field.shown || "(the host's own)"));
   }
+}
+
+function drawField(dialog, field, id) {
+  const key = dialog.id + "." + field.name;
+  const output = element("div", {className: "answer", id: id + "-answer", role: "status"});
+  const isLabelled = field.typed || (field.choices.length === 0 && ["CB", "LB"].includes(field.object));
+  const name = element(isLabelled ? "label" : "span", {className: "label"}, field.name);
+  if (isLabelled) name.setAttribute("for", id);
+  if (field.required) name.append(element("span", {className: "required"}, "must be filled in"));
+  const box = element("div", {className: "input"});
+  drawInput(field, key, id, box, answerer(dialog, field, key, output));
   box.append(output);
   const about = [field.kind, field.path, field.default].filter(Boolean).join(" · ");
   box.append(element("p", {className: "about", id: id + "-about"}, about));
@@ -145,18 +158,36 @@ function drawField(dialog, field) {
 
 // ---- The page ------------------------------------------------------------------------------------------------------
 
+// Every field gets an id of its own, without blanks: names have some, and two dialogs can have the same.
+function drawForms(forms) {
+  const ids = new Set();
+  const idFor = (name) => {
+    const wanted = "field-" + name.replace(/\s/g, "_");
+    let id = wanted;
+    for (let number = 2; ids.has(id); ++number) id = wanted + "-" + number;
+    ids.add(id);
+    return id;
+  };
+  byId("forms").replaceChildren(...forms.map((form) => element("section", {"aria-label": form.name + " " + form.id},
+    element("h2", {}, form.name + " ", element("span", {className: "id"}, form.id)),
+    ...form.fields.map((field) => drawField(form, field, idFor(form.id + "." + field.name))))));
+}
+
+// The focus and the caret stay where they are.
 function draw(shown) {
   version = shown.version;
-  const focused = document.activeElement && document.activeElement.id;
+  const {id, selectionStart, selectionEnd} = document.activeElement || {};
   byId("file").textContent = shown.file;
   document.title = shown.file;
+  byId("language").value = shown.language;
   byId("findings").replaceChildren(...shown.findings.map((one) => element("li", {}, one)));
-  byId("forms").replaceChildren(...shown.forms.map((form) => element("section", {"aria-label": form.name},
-    element("h2", {}, form.name + " ", element("span", {className: "id"}, form.id)),
-    ...form.fields.map((field) => drawField(form, field)))));
+  drawForms(shown.forms);
   const before = shown.forms.length > 0 ? " as it is now; this is what it was before." : ".";
   say(shown.good ? "" : "The server refuses the file" + before);
-  if (focused && byId(focused)) byId(focused).focus();
+  const focused = id && byId(id);
+  if (!focused) return;
+  focused.focus();
+  if (typeof selectionStart === "number") focused.setSelectionRange(selectionStart, selectionEnd);
 }
 
 async function open(language) {
