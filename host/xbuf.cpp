@@ -21,8 +21,10 @@ std::string_view FaultText(XbufFault fault) {
 }
 
 bool IsName(std::string_view name) {
-  const auto is_name_byte = [](char c) { return IsNameLetter(c) || IsDigit(c) || c == '_'; };
-  return !name.empty() && std::cmp_less_equal(name.size(), XBUF_NAME_MAX) && IsNameLetter(name.front()) &&
+  // Which bytes beyond ASCII are letters is the business of the server, which knows its language.
+  const auto is_letter = [](char c) { return static_cast<unsigned char>(c) >= 0x80 || IsNameLetter(c); };
+  const auto is_name_byte = [&](char c) { return is_letter(c) || IsDigit(c) || c == '_'; };
+  return !name.empty() && std::cmp_less_equal(name.size(), XBUF_NAME_MAX) && is_letter(name.front()) &&
          std::ranges::all_of(name, is_name_byte);
 }
 
@@ -36,7 +38,7 @@ void Check(const XbufItem& item) {
 
 std::vector<XbufItem> ReadXbuf(std::string_view xbuf) {
   std::vector<XbufItem> items;
-  XbufReader reader(xbuf);
+  XbufReader reader(xbuf, XbufNames::OfAny);
   vorlix::XbufItem item;
   XbufReader::Step step;
   while ((step = reader.Next(item)) == XbufReader::Step::Item)

@@ -86,6 +86,17 @@ TEST(HostXbuf, IsReadAndWritten) {
       EXPECT_EQ(fault.what(), outcome) << xbuf;
     }
   }
+  const std::string latin =
+      "XStra\xdf"
+      "e~0~1~\xe4$";  // in the server's language, whatever that is here
+  EXPECT_EQ(ReadXbuf(latin).at(0).name,
+            "stra\xdf"
+            "e");
+  EXPECT_EQ(WriteXbuf({{'X',
+                        "Stra\xdf"
+                        "e",
+                        0, "\xe4"}}),
+            latin);
   EXPECT_THROW(WriteXbuf({{'Y', "a", 0, ""}}), std::invalid_argument);
   EXPECT_THROW(WriteXbuf({{'X', "a~b", 0, ""}}), std::invalid_argument);
 }

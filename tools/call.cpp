@@ -54,13 +54,15 @@ std::string MeaningOfValue(const FunctionInfo& function, const Value& value) {
   return number ? MeaningOf(function, value.name, *number) : "";
 }
 
-void PrintLines(const FunctionInfo& function, int32_t code, const std::vector<Value>& values) {
+void PrintLines(const FunctionInfo& function, int32_t code, const std::vector<Value>& values,
+                const Conversion& to_outside) {
   const std::string told = InWords(std::to_string(code), MeaningOf(function, CODE, code));
   std::printf("code = %s\n", (code == 0 ? Green(told) : Red(told)).c_str());
   for (const Value& value : values) {
-    const std::string shown = InWords(Shorten(ShowValue(value)), MeaningOfValue(function, value));
+    const std::string text = ShowValue({value.name, value.is_text, to_outside(value.text)});
+    const std::string shown = InWords(Shorten(text), MeaningOfValue(function, value));
     std::printf("%s = %s\n", std::string(value.name).c_str(), shown.c_str());
-    if (value.is_text && IsXbuf(value.text)) std::fputs(ListItems(value.text).c_str(), stdout);
+    if (value.is_text && IsXbuf(value.text)) std::fputs(ListItems(value.text, to_outside).c_str(), stdout);
   }
 }
 
@@ -91,16 +93,16 @@ Status CallFunction(const Options& options, const std::vector<std::string>& word
   const std::vector<host::Arg> args = ReadArguments(function, {words.begin() + 1, words.end()}, encoding);
   Session session(options, true);
   const host::Result result = session.Call(function.name, args);
+  const auto to_outside = [&](std::string_view text) { return encoding.ToOutside(text); };
   std::vector<Value> values = ReturnedValues(function, result);
-  for (Value& value : values) value.text = encoding.ToOutside(value.text);
   if (json) {
+    for (Value& value : values) value.text = to_outside(value.text);
     PrintJson(function, result.code, values);
   } else {
-    PrintLines(function, result.code, values);
+    PrintLines(function, result.code, values, to_outside);
   }
   std::fflush(stdout);
   if (!session.Reasons().empty()) std::fprintf(stderr, "vorlix: the server says:%s\n", session.Reasons().c_str());
-  const auto to_outside = [&](std::string_view text) { return encoding.ToOutside(text); };
   const std::string hint = HintFor(std::bind_front(&Session::Ask, &session), to_outside, function, result);
   if (!hint.empty()) std::fprintf(stderr, "vorlix:%s\n", Printable(hint).substr(2).c_str());
   const bool is_lost = function.name == "ini_SetString" && !hint.empty();

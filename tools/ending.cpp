@@ -18,8 +18,11 @@ void Note(int signal) {
 void NoteEndingSignals() {
   struct sigaction action {};
   action.sa_handler = Note;
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGALRM, SIGUSR1})
-    sigaction(signal, &action, nullptr);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGALRM, SIGUSR1}) {
+    struct sigaction before {};
+    sigaction(signal, nullptr, &before);
+    if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);  // as nohup has it
+  }
 }
 
 int EndingSignal() { return noted; }

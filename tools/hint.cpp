@@ -35,14 +35,14 @@ bool HasName(const std::vector<std::string>& names, std::string_view wanted) {
   return std::ranges::any_of(names, [&](std::string_view name) { return EqualNoCase(name, wanted); });
 }
 
-std::string DidYouMean(std::string_view word, const std::vector<std::string>& names) {
+// The name that was meant, or all that there are after `or_else`.
+std::string DidYouMean(std::string_view word, const std::vector<std::string>& names, std::string_view or_else,
+                       const Conversion& to_outside) {
   const std::string_view near = Nearest(word, std::vector<std::string_view>(names.begin(), names.end()));
-  return near.empty() ? "" : "; did you mean " + QuoteWord(near) + '?';
-}
-
-std::string Listed(const std::vector<std::string>& names) {
-  std::string all;
-  for (size_t k = 0; k < std::min(names.size(), MOST_LISTED); ++k) all += (k == 0 ? "" : ", ") + QuoteWord(names[k]);
+  if (!near.empty()) return "; did you mean " + QuoteWord(to_outside(near)) + '?';
+  std::string all(or_else);
+  for (size_t k = 0; k < std::min(names.size(), MOST_LISTED); ++k)
+    all += (k == 0 ? "" : ", ") + QuoteWord(to_outside(names[k]));
   return names.size() > MOST_LISTED ? all + ", ..." : all;
 }
 
@@ -130,18 +130,19 @@ std::string EntryHint(const host::Caller& ask, const host::Result& result) {
 
 // ---- Dialogs and fields ---------------------------------------------------------------------------------------------
 
-std::string FieldHint(const host::Caller& ask, const std::string& dialog, const std::string& name) {
+std::string FieldHint(const host::Caller& ask, const std::string& dialog, const std::string& name,
+                      const Conversion& to_outside) {
   const std::vector<std::string> fields = FieldsOf(ask, dialog);
   if (fields.empty() || HasName(fields, name)) return "";
-  const std::string near = DidYouMean(name, fields);
-  return "\n  " + dialog + " has no field " + QuoteWord(name) + (near.empty() ? "; it has " + Listed(fields) : near);
+  return "\n  " + to_outside(dialog) + " has no field " + QuoteWord(to_outside(name)) +
+         DidYouMean(name, fields, "; it has ", to_outside);
 }
 
-std::string DialogHint(const host::Caller& ask, const std::string& dialog) {
+std::string DialogHint(const host::Caller& ask, const std::string& dialog, const Conversion& to_outside) {
   const std::vector<std::string> dialogs = OpenDialogs(ask);
   if (dialogs.empty()) return "\n  no dictionary is open; dict_Open opens one";
-  const std::string near = DidYouMean(dialog, dialogs);
-  return "\n  no dialog has the ID " + QuoteWord(dialog) + (near.empty() ? "; open are " + Listed(dialogs) : near);
+  return "\n  no dialog has the ID " + QuoteWord(to_outside(dialog)) +
+         DidYouMean(dialog, dialogs, "; open are ", to_outside);
 }
 
 // Aliases are dialog IDs too, and in none of the lists.
@@ -157,12 +158,14 @@ bool IsNothing(const FunctionInfo& function, const host::Result& result) {
 }
 
 // Dialogs and fields that are not there.
-std::string NameHint(const host::Caller& ask, const FunctionInfo& function, const host::Result& result) {
+std::string NameHint(const host::Caller& ask, const FunctionInfo& function, const host::Result& result,
+                     const Conversion& to_outside) {
   const host::Arg* const dialog = FindArg(function, result, "dlgID");
   if (dialog == nullptr) return "";
-  if (result.code != 0 && !IsDialog(ask, dialog->TextAt())) return DialogHint(ask, dialog->TextAt());
+  if (result.code != 0 && !IsDialog(ask, dialog->TextAt())) return DialogHint(ask, dialog->TextAt(), to_outside);
   const host::Arg* const field = FindArg(function, result, "name");
-  return field != nullptr && IsNothing(function, result) ? FieldHint(ask, dialog->TextAt(), field->TextAt()) : "";
+  if (field == nullptr || !IsNothing(function, result)) return "";
+  return FieldHint(ask, dialog->TextAt(), field->TextAt(), to_outside);
 }
 
 std::string RoomHint(const FunctionInfo& function) {
@@ -202,7 +205,7 @@ std::string HintFor(const host::Caller& ask, const Conversion& to_outside, const
     return FindingsHint(FindArg(function, result, "fname")->TextAt());
   if (function.name == "ini_SetString") return EntryHint(ask, result);
   if (result.code == RESULT_TOO_SHORT) return RoomHint(function);
-  return to_outside(NameHint(ask, function, result));
+  return NameHint(ask, function, result, to_outside);
 }
 
 }  // namespace vorlix::tool

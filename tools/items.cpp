@@ -66,11 +66,11 @@ std::string FindItem(std::string_view xbuf, std::string_view item) {
   throw ToolError(Status::OtherCode, "the XBUF has no item '" + std::string(item) + "'");
 }
 
-std::string ListItems(std::string_view xbuf) {
+std::string ListItems(std::string_view xbuf, const Conversion& to_outside) {
   std::string lines;
   for (const XbufItem& item : ReadItems(xbuf)) {
-    lines += "  " + item.name + (item.index == 0 ? "" : "." + std::to_string(item.index));
-    lines += " = " + (item.type == 'N' ? item.value : Quote(item.value)) + '\n';
+    lines += "  " + Printable(to_outside(item.name)) + (item.index == 0 ? "" : "." + std::to_string(item.index));
+    lines += " = " + (item.type == 'N' ? item.value : Quote(to_outside(item.value))) + '\n';
   }
   return lines;
 }

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "host/xbuf.h"
+#include "tools/encoding.h"
 #include "tools/words.h"
 
 namespace vorlix::tool {
@@ -24,8 +25,9 @@ ItemWord ParseItem(const Word& word);
 /// none.
 std::string FindItem(std::string_view xbuf, std::string_view item);
 
-/// One line for each item, indented, as `dict_len = "40"`. Throws ToolError (OtherCode) when the text is no XBUF.
-std::string ListItems(std::string_view xbuf);
+/// One line for each item, indented, as `dict_len = "40"`, in the encoding of the terminal. Throws ToolError
+/// (OtherCode) when the text is no XBUF.
+std::string ListItems(std::string_view xbuf, const Conversion& to_outside);
 
 /// Whether the text is an XBUF that holds items and nothing behind them.
 bool IsXbuf(std::string_view text);

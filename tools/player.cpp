@@ -65,6 +65,7 @@ Player::Player(Calls calls, std::string_view name, const PlayOptions& options)
 }
 
 void Player::Confine(const std::string& unpacked) {
+  unpacked_ = unpacked;
   scope_.Set("here", unpacked);
   stand_ins_.Confine(scope_.Find("tmp"), unpacked);
 }
@@ -118,7 +119,7 @@ void Player::Execute(const Statement& statement) {
     case Kind::File: RunFile(statement); break;
     case Kind::Clock: RunClock(statement); break;
     case Kind::Server: RunServer(statement); break;
-    case Kind::Show: PrintOwn(ListItems(calls_.to_outside(Text(statement, 0)))); break;
+    case Kind::Show: PrintOwn(ListItems(Text(statement, 0), calls_.to_outside)); break;
   }
   if (statement.kind != Kind::Each) Expect(statement.expected);
   if (statement.kind == Kind::Call || statement.kind == Kind::Place) NoteRefusedFile(statement);
@@ -322,14 +323,19 @@ std::string Player::Unmet(const Condition& condition) {
 
 // ---- What is printed ------------------------------------------------------------------------------------------------
 
-// The script's own directory has another name each time, so it is printed as $tmp.
 std::string Player::Shown(const std::string& text, bool as_value) const {
-  std::string shown = as_value ? Quote(calls_.to_outside(text)) : QuoteWord(calls_.to_outside(text));
-  const std::string& scratch = scope_.KnownScratch();
-  if (scratch.empty()) return shown;
-  for (size_t at = 0; (at = shown.find(scratch, at)) != std::string::npos;)
-    shown.replace(at, scratch.size(), IsNameEnd(shown, at + scratch.size()) ? "$tmp" : "${tmp}");
-  return shown;
+  return WithNames(as_value ? Quote(calls_.to_outside(text)) : QuoteWord(calls_.to_outside(text)));
+}
+
+// Directories that have another name each time are printed by those of the script: its own, and that of an archive.
+std::string Player::WithNames(std::string text) const {
+  const auto name = [&](const std::string& directory, const std::string& as) {
+    for (size_t at = 0; !directory.empty() && (at = text.find(directory, at)) != std::string::npos;)
+      text.replace(at, directory.size(), IsNameEnd(text, at + directory.size()) ? '$' + as : "${" + as + '}');
+  };
+  name(unpacked_, "here");
+  name(scope_.KnownScratch(), "tmp");
+  return text;
 }
 
 std::string Player::GivenWord(const Given& given) const {
@@ -348,7 +354,7 @@ std::string Player::Outcome(const Value& value) const {
 // What a terminal shows of a call besides its line.
 void Player::ShowMore(const std::vector<Value>& values) {
   for (const Value& value : values)
-    if (value.is_text && IsXbuf(value.text)) PrintOwn(ListItems(calls_.to_outside(value.text)));
+    if (value.is_text && IsXbuf(value.text)) PrintOwn(ListItems(value.text, calls_.to_outside));
   if (const std::string why = Why(); !why.empty()) PrintOwn(why.substr(1) + '\n');
 }
 
@@ -359,7 +365,7 @@ void Player::TellOfNothing(const Statement& statement) const {
   const bool is_expected = !statement.expected.empty() || statement.kind == Kind::Each;
   if (is_expected && !is_write) return;
   const bool is_refused = IsFileRefused(*called_, result_);
-  const std::string why = is_refused || result_.code == 0 ? Why() : "";
+  const std::string why = result_.code == 0 ? Why() : "";  // another is a failure of the line
   if (why.empty()) return;
   if (is_write && !is_expected) throw ToolError(Status::OtherCode, why.substr(3));
   const std::string told = is_refused ? Answer() + why : why.substr(3);
@@ -368,7 +374,7 @@ void Player::TellOfNothing(const Statement& statement) const {
 
 std::string Player::Why() const {
   if (called_ == nullptr) return "";
-  return calls_.reasons() + HintFor(calls_.ask, calls_.to_outside, *called_, result_) + refused_file_;
+  return WithNames(calls_.reasons() + HintFor(calls_.ask, calls_.to_outside, *called_, result_) + refused_file_);
 }
 
 std::string Player::Answer() const {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/call.h"
@@ -55,7 +56,7 @@ class Player {
   Scope& Values() { return scope_; }
 
   /// Of a dialog: what was printed, without colours.
-  const std::string& Played() const { return played_; }
+  std::string TakePlayed() { return std::exchange(played_, {}); }
 
  private:
   /// Runs a statement; when it fails and the player keeps going, counts it.
@@ -88,6 +89,7 @@ class Player {
   std::string Unmet(const Condition& condition);
 
   /// A text as a word of the script that is printed: in quotes when it has to be, or `as_value`.
+  std::string WithNames(std::string text) const;
   std::string Shown(const std::string& text, bool as_value = false) const;
   std::string GivenWord(const Given& given) const;
   std::string Outcome(const Value& value) const;
@@ -121,6 +123,7 @@ class Player {
   std::string refused_file_;  // a line, and why; empty when all files were there
   Scope scope_;
   StandIns stand_ins_;
+  std::string unpacked_;  // the directory of an archive; empty when the script comes from none
   std::string played_;
 };
 

@@ -42,11 +42,12 @@ char* AppendName(char* at, const char* prefix, std::string_view name) {
 bool IsNameByte(char c, bool is_first) { return IsNameLetter(c) || (!is_first && (IsDigit(c) || c == '_')); }
 
 // Reads as much as makes a name, in lower case, and returns its length.
-size_t ReadName(std::string_view src, XbufItem& item) {
+size_t ReadName(std::string_view src, XbufItem& item, XbufNames names) {
   size_t length = 0;
   for (const char c : src.substr(0, XBUF_NAME_MAX)) {
-    if (!IsNameByte(c, length == 0)) break;
-    item.name[length++] = FoldCase(c);
+    const bool is_any = names == XbufNames::OfAny && static_cast<unsigned char>(c) >= 0x80;
+    if (!is_any && !IsNameByte(c, length == 0)) break;
+    item.name[length++] = is_any ? c : FoldCase(c);
   }
   item.name[length] = '\0';
   return length;
@@ -112,12 +113,12 @@ bool XbufWriter::End() {
 
 // ---- Reading --------------------------------------------------------------------------------------------------------
 
-PieceLength xunpack_item(std::string_view src, XbufItem& item) {
+PieceLength xunpack_item(std::string_view src, XbufItem& item, XbufNames names) {
   if (src.empty()) return 1;
   const char letter = FoldCase(src.front());
   if (letter != 'x' && letter != 'n') return {};
   item.type = letter == 'x' ? XBUF_TEXT : XBUF_NUMBER;
-  const size_t name_end = 1 + ReadName(src.substr(1), item);
+  const size_t name_end = 1 + ReadName(src.substr(1), item, names);
   if (name_end == src.size()) return static_cast<int64_t>(name_end) + 1;
   if (name_end == 1 || src[name_end] != SEPARATOR) return {};
   uint32_t index;
@@ -150,7 +151,7 @@ bool XbufReader::Stop(XbufFault fault) {
 }
 
 bool XbufReader::ReadHeader(XbufItem& item) {
-  const PieceLength consumed = xunpack_item(Rest(), item);
+  const PieceLength consumed = xunpack_item(Rest(), item, names_);
   if (!consumed) return Stop(XBUF_BAD_HEADER);
   const int64_t end = offset_ + *consumed;
   offset_ = std::min(end, Size());

@@ -67,10 +67,14 @@ struct XbufItem {
   std::string_view value;   // borrows from the XBUF; of any bytes
 };
 
+/// Which bytes beyond ASCII make a name: the letters of the language in force, whose case does not count, or, for a
+/// reader who does not know that language, all of them, as they are.
+enum class XbufNames { OfLanguage, OfAny };
+
 /// Each reads one piece at the start of `src`, the rest of an XBUF, and never beyond it. Returns the bytes that the
 /// piece has, which is more than `src` has for a piece that goes on beyond it (and is not to be used then), or none for
 /// a malformed one. Missing digits are a 0; an index above 2147483647 or a length above 4294967295 is malformed.
-[[nodiscard]] PieceLength xunpack_item(std::string_view src, XbufItem& item);
+[[nodiscard]] PieceLength xunpack_item(std::string_view src, XbufItem& item, XbufNames names = XbufNames::OfLanguage);
 [[nodiscard]] PieceLength xunpack_value(std::string_view src, XbufItem& item);
 
 /// What makes an XBUF corrupt. One that ends where an item or the "$" is due lacks a header.
@@ -83,7 +87,7 @@ class XbufReader {
  public:
   enum class Step { Item, End, Corrupt };
 
-  explicit XbufReader(std::string_view xbuf) : xbuf_(xbuf) {}
+  explicit XbufReader(std::string_view xbuf, XbufNames names = XbufNames::OfLanguage) : xbuf_(xbuf), names_(names) {}
 
   /// Reads the next item, or meets the "$", or meets a fault and stays there.
   Step Next(XbufItem& item);
@@ -101,6 +105,7 @@ class XbufReader {
   bool ReadValue(XbufItem& item);
 
   std::string_view xbuf_;
+  XbufNames names_;
   int64_t offset_ = 0;
   XbufFault fault_ = XBUF_SOUND;
 };

@@ -107,7 +107,8 @@ Status ShowField(const ShowCommand& command) {
   const std::string name(layout.Sections()[section].name);
   const SectionPtr record = judged.dict != nullptr ? FindSection(*judged.dict, name) : nullptr;
   if (record == nullptr) throw ToolError(Status::Usage, "[" + name + "] is no object");
-  std::printf("%s, %s:%zu\n", Bold(name).c_str(), command.file.c_str(), size_t{layout.Sections()[section].line} + 1);
+  std::printf("%s, %s:%zu\n", Bold(Printable(name)).c_str(), Printable(command.file).c_str(),
+              size_t{layout.Sections()[section].line} + 1);
   if (const LayoutEntry* const model = layout.FindEntry(section, "MODEL"))
     std::printf("  %-8s %-24s %s\n", "MODEL", std::string(model->Value()).c_str(),
                 Dim(SourceText({&judged.findings, model})).c_str());

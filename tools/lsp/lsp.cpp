@@ -51,8 +51,10 @@ Status ServeEditor(const std::vector<std::string>& models, const std::string& la
   LanguageServer server(std::move(options), Send);
   FrameReader reader;
   Clock::time_point settled = Clock::now();
+  bool was_spoken_to = false;
   try {
     while (!server.IsOver() && ReadMore(reader)) {
+      was_spoken_to = true;
       while (const std::optional<std::string> message = reader.Next()) server.Handle(*message);
       if (IsInputWaiting() && Clock::now() < settled + LONGEST_BURST) continue;
       server.Settle();
@@ -61,7 +63,7 @@ Status ServeEditor(const std::vector<std::string>& models, const std::string& la
   } catch (const FramingLost& error) {
     throw ToolError(Status::Usage, error.what());
   }
-  return server.IsShutDown() ? Status::Ok : Status::OtherCode;
+  return server.IsShutDown() || !was_spoken_to ? Status::Ok : Status::OtherCode;
 }
 
 }  // namespace vorlix::tool

@@ -50,7 +50,9 @@ class Shell {
     std::string line;
     while (!is_over_ && EndingSignal() == 0) {
       switch (editor.ReadLine(pending_.empty() ? PROMPT : PROMPT_INSIDE, line)) {
-        case Editor::Read::End: is_over_ = true; break;
+        case Editor::Read::End:
+          if (EndingSignal() != SIGINT) is_over_ = true;
+          break;
         case Editor::Read::GivenUp: GiveUp(); break;
         case Editor::Read::Line: Try(line); break;
       }
@@ -92,8 +94,20 @@ class Shell {
     if (depth_ > 0) return;
     depth_ = 0;
     const std::vector<Statement> statements = ParseScript(std::exchange(pending_, {}), NAME);
-    for (const Statement& statement : statements)
-      if (statement.kind != Kind::Comment) player_.Execute(statement);
+    Execute(statements);
+  }
+
+  // What was played is kept in the encoding that it had.
+  void Execute(const std::vector<Statement>& statements) {
+    const auto keep = [this] { played_ += encoding_.ToServer(player_.TakePlayed()); };
+    try {
+      for (const Statement& statement : statements)
+        if (statement.kind != Kind::Comment) player_.Execute(statement);
+    } catch (...) {
+      keep();
+      throw;
+    }
+    keep();
   }
 
   void GiveUp() {
@@ -171,9 +185,7 @@ class Shell {
     encoding_ = EncodingFor(options_, true);
   }
 
-  void Place(const std::string& line) {
-    for (const Statement& statement : ParseScript(line, NAME)) player_.Execute(statement);
-  }
+  void Place(const std::string& line) { Execute(ParseScript(line, NAME)); }
 
   void OpenModel(const std::string& path) {
     Place("dict_OpenModel " + QuoteWord(std::filesystem::path(path).stem().string()) + ' ' + QuoteWord(path));
@@ -186,7 +198,14 @@ class Shell {
     if (player_.Values().Find("rc_p") != "0" || player_.Values().Find("code") != "0") --level_;
   }
 
+  // To look, and not for a script.
   void Trace(const std::string& what) {
+    const std::string before = played_;
+    SetTrace(what);
+    played_ = before;
+  }
+
+  void SetTrace(const std::string& what) {
     if (what == "off") {
       Place("dll_Debug 0");
       session_->KeepFailures();
@@ -203,7 +222,7 @@ class Shell {
     if (path != saved_ && std::filesystem::exists(path, ignored) && !std::filesystem::is_empty(path, ignored))
       throw ToolError(Status::Usage, path + " is there already; choose another name, or remove it");
     const std::string head = language_.empty() ? "" : "server LANG=" + QuoteWord(language_) + '\n';
-    WriteFile(path, head + encoding_.ToServer(player_.Played()));
+    WriteFile(path, head + played_);
     saved_ = path;
     std::printf("written: %s\n", path.c_str());
   }
@@ -211,6 +230,8 @@ class Shell {
   // All that was open or set is gone with the old one.
   void Restart(const std::string&) {
     session_.emplace(options_, true);
+    played_.clear();
+    language_ = options_.language;
     level_ = 0;
     std::puts("a new server: nothing is open in it");
   }
@@ -220,7 +241,8 @@ class Shell {
   std::optional<Session> session_;
   Player player_;
   Completion completion_;
-  std::string language_ = options_.language;  // of the first server
+  std::string language_ = options_.language;  // that the server began with
+  std::string played_;                        // lines of a script, as the server got their texts
   std::string saved_;                         // the path of a script of this shell
   std::string pending_;                       // lines of a loop that has not ended
   int depth_ = 0;
