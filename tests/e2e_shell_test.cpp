@@ -123,6 +123,8 @@ TEST_F(AtTerminal, CtrlCEndsTheWaitAndNotTheShell) {
   ASSERT_TRUE(Shows("\x03", "vorlix: the wait for the server was interrupted"));
   ASSERT_EQ(std::system(("kill -CONT " + server).c_str()), 0);
   EXPECT_TRUE(Shows("l_CreateList b\r", "hdl=2")) << "the late answer is not taken for this one\n" << shown_;
+  kill(shell_, SIGINT);  // from elsewhere: a line is given up
+  EXPECT_TRUE(Shows("\rl_CreateList c\r", "hdl=3")) << shown_;
   kill(shell_, SIGTERM);
   EXPECT_EQ(WEXITSTATUS(Status()), 128 + SIGTERM);
 }

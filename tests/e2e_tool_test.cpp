@@ -143,6 +143,12 @@ TEST(Tool, Calls) {
       {"$V run nosuch.vx", 2, "", "vorlix: cannot read nosuch.vx: No such file or directory\n"},
       // No server that answers.
       {"$V --server ./nosuch call dll_Revision", 3, "", "vorlix: cannot start ./nosuch: No such file or directory\n"},
+      {"printf 'v_Set a b\n.restart\nv_Get a\n.lang de_DE\nfmt_Text \303\244 3 CU\n.trace 2\n.trace off\n.save t.vx\n' "
+       "| "
+       "LANG=C.UTF-8 $V shell >/dev/null 2>&1; $V run -q t.vx && ! grep -q 'dll_Debug\\|v_Set' t.vx",
+       0, "", ""},
+      {"trap '' TERM; $V call v_Get a >got & kill $!; wait $! && cat got", 0, "code = 0\n*", ""},
+      {"$V lsp </dev/null", 0, "", ""},
       {"$V recrdo --help", 2, "", "vorlix: there is no command 'recrdo'; vorlix help lists them\n"},
       {"$V help dict_Gte", 2, "", "*did you mean vorlix call dict_Get?\n"},
       {"$V --server /tmp call dll_Revision", 3, "", "*; it is a directory\n"},
