@@ -149,6 +149,9 @@ TEST(Tool, Calls) {
        0, "", ""},
       {"trap '' TERM; $V call v_Get a >got & kill $!; wait $! && cat got", 0, "code = 0\n*", ""},
       {"$V lsp </dev/null", 0, "", ""},
+      {"printf '[catalog]\nA=B\n[a.\344]\nPATH=p\nFTYP=T\nFLEN=9\n' >a.dic; LANG=C.UTF-8 $V show --lang de_DE a.dic ä "
+       "--type Ö",
+       0, "a.ä, a.dic:3\n*Typed \"Ö\" is stored as \"Ö\"\n", ""},
       {"$V recrdo --help", 2, "", "vorlix: there is no command 'recrdo'; vorlix help lists them\n"},
       {"$V help dict_Gte", 2, "", "*did you mean vorlix call dict_Get?\n"},
       {"$V --server /tmp call dll_Revision", 3, "", "*; it is a directory\n"},

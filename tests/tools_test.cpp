@@ -52,7 +52,7 @@ TEST(Script, IsRefusedForItsFirstFault) {
       {"set 5 x", "1: write it as: set NAME TEXT"},
       {"set \"x\" y", "1: write it as: set NAME TEXT"},
       {"set x \"y\"[5]", "1: write it as: set NAME TEXT"},
-      {"fetch x 40", "1: write it as: fetch NAME [ROOM]"},
+      {"fetch x 40", "1: write it as: fetch NAME, or fetch NAME [32000] for a room"},
       {"xbuf x Len", "1: " + item},
       {"xbuf x Len.a=3", "1: " + item},
       {"xbuf x Len.2147483648=3", "1: " + item},

@@ -31,7 +31,7 @@ constexpr size_t MANY = std::numeric_limits<size_t>::max();
 constexpr std::array KEYWORDS = {
     Keyword{"set", Kind::Set, 2, 2, true, "set NAME TEXT"},
     Keyword{"xbuf", Kind::Xbuf, 1, MANY, true, "xbuf NAME ITEM=TEXT..."},
-    Keyword{"fetch", Kind::Fetch, 1, 2, true, "fetch NAME [ROOM]"},
+    Keyword{"fetch", Kind::Fetch, 1, 2, true, "fetch NAME, or fetch NAME [32000] for a room"},
     Keyword{"read", Kind::Read, 2, 2, true, "read NAME FILE"},
     Keyword{"write", Kind::Write, 2, 2, false, "write FILE TEXT"},
     Keyword{"echo", Kind::Echo, 0, MANY, false, "echo TEXT..."},

@@ -39,6 +39,9 @@ Status Explain(const std::string& code) {
 }
 
 CheckOptions OptionsOf(const CheckCommand& command) {
+  for (const std::string& code : command.ignore)
+    if (FindRule(code) == nullptr)
+      throw ToolError(Status::Usage, "--ignore: there is no finding " + code + "; vorlix check --list has them all");
   CheckOptions options{command.models, command.ignore, {}, command.language};
   if (command.kind == "dictionary") options.kind = FileKind::Dictionary;
   if (command.kind == "model") options.kind = FileKind::Model;

@@ -3,7 +3,6 @@
 #include "dll/shared/datefmt.h"
 #include "dll/shared/numfmt.h"
 #include "dll/shared/textfmt.h"
-#include "tools/quoting.h"
 
 namespace vorlix::tool {
 namespace {
@@ -12,7 +11,7 @@ template <class Scan>
 Scanned ScanStored(Scan scan, FieldBuffer& out) {
   int32_t stored = 0;
   const ScanCode code = scan(stored, out);
-  return {code, std::to_string(stored)};
+  return {code, std::to_string(stored), false};
 }
 
 }  // namespace
@@ -25,7 +24,7 @@ Scanned ScanTyped(const Object& object, const std::string& typed, FieldBuffer& o
     case FT_N: {
       double number = 0;
       const ScanCode code = FldScanNum(number, out, typed, type, object.fprec, object.fmin, object.fmax, valid);
-      return {code, std::string(out.View().empty() ? "0" : out.View())};
+      return {code, std::string(out.View().empty() ? "0" : out.View()), false};
     }
     case FT_D:
       return ScanStored(
@@ -41,7 +40,7 @@ Scanned ScanTyped(const Object& object, const std::string& typed, FieldBuffer& o
           [&](int32_t& to, FieldBuffer& text) { return FldScanMonth(to, text, typed, type, format, valid); }, out);
     default: {
       const ScanCode code = FldScanText(out, typed, object.flen, format, valid);
-      return {code, Quote(out.View())};
+      return {code, std::string(out.View()), true};
     }
   }
 }

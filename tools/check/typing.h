@@ -12,7 +12,8 @@ namespace vorlix::tool {
 
 struct Scanned {
   ScanCode code;
-  std::string stored;  // for people: texts in quotes
+  std::string stored;
+  bool is_text = false;
 };
 
 /// Reads what was typed as the field's type does. `out` gets what the scanner gives back, such as the character that is

@@ -211,6 +211,8 @@ class Shell {
       session_->KeepFailures();
     } else if (ReadWhole<int32_t>(what)) {
       Place("dll_Debug " + what);
+    } else if (what.find_first_not_of("*ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789") != std::string::npos) {
+      throw ToolError(Status::Usage, "write a level as 2, levels of categories as D3F1, or off");
     } else {
       Place("dll_SetDebugFlags " + QuoteWord(what) + " \"\"");
     }
