@@ -30,6 +30,8 @@ std::string FoldLine(std::string_view line, size_t width) {
   if (width == 0 || line.size() <= width) return std::string(line);
   const size_t column = RightColumn(line);
   const size_t indent = std::min(line.find_first_not_of(' '), line.size());
+  if (indent > BELOW && indent + NARROWEST > width)
+    return std::string(BELOW, ' ') + Wrap(line.substr(indent), width, BELOW);
   if (column == 0 || column == std::string_view::npos)
     return std::string(indent, ' ') + Wrap(line.substr(indent), width, indent == 0 ? 0 : indent + 2);
   const std::string_view right = line.substr(column);

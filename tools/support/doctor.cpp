@@ -271,13 +271,24 @@ std::vector<Finding> Examine(const Options& options) {
   return findings;
 }
 
+std::string InColour(Verdict verdict, const std::string& word) {
+  switch (verdict) {
+    case Verdict::Good: return Green(word);
+    case Verdict::Bad: return Red(word);
+    default: return Bold(word);
+  }
+}
+
 void Print(const Finding& finding) {
+  constexpr size_t MARGIN = 23;
+  const size_t width = TerminalWidth() < 2 * MARGIN ? 0 : TerminalWidth();
   const std::string verdict = VERDICTS.at(static_cast<size_t>(finding.verdict));
   const std::string padded = verdict + std::string(10 - verdict.size(), ' ');
-  const std::string line = finding.subject + std::string(13 - std::min<size_t>(finding.subject.size(), 12), ' ');
-  std::printf("%s%s%s\n", (finding.verdict == Verdict::Good ? Green(padded) : Red(padded)).c_str(), line.c_str(),
-              finding.words.c_str());
-  if (!finding.remedy.empty()) std::printf("%s%s\n", std::string(23, ' ').c_str(), finding.remedy.c_str());
+  const std::string subject = finding.subject + std::string(13 - std::min<size_t>(finding.subject.size(), 12), ' ');
+  std::printf("%s%s%s\n", InColour(finding.verdict, padded).c_str(), subject.c_str(),
+              Wrap(finding.words, width, MARGIN).c_str());
+  if (!finding.remedy.empty())
+    std::printf("%s%s\n", std::string(MARGIN, ' ').c_str(), Wrap(finding.remedy, width, MARGIN).c_str());
 }
 
 }  // namespace
