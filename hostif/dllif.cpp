@@ -132,7 +132,7 @@ ResultCode FindEntry(int32_t& index) {
     return RESULT_WRONG_CLASS;
   }
   std::string_view name;
-  if (const ResultCode code = DllElementText(desc, name); code != RESULT_OK) return code;
+  if (const ResultCode code = DllElementText(desc, 0, name); code != RESULT_OK) return code;
   const auto entry = std::ranges::find(FunctionTable, name, &FunctionEntry::name);
   index = static_cast<int32_t>(entry - FunctionTable.begin());
   if (entry != FunctionTable.end()) return RESULT_OK;

@@ -32,16 +32,6 @@ int32_t& ResultWord() { return *reinterpret_cast<int32_t*>(block.base + offsetof
 
 DllString sub_view;
 
-// Copies a value out of the block. The compiler knows nothing of the other process and could fetch the value a second
-// time when it is used; behind the fence only the copy is left to it.
-template <class Value>
-Value ReadFrom(const char* at) {
-  Value value;
-  std::memcpy(&value, at, sizeof value);
-  std::atomic_signal_fence(std::memory_order_acquire);
-  return value;
-}
-
 template <class Value>
 void WriteTo(char* at, const Value& value) {
   std::memcpy(at, &value, sizeof value);
@@ -116,10 +106,26 @@ int32_t DllClearByRef(int32_t index) {
   return 0;
 }
 
-ResultCode DllElementText(const ArgDesc& desc, std::string_view& text) {
-  if (!FitsInBlock(desc.offset, sizeof(int32_t))) return RESULT_CORRUPT;
-  const auto length = ReadFrom<int32_t>(block.base + desc.offset);
-  const size_t characters = desc.offset + sizeof(int32_t);
+bool DllElementsFit(const ArgDesc& desc) {
+  const size_t fixed = FixedSize(desc.host_class);
+  if (!FitsInBlock(desc.offset, fixed)) return false;
+  if (desc.count <= 1) return true;
+  if (desc.stride < 0 || static_cast<size_t>(desc.stride) * WORD_SIZE < fixed) return false;
+  const size_t step = static_cast<size_t>(desc.stride) * WORD_SIZE;
+  return static_cast<size_t>(desc.count - 1) <= (block.size - desc.offset - fixed) / step;
+}
+
+int32_t DllElementRoom(const ArgDesc& desc, int32_t k) {
+  size_t room = block.size - DllElementOffset(desc, k);
+  if (desc.count > 1) room = std::min(room, static_cast<size_t>(desc.stride) * WORD_SIZE);
+  return static_cast<int32_t>(std::min<int64_t>(desc.capacity, static_cast<int64_t>(room - sizeof(int32_t))));
+}
+
+ResultCode DllElementText(const ArgDesc& desc, int32_t k, std::string_view& text) {
+  const size_t offset = DllElementOffset(desc, k);
+  if (!FitsInBlock(offset, sizeof(int32_t))) return RESULT_CORRUPT;
+  const auto length = ReadFrom<int32_t>(block.base + offset);
+  const size_t characters = offset + sizeof(int32_t);
   if (length < 0 || !FitsInBlock(characters, static_cast<size_t>(length))) return RESULT_CORRUPT;
   text = {block.base + characters, static_cast<size_t>(length)};
   return RESULT_OK;
@@ -157,7 +163,7 @@ ResultCode PresentedArg::Present(Presentation how, const ArgDesc& desc) {
   Release();
   desc_ = desc;
   count_ = std::max(desc.count, 1);
-  if (!ElementsFit()) return RESULT_CORRUPT;
+  if (!DllElementsFit(desc)) return RESULT_CORRUPT;
   how_ = how;
   switch (how) {
     case Presentation::Integers: value_ = Element(0); return RESULT_OK;
@@ -182,34 +188,16 @@ ResultCode PresentedArg::Present(Presentation how, const ArgDesc& desc) {
   return RESULT_WRONG_CLASS;
 }
 
-// Whether the fixed parts of all elements lie in the block. For a single element the stride means nothing.
-bool PresentedArg::ElementsFit() const {
-  const size_t fixed = FixedSize(desc_.host_class);
-  if (!FitsInBlock(desc_.offset, fixed)) return false;
-  if (count_ == 1) return true;
-  if (desc_.stride < 0 || static_cast<size_t>(desc_.stride) * WORD_SIZE < fixed) return false;
-  const size_t step = static_cast<size_t>(desc_.stride) * WORD_SIZE;
-  return static_cast<size_t>(count_ - 1) <= (block.size - desc_.offset - fixed) / step;
-}
-
-char* PresentedArg::Element(int32_t k) const {
-  const size_t step = k == 0 ? 0 : static_cast<size_t>(desc_.stride) * WORD_SIZE;
-  return block.base + desc_.offset + static_cast<size_t>(k) * step;
-}
+char* PresentedArg::Element(int32_t k) const { return block.base + DllElementOffset(desc_, k); }
 
 ResultCode PresentedArg::MakeStrings() {
   memory_.reset(new (std::nothrow) std::byte[static_cast<size_t>(count_) * sizeof(DllString)]);
   if (memory_ == nullptr) return RESULT_NO_MEMORY;
   for (int32_t k = 0; k < count_; ++k) {
-    char* element = Element(k);
-    auto room = static_cast<size_t>(block.base + block.size - element);
-    if (count_ > 1) room = std::min(room, static_cast<size_t>(desc_.stride) * WORD_SIZE);
-    const int64_t most = static_cast<int64_t>(room - sizeof(int32_t));
-    const auto max = static_cast<int32_t>(std::min<int64_t>(desc_.capacity, most));
-    const auto length = ReadFrom<int32_t>(element);
-    const auto to_end = static_cast<size_t>(block.base + block.size - element) - sizeof(int32_t);
-    if (length < 0 || std::cmp_greater(length, to_end)) return RESULT_CORRUPT;
-    new (memory_.get() + static_cast<size_t>(k) * sizeof(DllString)) DllString{max, length, element + sizeof(int32_t)};
+    std::string_view text;
+    if (DllElementText(desc_, k, text) != RESULT_OK) return RESULT_CORRUPT;
+    new (memory_.get() + static_cast<size_t>(k) * sizeof(DllString))
+        DllString{DllElementRoom(desc_, k), static_cast<int32_t>(text.size()), Element(k) + sizeof(int32_t)};
   }
   value_ = memory_.get();
   return RESULT_OK;
@@ -217,7 +205,7 @@ ResultCode PresentedArg::MakeStrings() {
 
 ResultCode PresentedArg::MakeText() {
   std::string_view text;
-  if (DllElementText(desc_, text) != RESULT_OK) return RESULT_CORRUPT;
+  if (DllElementText(desc_, 0, text) != RESULT_OK) return RESULT_CORRUPT;
   memory_.reset(new (std::nothrow) std::byte[text.size() + 1]);
   if (memory_ == nullptr) return RESULT_NO_MEMORY;
   std::memcpy(memory_.get(), text.data(), text.size());

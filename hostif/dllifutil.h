@@ -7,6 +7,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -113,8 +114,32 @@ struct ArgDesc {
 /// Sets the by-reference flag of descriptor `index` to 0. Returns 0, or -1 for an index outside the argument count.
 int32_t DllClearByRef(int32_t index);
 
-/// The characters of the first STRING element, borrowed from the block. RESULT_OK or RESULT_CORRUPT.
-[[nodiscard]] ResultCode DllElementText(const ArgDesc& desc, std::string_view& text);
+/// Copies a value out of the block. The compiler knows nothing of the other process and could fetch the value a second
+/// time when it is used; behind the fence only the copy is left to it.
+template <class Value>
+Value ReadFrom(const char* at) {
+  Value value;
+  std::memcpy(&value, at, sizeof value);
+  std::atomic_signal_fence(std::memory_order_acquire);
+  return value;
+}
+
+/// Whether the fixed parts of all elements lie in the block, and apart: numbers, and the lengths of Strings. For a
+/// single element the stride means nothing.
+bool DllElementsFit(const ArgDesc& desc);
+
+/// Where element `k` begins, of elements that fit.
+inline size_t DllElementOffset(const ArgDesc& desc, int32_t k) {
+  const size_t step = k == 0 ? 0 : static_cast<size_t>(desc.stride) * WORD_SIZE;
+  return desc.offset + static_cast<size_t>(k) * step;
+}
+
+/// The characters that element `k`, a String that fits, has room for: its capacity, as far as its place goes.
+int32_t DllElementRoom(const ArgDesc& desc, int32_t k);
+
+/// The characters of element `k`, a String, borrowed from the block. RESULT_OK, or RESULT_CORRUPT when they do not lie
+/// there.
+[[nodiscard]] ResultCode DllElementText(const ArgDesc& desc, int32_t k, std::string_view& text);
 
 // ---- Presentation of arguments --------------------------------------------------------------------------------------
 
@@ -157,7 +182,6 @@ class PresentedArg {
   const char* Text() const { return static_cast<const char*>(value_); }
 
  private:
-  bool ElementsFit() const;
   char* Element(int32_t k) const;
   ResultCode MakeStrings();
   ResultCode MakeText();

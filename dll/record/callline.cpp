@@ -14,58 +14,27 @@
 namespace vorlix {
 namespace {
 
-int32_t CountOf(const ArgDesc& desc) { return std::max(desc.count, 1); }
-
-size_t StepOf(const ArgDesc& desc) { return static_cast<size_t>(desc.stride) * WORD_SIZE; }
-
-// A value out of the block; none when it does not lie there.
+// A number out of the block, of an element that lies there.
 template <class Value>
-std::optional<Value> Load(size_t offset) {
-  const std::span<const char> block = DllBlockBytes();
-  if (offset > block.size() || block.size() - offset < sizeof(Value)) return {};
-  Value value;
-  std::memcpy(&value, block.data() + offset, sizeof value);
-  return value;
+Value Load(const ArgDesc& desc, int32_t k) {
+  return ReadFrom<Value>(DllBlockBytes().data() + DllElementOffset(desc, k));
 }
 
-size_t OffsetOf(const ArgDesc& desc, int32_t k) {
-  return desc.offset + (k == 0 ? 0 : static_cast<size_t>(k) * StepOf(desc));
-}
-
-// The characters of a String element, as many as its length says; none when they do not lie in the block.
-std::optional<std::string_view> LoadText(size_t offset) {
-  const std::optional<int32_t> length = Load<int32_t>(offset);
-  if (!length || *length < 0) return {};
-  const std::span<const char> behind = DllBlockBytes().subspan(offset + sizeof(int32_t));
-  if (static_cast<size_t>(*length) > behind.size()) return {};
-  return std::string_view(behind.data(), static_cast<size_t>(*length));
-}
-
-bool LiesInBlock(const ArgDesc& desc, size_t offset) {
-  switch (desc.host_class) {
-    case HOST_INTEGER: return Load<int32_t>(offset).has_value();
-    case HOST_REAL: return Load<HostReal>(offset).has_value();
-    case HOST_STRING: return LoadText(offset).has_value();
-    default: return false;
-  }
+// A copy of the characters of a String; none when they do not lie in the block, as the host may have it by now.
+std::optional<std::string> LoadText(const ArgDesc& desc, int32_t k) {
+  std::string_view text;
+  if (DllElementText(desc, k, text) != RESULT_OK) return {};
+  return std::string(text);
 }
 
 // Whether a script can send the elements: all lie in the block, none in another.
 bool IsSayable(const ArgDesc& desc) {
-  const size_t fixed = desc.host_class == HOST_REAL ? sizeof(HostReal) : sizeof(int32_t);
-  const bool has_steps = desc.stride >= 0 && StepOf(desc) >= fixed;
-  if (CountOf(desc) > 1 && !has_steps) return false;
-  for (int32_t k = 0; k < CountOf(desc); ++k)
-    if (!LiesInBlock(desc, OffsetOf(desc, k))) return false;
+  if (!DllElementsFit(desc)) return false;
+  if (desc.host_class != HOST_STRING) return desc.host_class == HOST_INTEGER || desc.host_class == HOST_REAL;
+  std::string_view text;
+  for (int32_t k = 0; k < std::max(desc.count, 1); ++k)
+    if (DllElementText(desc, k, text) != RESULT_OK) return false;
   return true;
-}
-
-// The characters that a function finds room for: no more than the element's place has.
-int32_t CapacityOf(const ArgDesc& desc) {
-  size_t room = DllBlockBytes().size() - desc.offset;
-  if (CountOf(desc) > 1) room = std::min(room, StepOf(desc));
-  const auto most = static_cast<int64_t>(room - std::min(room, sizeof(int32_t)));
-  return static_cast<int32_t>(std::min<int64_t>(desc.capacity, most));
 }
 
 void AppendNumber(std::string& line, int64_t number) {
@@ -79,13 +48,12 @@ void AppendRoom(std::string& line, int32_t room) {
   line += ']';
 }
 
-// Element `k`, as LiesInBlock has found it; the host may have changed it since.
+// Element `k`; a text is empty that the host has made too long since it was looked at.
 void AppendElement(std::string& line, const ArgDesc& desc, int32_t k) {
-  const size_t offset = OffsetOf(desc, k);
   switch (desc.host_class) {
-    case HOST_INTEGER: return AppendNumber(line, Load<int32_t>(offset).value_or(0));
-    case HOST_REAL: line += FormatExactly(Load<HostReal>(offset).value_or(REAL_ZERO)); return;
-    default: return AppendQuoted(line, LoadText(offset).value_or(""));
+    case HOST_INTEGER: return AppendNumber(line, Load<int32_t>(desc, k));
+    case HOST_REAL: line += FormatExactly(Load<HostReal>(desc, k)); return;
+    default: return AppendQuoted(line, LoadText(desc, k).value_or(""));
   }
 }
 
@@ -94,16 +62,15 @@ constexpr size_t EMPTY_QUOTES = 2;
 // A value that came back, as the client library reads it.
 void AppendReturned(std::string& line, const ArgDesc& desc) {
   if (desc.host_class != HOST_STRING) return AppendElement(line, desc, 0);
-  const std::string_view text = LoadText(desc.offset).value_or("");
-  AppendQuoted(line, text.substr(0, static_cast<size_t>(std::max(CapacityOf(desc), 0))));
+  const std::string text = LoadText(desc, 0).value_or("");
+  AppendQuoted(line, text.substr(0, static_cast<size_t>(std::max(DllElementRoom(desc, 0), 0))));
 }
 
 bool IsPlainArg(const ArgInfo& arg, const ArgDesc& desc) {
   if (desc.host_class != ClassOf(arg) || desc.count != 1) return false;
   if ((desc.by_ref != 0) != (arg.direction != Direction::In)) return false;
   if (desc.host_class == HOST_STRING) return desc.capacity >= 0;
-  return desc.host_class == HOST_INTEGER ||
-         !FormatExactly(Load<HostReal>(desc.offset).value_or(REAL_ZERO)).starts_with("0x");
+  return desc.host_class == HOST_INTEGER || !FormatExactly(Load<HostReal>(desc, 0)).starts_with("0x");
 }
 
 }  // namespace
@@ -112,7 +79,9 @@ bool CallLine::ReadDescriptors() {
   const int32_t sent = DllArgCount();
   ArgDesc name;
   if (sent < 1 || sent > MOST_ARGS || DllGetArgDesc(0, name) != RESULT_OK) return false;
-  if (name.host_class != HOST_STRING || DllElementText(name, name_) != RESULT_OK) return false;
+  std::optional<std::string> text = name.host_class == HOST_STRING ? LoadText(name, 0) : std::nullopt;
+  if (!text) return false;
+  name_ = *std::move(text);
   function_ = FindFunction(name_);
   count_ = static_cast<size_t>(sent) - 1;
   has_all_args_ = function_ != nullptr && count_ == function_->arg_count;
@@ -159,8 +128,8 @@ void CallLine::AppendCall(std::string& line) {
 
 void CallLine::AppendPlain(std::string& line, const ArgInfo& arg, Sent& sent) {
   if (sent.desc.host_class != HOST_STRING) return AppendElement(line, sent.desc, 0);
-  const std::string_view text = LoadText(sent.desc.offset).value_or("");
-  const int32_t capacity = CapacityOf(sent.desc);
+  const std::string text = LoadText(sent.desc, 0).value_or("");
+  const int32_t capacity = DllElementRoom(sent.desc, 0);
   const bool is_returned = arg.direction == Direction::Out;
   const bool has_its_room = arg.direction == Direction::In && std::cmp_equal(capacity, text.size());
   sent.text_at = line.size();
@@ -180,7 +149,7 @@ void CallLine::AppendPlaced(std::string& line, Sent& sent) {
   sent.text_at = line.size();
   AppendElement(line, desc, 0);
   sent.text_size = line.size() - sent.text_at;
-  if (desc.host_class == HOST_STRING) AppendRoom(line, CapacityOf(desc));
+  if (desc.host_class == HOST_STRING) AppendRoom(line, DllElementRoom(desc, 0));
   for (int32_t k = 1; k < desc.count; ++k) AppendElement(line += " +", desc, k);
 }
 
@@ -207,8 +176,10 @@ void CallLine::AppendUnsayable(std::string& line) const {
     append(", capacity ", desc.capacity);
     append(", stride ", desc.stride);
     append(", count ", desc.count);
-    if (desc.host_class == HOST_STRING) append(", length ", Load<int32_t>(desc.offset).value_or(-1));
-    if (k == 0 && desc.host_class == HOST_STRING) AppendQuoted(line += ", text ", LoadText(desc.offset).value_or(""));
+    if (desc.host_class != HOST_STRING) continue;
+    desc.count = 1;
+    append(", length ", DllElementsFit(desc) ? Load<int32_t>(desc, 0) : -1);
+    if (k == 0) AppendQuoted(line += ", text ", LoadText(desc, 0).value_or(""));
   }
   line += "\n#  ";
 }
@@ -216,7 +187,7 @@ void CallLine::AppendUnsayable(std::string& line) const {
 // Whether a text is the one that was sent: what a function has set in its place is no matter to it.
 bool CallLine::IsStill(std::string_view line, const Sent& sent) {
   std::string now;
-  AppendQuoted(now, LoadText(sent.desc.offset).value_or(""));
+  AppendQuoted(now, LoadText(sent.desc, 0).value_or(""));
   return line.substr(sent.text_at, sent.text_size) == now;
 }
 
@@ -244,7 +215,7 @@ void CallLine::AppendOutcome(std::string& line, int32_t result) {
 std::string CallLine::FileName() const {
   for (size_t k = 0; has_all_args_ && is_sayable_ && k < count_; ++k)
     if (NamesFile(function_->args[k]) && args_[k].desc.host_class == HOST_STRING)
-      return std::string(BeforeNul(LoadText(args_[k].desc.offset).value_or("")));
+      return std::string(BeforeNul(LoadText(args_[k].desc, 0).value_or("")));
   return "";
 }
 

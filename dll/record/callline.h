@@ -15,17 +15,18 @@ namespace vorlix {
 /// "place", in which each argument says its class, its capacity and how it is passed. What no script can send is told
 /// in comments.
 ///
-/// The block belongs to another process as well: lengths are read once and checked.
+/// The block belongs to another process as well: what is appended of it is a copy that was checked, however often the
+/// host changes it meanwhile.
 class CallLine {
  public:
-  /// Reads the descriptors of the call that the header copy speaks of.
+  /// Reads the descriptors of the call that the header copy speaks of. Throws std::bad_alloc.
   void Read();
 
   /// Appends what was sent. Throws std::bad_alloc.
   void AppendCall(std::string& line);
 
   /// Reads the outcome, and appends it as expectations. Of a call that has succeeded, the texts that stood before in
-  /// what was only returned are taken out of the line again: they were of no account. Throws std::bad_alloc.
+  /// what was only returned are taken out of the line again: they say nothing. Throws std::bad_alloc.
   void AppendOutcome(std::string& line, int32_t result);
 
   /// The path in the argument that names a file; empty when there is none. Throws std::bad_alloc.
@@ -52,7 +53,7 @@ class CallLine {
   void AppendUnsayable(std::string& line) const;
 
   const FunctionInfo* function_ = nullptr;
-  std::string_view name_;  // borrowed from the block, or from the function
+  std::string name_;
   std::array<Sent, MOST_ARGS> args_;
   size_t count_ = 0;
   bool is_sayable_ = false;
