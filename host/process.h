@@ -69,7 +69,7 @@ class Process {
   /// Sends a signal; nothing happens when the process has ended.
   void Signal(int signal);
 
-  /// To be called again and again by who waits for an answer. Takes captured standard error, so that the server never
+  /// To be called again and again while an answer is awaited. Takes captured standard error, so that the server never
   /// stands at a full pipe, and notices the end of the process, if it is `now` time for that; says when it is the next
   /// time.
   Clock::time_point Watch(Clock::time_point now);
@@ -103,7 +103,7 @@ class Process {
   Descriptor pidfd_;
   Descriptor error_output_;  // our end of the pipe of captured standard error
   std::string captured_;
-  Clock::time_point next_look_;  // of who waits for an answer
+  Clock::time_point next_look_;  // while an answer is awaited
   std::optional<Ending> ending_;
 };
 

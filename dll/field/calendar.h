@@ -26,7 +26,7 @@ int DayOfYear(int64_t year, int month, int day);
 /// is 3 March. A month outside 1 to 12 still gives some day, the same one each time.
 constexpr int64_t DayNumber(int64_t year, int64_t month, int64_t day) {
   // Years begin with March here, so that the leap day is their last. The months from March to January are 30.6 days
-  // long in the mean; the multiples of that, rounded down, grow by the length of each.
+  // long on average; the multiples of that, rounded down, grow by the length of each.
   const bool in_last_year = month == 1 || month == 2;
   const int64_t y = in_last_year ? year - 1 : year;
   const int64_t m = in_last_year ? month + 13 : month + 1;

@@ -1,8 +1,8 @@
 // Printing is exact: ties are decided by the binary value. A print longer than FIELD_MAX counts as one that does not
 // fit, even when the decimals that make it so long would be trimmed.
 //
-// Numbers of everyday size are printed with integers, in a third of the time that std::to_chars takes, which decides
-// what showing a number costs. magnitude = mantissa / 2^shift, so magnitude * 10^prec is an exact quotient, which is
+// Numbers of everyday size are printed with integers, which is faster than std::to_chars: docs/performance.md has the
+// figure. magnitude = mantissa / 2^shift, so magnitude * 10^prec is an exact quotient, which is
 // rounded once. All others, which do not fit the integers, take the library's way.
 #include "dll/field/numfield.h"
 

@@ -49,7 +49,7 @@ VarResult VarFree();
 VarResult VarInitXBUF(CText dlgID, std::string_view xbuf);
 
 /// With fields without values: all of the dialog for "*", else those of a list such as "name,plz", which have to be
-/// parted by single commas. A "$" may end a name, and nothing else can stand in its place before the comma.
+/// separated by single commas. A "$" may end a name, and nothing else can stand in its place before the comma.
 VarResult VarInitLIST(CText dlgID, CText list);
 
 /// With one field and its value.
