@@ -128,7 +128,7 @@ TEST_F(Ini, NeverTakesAShortenedFileForTheWhole) {
   Make("K=1\n");
   for (const off_t end : {off_t{5}, FileReplacement::END_OF_FILE, off_t{4}}) {
     IniFile old;
-    old.Open(Path().c_str());
+    ASSERT_EQ(old.Open(Path().c_str()), 0);
     FileReplacement out(Path(), old.Descriptor());
     out.Copy(0, end);
     EXPECT_EQ(out.Commit(), end != 5) << end;

@@ -17,6 +17,7 @@
 // compare by the letters that are fixed at start-up (FixNameLetters).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -73,9 +74,9 @@ int64_t IniOffset(int hdl);
 // ---- One entry ------------------------------------------------------------------------------------------------------
 
 /// Copies the value of the first such entry in the first such section, or `fallback` when file, section or entry are
-/// missing or cannot be read. Returns the length, at most size - 1; -1, with nothing copied, for a size below 1.
-int IniGetString(std::string_view section, std::string_view entry, std::string_view fallback, char* buf, int size,
-                 const char* path);
+/// missing or cannot be read. Returns the length, at most size - 1; 0, with nothing copied, for a size below 1.
+size_t IniGetString(std::string_view section, std::string_view entry, std::string_view fallback, char* buf, int size,
+                    const char* path);
 
 /// The number that the value begins with, 0 when it begins with none, `fallback` when the value is missing or empty.
 /// Numbers beyond 32 bits give the nearest end of the range.
@@ -84,6 +85,7 @@ int32_t IniGetInt(std::string_view section, std::string_view entry, int32_t fall
 /// Replaces the first such entry in the first such section, or adds it at the section's end, after adding the section
 /// at the end of the file where needed; a missing file is created. False when it failed, and the file stands as it
 /// was.
-bool IniSetString(std::string_view section, std::string_view entry, std::string_view value, const char* path);
+[[nodiscard]] bool IniSetString(std::string_view section, std::string_view entry, std::string_view value,
+                                const char* path);
 
 }  // namespace vorlix

@@ -19,7 +19,7 @@ class IniFile {
 
   /// Opens a regular file at its start. Returns 0 or the error number: EISDIR for a directory, ENODEV for whatever else
   /// is not a regular file.
-  int Open(const char* path);
+  [[nodiscard]] int Open(const char* path);
   void Close();
   bool IsOpen() const { return fd_ >= 0; }
   int Descriptor() const { return fd_; }

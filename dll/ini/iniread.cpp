@@ -171,14 +171,14 @@ int64_t IniOffset(int hdl) {
   return handle != nullptr ? handle->file.Offset() : -1;
 }
 
-int IniGetString(std::string_view section, std::string_view entry, std::string_view fallback, char* buf, int size,
-                 const char* path) {
-  if (size < 1) return -1;
+size_t IniGetString(std::string_view section, std::string_view entry, std::string_view fallback, char* buf, int size,
+                    const char* path) {
+  if (size < 1) return 0;
   IniFile file;
   IniEntry found;
   if (file.Open(path) == 0 && FindEntry(file, section, entry, found)) fallback = ParseValue(found.rest);
   CopyOut(fallback, buf, size);
-  return static_cast<int>(std::strlen(buf));
+  return std::strlen(buf);
 }
 
 int32_t IniGetInt(std::string_view section, std::string_view entry, int32_t fallback, const char* path) {

@@ -49,16 +49,16 @@ int32_t ini_GetString(zString section, zString entry, zString def, zString fname
   IniText text{};
   // Unlike the walking calls, this one fills the String to the last character.
   const int size = std::min(val.max, INI_TEXT_SIZE - 1) + 1;
-  const int length = std::max(0, IniGetString(section, entry, def, text.data(), size, fname));
-  static_cast<void>(DllStrFromC({text.data(), static_cast<size_t>(length)}, val));
-  DebugPrint(TRACE_INI, 3, "ini_GetString: \"%*.*s\"", length, length, text.data());
+  const size_t length = IniGetString(section, entry, def, text.data(), size, fname);
+  static_cast<void>(DllStrFromC({text.data(), length}, val));
+  DebugPrint(TRACE_INI, 3, "ini_GetString: \"%s\"", text.data());
   return RESULT_OK;
 }
 
 int32_t ini_SetString(zString section, zString entry, zString val, zString fname) {
   DebugPrint(TRACE_INI, 3, "ini_SetString(section=\"%s\",entry=\"%s\",val=\"%s\",fname=\"%s\")", section, entry, val,
              fname);
-  IniSetString(section, entry, val, fname);
+  static_cast<void>(IniSetString(section, entry, val, fname));  // a host reads back what has to be there
   return RESULT_OK;
 }
 
