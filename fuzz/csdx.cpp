@@ -10,13 +10,13 @@ void SendAndReceive(std::string_view bytes, size_t room) {
   Require(CSDX_PackString(bytes), "a small text can be packed");
   CsdxPayload payload;
   std::string block(room, '\0');
-  int32_t last = 0;
   for (Received received = Received::MoreFollow; received == Received::MoreFollow;) {
     DllString text{int32_t(room), 0, block.data()};
-    if (CSDX_SendNext(text, IntByReference(&last)) != RESULT_OK)
-      return Require(room < 20 + 6 && last == 1, "blocks of 26 bytes are large enough");
+    const Sent sent = CSDX_SendNext(text);
+    if (sent == Sent::NoRoom) return Require(room < 20 + 6, "blocks of 26 bytes are large enough");
     received = CSDX_ReceiveNext(payload, text.View());
-    Require(received == (last == 0 ? Received::MoreFollow : Received::Complete), "both sides see the end");
+    Require(received == (sent == Sent::MoreFollow ? Received::MoreFollow : Received::Complete),
+            "both sides see the end");
   }
   Require(payload.View() == bytes, "what was sent arrives");
 }

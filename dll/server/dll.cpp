@@ -158,7 +158,17 @@ int32_t dll_SetLocale(zString str) { return DescribeLanguages(str); }
 
 int32_t dll_SendNext(Out<String> zd, Out<IntByReference> eof_p) {
   DebugEntry(TRACE_DICT);
-  return CSDX_SendNext(zd, eof_p);
+  switch (CSDX_SendNext(zd)) {
+    case Sent::MoreFollow: eof_p.Set(0); return RESULT_OK;
+    case Sent::Last: eof_p.Set(1); return RESULT_OK;
+    case Sent::NoBuffer:
+      DebugPrint(TRACE_DICT, 1, "dll_SendNext() failed: csdxBuf is not allocated");
+      return RESULT_REFUSED;
+    case Sent::NoRoom: break;
+  }
+  eof_p.Set(1);
+  DebugPrint(TRACE_DICT, 1, "dll_SendNext() failed: string overflow");
+  return RESULT_TOO_SHORT;
 }
 
 }  // namespace vorlix

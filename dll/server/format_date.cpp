@@ -1,8 +1,8 @@
 // The callable functions for date, time, week and month fields.
 #include "dll/field/fieldbuf.h"
 #include "dll/server/functions.h"
+#include "dll/server/scanresult.h"
 #include "dll/shared/datefmt.h"
-#include "dll/shared/fieldscan.h"
 
 namespace vorlix {
 namespace {

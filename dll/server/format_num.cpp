@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "dll/server/functions.h"
-#include "dll/shared/fieldscan.h"
+#include "dll/server/scanresult.h"
 #include "dll/shared/numfmt.h"
 
 namespace vorlix {

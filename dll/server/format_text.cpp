@@ -1,6 +1,6 @@
 // The calls that show and read texts.
 #include "dll/server/functions.h"
-#include "dll/shared/fieldscan.h"
+#include "dll/server/scanresult.h"
 #include "dll/shared/textfmt.h"
 
 namespace vorlix {

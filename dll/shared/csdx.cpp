@@ -83,29 +83,23 @@ std::optional<std::string_view> CSDX_Contents() {
   return buffer;
 }
 
-ResultCode CSDX_SendNext(DllString& block, IntByReference last) {
-  if (buffer.empty()) {
-    DebugPrint(TRACE_DICT, 1, "dll_SendNext() failed: csdxBuf is not allocated");
-    return RESULT_REFUSED;
-  }
+Sent CSDX_SendNext(DllString& block) {
+  if (buffer.empty()) return Sent::NoBuffer;
   const NumberField number(sent);
   const std::string_view prefix = number.View();
   const auto prefix_length = static_cast<int32_t>(prefix.size());
   if (block.max < prefix_length + FIRST_BLOCK_MARGIN) {
     CSDX_Reset();
-    last.Set(1);
-    DebugPrint(TRACE_DICT, 1, "dll_SendNext() failed: string overflow");
-    return RESULT_TOO_SHORT;
+    return Sent::NoRoom;
   }
   const std::string_view bytes = std::string_view(buffer).substr(sent, static_cast<size_t>(block.max - prefix_length));
   std::memcpy(block.buf, prefix.data(), prefix.size());
   std::memcpy(block.buf + prefix.size(), bytes.data(), bytes.size());
   block.len = prefix_length + static_cast<int32_t>(bytes.size());
   sent += bytes.size();
-  const bool is_last = sent == buffer.size();
-  if (is_last) CSDX_Reset();
-  last.Set(is_last ? 1 : 0);
-  return RESULT_OK;
+  if (sent < buffer.size()) return Sent::MoreFollow;
+  CSDX_Reset();
+  return Sent::Last;
 }
 
 }  // namespace vorlix

@@ -50,9 +50,11 @@ template <class PutPayload>
 /// The finished buffer, borrowed until the next call of this header; nothing when there is none.
 std::optional<std::string_view> CSDX_Contents();
 
-/// Writes the next block into `block`. RESULT_OK with `last` saying whether the buffer is used up (it is released
-/// then); RESULT_REFUSED without a buffer, `last` unchanged; RESULT_TOO_SHORT when `block` has no room for the offset
-/// and 20 bytes, the buffer is released and `last` set.
-ResultCode CSDX_SendNext(DllString& block, IntByReference last);
+/// What came of a block. Behind the last one, and where `block` has no room for the offset and 20 bytes, the buffer is
+/// released.
+enum class [[nodiscard]] Sent{MoreFollow, Last, NoBuffer, NoRoom};
+
+/// Writes the next block of the buffer into `block`.
+Sent CSDX_SendNext(DllString& block);
 
 }  // namespace vorlix

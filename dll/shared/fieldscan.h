@@ -1,5 +1,4 @@
-// What the scanners of all field types share: the check against a set of allowed characters, and the way in which an
-// outcome reaches the host.
+// What the scanners of all field types share: the check against a set of allowed characters.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +6,6 @@
 
 #include "dll/field/fieldbuf.h"
 #include "dll/field/scancode.h"
-#include "hostif/dllifutil.h"
 
 namespace vorlix {
 
@@ -22,10 +20,5 @@ ValidOutcome FmtCheckValid(std::string_view text, std::string_view valid, char& 
 /// FmtCheckValid as a step of a scanner: SCAN_OK and `out` untouched, or SCAN_BAD_CHAR and the refused character as
 /// `out`, which is empty when `valid` is malformed.
 ScanCode CheckFieldChars(std::string_view text, std::string_view valid, FieldBuffer& out);
-
-/// Ends a callable scan function: sets `rc` to what the host is told for `code`, and `out` to `text` where the host is
-/// given one (SCAN_OK and SCAN_BAD_CHAR), else to nothing. Returns the function's result: RESULT_OK, RESULT_TOO_SHORT
-/// when `text` does not fit `out`, or RESULT_REFUSED for SCAN_BAD_CALL.
-int32_t SetScanResult(ScanCode code, std::string_view text, DllString& out, IntByReference rc);
 
 }  // namespace vorlix
