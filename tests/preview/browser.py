@@ -129,7 +129,7 @@ class Page(unittest.TestCase):
                 ("limit", "", "nothing was typed: shows as"),
                 ("name", "", "refused: must be filled in"),
                 ("name", "x" * 31, "cut to the length of the field"),
-                ("kunde_seit", "30.02.26", time.strftime("not a date; now it would be %d.%m.%y")),
+                ("kunde_seit", "30.02.26", time.strftime("not a date; a valid one is %d.%m.%y")),
                 ("kunde_seit", "24.12.26", "stored as 20261224"),
             ],
             "de_DE": [

@@ -59,7 +59,7 @@ std::string NoneOfItsKind(const FunctionInfo& function, const FormField& field) 
   if (function.name == "scan_Num")
     return "not a number" + (field.range.empty() ? "" : ", or not one of " + field.range);
   const std::string now = field.sample.substr(0, field.sample.find_last_not_of(' ') + 1);
-  return std::string(MeaningOf(function, "rc", NOT_OF_ITS_KIND)) + (now.empty() ? "" : "; now it would be " + now);
+  return std::string(MeaningOf(function, "rc", NOT_OF_ITS_KIND)) + (now.empty() ? "" : "; a valid one is " + now);
 }
 
 // By the field, where the function alone says less.
