@@ -12,21 +12,7 @@
 namespace vorlix::host {
 namespace {
 
-bool Accepts(DeclaredType type, HostClass given) {
-  switch (type) {
-    case DeclaredType::IntByValue:
-    case DeclaredType::RealByValue: return given != HOST_STRING;
-    case DeclaredType::IntByReference:
-    case DeclaredType::IntArray: return given == HOST_INTEGER;
-    case DeclaredType::RealByReference:
-    case DeclaredType::RealArray: return given == HOST_REAL;
-    case DeclaredType::zString:
-    case DeclaredType::String:
-    case DeclaredType::StringArray: return given == HOST_STRING;
-    case DeclaredType::VarArg: return true;
-  }
-  return true;
-}
+bool Accepts(DeclaredType type, HostClass given) { return InfoOf(type).Of(given) != Presentation::None; }
 
 std::string_view ClassText(HostClass host_class) {
   constexpr std::array<std::string_view, 4> TEXTS = {"nothing", "an integer", "a real", "a text"};

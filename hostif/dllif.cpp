@@ -65,10 +65,10 @@ void PrintQuoted(std::string_view text) {
   Print("\"");
 }
 
-const char* TypeName(DeclaredType type) {
-  const auto code = static_cast<size_t>(type);
-  return code < DECLARED_TYPE_NAMES.size() ? DECLARED_TYPE_NAMES[code].data() : "Unknown";
-}
+bool IsType(DeclaredType type) { return static_cast<size_t>(type) < DECLARED_TYPES.size(); }
+
+// The names are whole literals, so they end in NUL.
+const char* TypeName(DeclaredType type) { return IsType(type) ? InfoOf(type).name.data() : "Unknown"; }
 
 const char* ClassName(int32_t host_class) {
   switch (host_class) {
@@ -79,18 +79,10 @@ const char* ClassName(int32_t host_class) {
   }
 }
 
-bool IsArray(DeclaredType type) {
-  return type == DeclaredType::IntArray || type == DeclaredType::RealArray || type == DeclaredType::StringArray;
-}
-
-bool IsByValue(DeclaredType type) {
-  return type == DeclaredType::IntByValue || type == DeclaredType::RealByValue || type == DeclaredType::zString;
-}
-
 // Whether the value is shown as an array: by its declared type, or by what the host sent for a VarArg.
 bool ShownAsArray(const CallArg& arg) {
-  if (arg.spec->type == DeclaredType::VarArg) return arg.presented.Desc().count > 1;
-  return IsArray(arg.spec->type);
+  const Shape shape = InfoOf(arg.spec->type).shape;
+  return shape == Shape::Any ? arg.presented.Desc().count > 1 : shape == Shape::Array;
 }
 
 void PrintElement(const PresentedArg& arg, int32_t k) {
@@ -150,9 +142,10 @@ ResultCode TakeArg(int32_t index, const ArgSpec& spec) {
   if (const ResultCode code = DllGetArgDesc(index, desc); code != RESULT_OK) return code;
   CallTrace(3, " arg = %.*s, %s, CALL = %s, elcnt = %d (%s)\n", static_cast<int>(spec.name.size()), spec.name.data(),
             TypeName(spec.type), ClassName(desc.host_class), desc.count, desc.by_ref != 0 ? "ByRef" : "ByValue");
-  if (spec.type < DeclaredType::VarArg || spec.type > DeclaredType::StringArray) return RESULT_BAD_TYPE;
-  if (IsArray(spec.type) && spec.min_count > desc.count) return RESULT_ARRAY_TOO_SHORT;
-  const Presentation how = PresentedArg::Choose(spec.type, desc.host_class);
+  if (!IsType(spec.type)) return RESULT_BAD_TYPE;
+  const DeclaredTypeInfo& type = InfoOf(spec.type);
+  if (type.shape == Shape::Array && spec.min_count > desc.count) return RESULT_ARRAY_TOO_SHORT;
+  const Presentation how = type.Of(desc.host_class);
   if (how == Presentation::None) return RESULT_WRONG_CLASS;
   const auto slot = static_cast<size_t>(index - 1);
   args_taken = slot + 1;
@@ -192,7 +185,7 @@ void WriteBackArgs() {
   for (const CallArg& arg : TakenArgs()) {
     ++index;
     if (arg.presented.Desc().by_ref == 0) continue;
-    if (IsByValue(arg.spec->type)) {
+    if (InfoOf(arg.spec->type).shape == Shape::Value) {
       DllClearByRef(index);
     } else {
       if (Traced(2)) PrintArg(arg);

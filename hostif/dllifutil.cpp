@@ -133,32 +133,6 @@ ResultCode DllElementText(const ArgDesc& desc, int32_t k, std::string_view& text
 
 // ---- Presentation ---------------------------------------------------------------------------------------------------
 
-Presentation PresentedArg::Choose(DeclaredType type, int32_t host_class) {
-  struct Row {
-    Presentation integer, real, string;
-  };
-  using enum Presentation;
-  constexpr std::array<Row, DECLARED_TYPE_NAMES.size()> ROWS = {{
-      {Integers, DoublesOfReals, Strings},    // VarArg
-      {Integers, IntsOfReals, None},          // IntByValue
-      {Integers, None, None},                 // IntByReference
-      {Integers, None, None},                 // IntArray
-      {DoublesOfInts, DoublesOfReals, None},  // RealByValue
-      {None, DoublesOfReals, None},           // RealByReference
-      {None, DoublesOfReals, None},           // RealArray
-      {None, None, Text},                     // zString
-      {None, None, Strings},                  // String
-      {None, None, Strings},                  // StringArray
-  }};
-  const Row& row = ROWS.at(static_cast<size_t>(type));
-  switch (host_class) {
-    case HOST_INTEGER: return row.integer;
-    case HOST_REAL: return row.real;
-    case HOST_STRING: return row.string;
-    default: return None;
-  }
-}
-
 ResultCode PresentedArg::Present(Presentation how, const ArgDesc& desc) {
   Release();
   desc_ = desc;

@@ -143,23 +143,9 @@ int32_t DllElementRoom(const ArgDesc& desc, int32_t k);
 
 // ---- Presentation of arguments --------------------------------------------------------------------------------------
 
-/// What the entry of the argument vector points to.
-enum class Presentation {
-  None,
-  Integers,        // in place in the block
-  Strings,         // private DllStrings over the elements
-  Text,            // a private copy that ends in NUL
-  DoublesOfInts,   // private doubles, nothing goes back
-  IntsOfReals,     // private integers, nothing goes back
-  DoublesOfReals,  // private doubles that go back into the host reals of by-reference types
-};
-
 /// One argument as it was presented. Owns its private memory until Release or the next Present.
 class PresentedArg {
  public:
-  /// The presentation of a host class under a declared type; None when the type does not accept the class.
-  static Presentation Choose(DeclaredType type, int32_t host_class);
-
   /// Presents the argument. RESULT_OK, RESULT_CORRUPT when an element does not lie in the segment, or RESULT_NO_MEMORY.
   [[nodiscard]] ResultCode Present(Presentation how, const ArgDesc& desc);
 

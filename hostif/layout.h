@@ -5,6 +5,7 @@
 // the host's choice: a descriptor carries the address of its first element in the host's own mapping.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -85,11 +86,73 @@ enum class DeclaredType : int32_t {
   zString = 7,
   String = 8,
   StringArray = 9,
+  Count
 };
 
+/// How a function gets an argument.
+enum class Presentation {
+  None,            // not at all: the call is refused
+  Integers,        // in place in the block
+  Strings,         // private DllStrings over the elements
+  Text,            // a private copy that ends in NUL
+  DoublesOfInts,   // private doubles, nothing goes back
+  IntsOfReals,     // private integers, nothing goes back
+  DoublesOfReals,  // private doubles that go back into the host reals of by-reference types
+};
+
+/// What is declared: a value that nothing comes back of, a variable, or an array. Of Any, each call says what it has.
+enum class Shape { Any, Value, Variable, Array };
+
+struct DeclaredTypeInfo {
+  DeclaredType type;
+  std::string_view name;
+  Shape shape;
+  HostClass own_class;                 // what a host sends that has the choice
+  Presentation integer, real, string;  // of what a host sends in the class
+
+  constexpr Presentation Of(int32_t host_class) const {
+    switch (host_class) {
+      case HOST_INTEGER: return integer;
+      case HOST_REAL: return real;
+      case HOST_STRING: return string;
+      default: return Presentation::None;
+    }
+  }
+};
+
+/// The declared types, by code.
+inline constexpr auto DECLARED_TYPES = [] {
+  using enum DeclaredType;
+  using enum Presentation;
+  return std::to_array<DeclaredTypeInfo>({
+      {VarArg, "VarArg", Shape::Any, HOST_STRING, Integers, DoublesOfReals, Strings},
+      {IntByValue, "IntByValue", Shape::Value, HOST_INTEGER, Integers, IntsOfReals, None},
+      {IntByReference, "IntByReference", Shape::Variable, HOST_INTEGER, Integers, None, None},
+      {IntArray, "IntArray", Shape::Array, HOST_INTEGER, Integers, None, None},
+      {RealByValue, "RealByValue", Shape::Value, HOST_REAL, DoublesOfInts, DoublesOfReals, None},
+      {RealByReference, "RealByReference", Shape::Variable, HOST_REAL, None, DoublesOfReals, None},
+      {RealArray, "RealArray", Shape::Array, HOST_REAL, None, DoublesOfReals, None},
+      {zString, "zString", Shape::Value, HOST_STRING, None, None, Text},
+      {String, "String", Shape::Variable, HOST_STRING, None, None, Strings},
+      {StringArray, "StringArray", Shape::Array, HOST_STRING, None, None, Strings},
+  });
+}();
+static_assert(DECLARED_TYPES.size() == static_cast<std::size_t>(DeclaredType::Count));
+
+/// The row of a type; its code must be one that there is.
+constexpr const DeclaredTypeInfo& InfoOf(DeclaredType type) {
+  return DECLARED_TYPES.at(static_cast<std::size_t>(type));
+}
+
+static_assert(std::ranges::all_of(DECLARED_TYPES, [](const DeclaredTypeInfo& row) {
+  return &row == &InfoOf(row.type) && row.Of(row.own_class) != Presentation::None;
+}));
+
 /// The names of the declared types, by code.
-inline constexpr std::array<std::string_view, 10> DECLARED_TYPE_NAMES = {
-    "VarArg",          "IntByValue", "IntByReference", "IntArray", "RealByValue",
-    "RealByReference", "RealArray",  "zString",        "String",   "StringArray"};
+inline constexpr auto DECLARED_TYPE_NAMES = [] {
+  std::array<std::string_view, DECLARED_TYPES.size()> names;
+  std::ranges::transform(DECLARED_TYPES, names.begin(), &DeclaredTypeInfo::name);
+  return names;
+}();
 
 }  // namespace vorlix

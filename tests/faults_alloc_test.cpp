@@ -93,7 +93,7 @@ bool Fits(const Answer& answer, const FunctionInfo& function, const host::Result
 int PresentedApart(const FunctionInfo& function, const std::vector<host::Arg>& args) {
   int count = 0;
   for (size_t k = 0; k < args.size(); ++k)
-    if (PresentedArg::Choose(function.args.at(k).type, args[k].Class()) != Presentation::Integers) ++count;
+    if (InfoOf(function.args.at(k).type).Of(args[k].Class()) != Presentation::Integers) ++count;
   return count;
 }
 

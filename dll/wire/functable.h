@@ -21,15 +21,7 @@ struct ArgInfo {
 };
 
 /// The class in which a host sends the argument.
-constexpr HostClass ClassOf(const ArgInfo& arg) {
-  switch (arg.type) {
-    case DeclaredType::IntByValue:
-    case DeclaredType::IntByReference: return HOST_INTEGER;
-    case DeclaredType::RealByValue:
-    case DeclaredType::RealByReference: return HOST_REAL;
-    default: return HOST_STRING;
-  }
-}
+constexpr HostClass ClassOf(const ArgInfo& arg) { return InfoOf(arg.type).own_class; }
 
 /// Whether the argument is the path of a file.
 constexpr bool NamesFile(const ArgInfo& arg) { return arg.name == "fname"; }
