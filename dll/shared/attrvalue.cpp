@@ -14,11 +14,17 @@ namespace vorlix {
 namespace {
 
 // Names by code. The empty text is code 0.
-constexpr CText OBJECT_TYPES[] = {"", "ET", "ST", "OF", "CB", "RB", "LB", "MT", "XB"};
-static_assert(std::size(OBJECT_TYPES) == OT_XB + 1);
+constexpr CText OBJECT_TYPES[] = {
+    "",
+#define OBJECT_TYPE(name, ...) #name,
+#include "dll/shared/dicttypes.def"
+};
 
-constexpr CText FIELD_TYPES[] = {"", "N", "D", "Z", "M", "K", "T", "U", "CB", "RB", "LB", "MT", "XB"};
-static_assert(std::size(FIELD_TYPES) == FT_XB + 1);
+constexpr CText FIELD_TYPES[] = {
+    "",
+#define FIELD_TYPE(name, ...) #name,
+#include "dll/shared/dicttypes.def"
+};
 
 constexpr CText UNKNOWN_TYPE = "??";
 

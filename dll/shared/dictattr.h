@@ -18,10 +18,18 @@
 namespace vorlix {
 
 /// What an object is on the screen. 0 is none.
-enum ObjectType : int32_t { OT_NONE, OT_ET, OT_ST, OT_OF, OT_CB, OT_RB, OT_LB, OT_MT, OT_XB };
+enum ObjectType : int32_t {
+  OT_NONE,
+#define OBJECT_TYPE(name, ...) OT_##name,
+#include "dll/shared/dicttypes.def"
+};
 
 /// What a field holds. 0 is none, or a type that only the host knows, see Object::ftyp_text.
-enum FieldType : int32_t { FT_NONE, FT_N, FT_D, FT_Z, FT_M, FT_K, FT_T, FT_U, FT_CB, FT_RB, FT_LB, FT_MT, FT_XB };
+enum FieldType : int32_t {
+  FT_NONE,
+#define FIELD_TYPE(name, ...) FT_##name,
+#include "dll/shared/dicttypes.def"
+};
 
 /// Bits of Object::flags: FREQ, and the wishes of NOTIFY.
 enum ObjectFlag : uint32_t {

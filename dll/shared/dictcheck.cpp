@@ -52,6 +52,12 @@ constexpr ValueType VALUE_TYPES[] = {
     {FT_LB, ANY, NoDefaults},   {FT_MT, ANY, NoDefaults},     {FT_XB, ANY, NoDefaults},
 };
 
+constexpr bool HasValueTypes(FieldType ftyp) {
+  return std::ranges::find(VALUE_TYPES, ftyp, &ValueType::ftyp) != std::end(VALUE_TYPES);
+}
+#define FIELD_TYPE(name, ...) static_assert(HasValueTypes(FT_##name));
+#include "dll/shared/dicttypes.def"
+
 // Value types of dates by the names that they had, each as long as its name today.
 struct OldValueType {
   CText old;
@@ -81,11 +87,17 @@ bool Fail(const char* reason, CText section) {
   return false;
 }
 
-// Objects other than fields to type into have the field type of the same name.
+// The field type that an ObjectType forces; none for fields to type into.
+constexpr FieldType FORCED_TYPES[] = {
+    FT_NONE,
+#define OBJECT_TYPE(name, field_type) FT_##field_type,
+#include "dll/shared/dicttypes.def"
+};
+
 void ForceFieldType(Object& object) {
-  static_assert(FT_XB - FT_CB == OT_XB - OT_CB);
-  if (object.objtype < OT_CB) return;
-  object.ftyp = FieldType{object.objtype - OT_CB + FT_CB};
+  const FieldType forced = FORCED_TYPES[object.objtype];
+  if (forced == FT_NONE) return;
+  object.ftyp = forced;
   object.ftyp_text.reset();
   object.mask |= BIT_FTYP;
 }
@@ -178,7 +190,7 @@ bool CheckValid(const Object& object, CText section) {
 bool CheckNumbers(const Object& object, CText section) {
   if (object.flen < 0) return Fail("negative LEN", section);
   // A calendar week has a length by its format.
-  if (object.objtype <= OT_OF && object.ftyp != FT_K && object.flen == 0)
+  if (FORCED_TYPES[object.objtype] == FT_NONE && object.ftyp != FT_K && object.flen == 0)
     DebugPrint(TRACE_DICT, 2, "ObCheck() warning: LEN is zero or undefined, section '%s'", section.CStr());
   return object.fprec >= 0 || Fail("negative PREC", section);
 }

@@ -123,10 +123,12 @@ VarResult VarXBUF(CText dlgID, std::string_view xbuf, VarMode mode) {
 
 namespace {
 
-char TypeOf(const Object& object) {
-  const bool is_number = (object.ftyp >= FT_N && object.ftyp <= FT_K) || (object.ftyp >= FT_CB && object.ftyp <= FT_LB);
-  return is_number ? 'N' : 'X';
-}
+// The XBUF types by FieldType. A field of a type that only the host knows is a text.
+constexpr char XBUF_TYPES[] = {
+    'X',
+#define FIELD_TYPE(name, type, ...) type,
+#include "dll/shared/dicttypes.def"
+};
 
 // Takes the index of an element off the name, when it has one. An index that is too large for one is part of the name.
 void CutIndex(VarName& real) {
@@ -151,7 +153,7 @@ VarResult VarRealName(const Section& section, VarName& real) {
     DebugPrint(TRACE_DICT, 1, "VarRealName(): invalid section name [%s]", section.section.get());
     return VAR_REFUSED;
   }
-  real = {name.substr(dot + 1), TypeOf(section.object), 0};
+  real = {name.substr(dot + 1), XBUF_TYPES[section.object.ftyp], 0};
   CutIndex(real);
   return VAR_OK;
 }

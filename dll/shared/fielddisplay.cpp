@@ -111,21 +111,10 @@ using Display = void (*)(FieldBuffer& out, const Object& field, const char* valu
 
 // By FieldType; null where the value stays as it is.
 constexpr Display DISPLAYS[] = {
-    nullptr,          // none
-    ShowNumber,       // N
-    ShowDate,         // D
-    ShowTime,         // Z
-    ShowMonth,        // M
-    ShowWeek,         // K
-    ShowText,         // T
-    ShowText,         // U
-    ShowCheckBox,     // CB
-    ShowRadioButton,  // RB
-    ShowListBox,      // LB
-    nullptr,          // MT
-    nullptr,          // XB
+    nullptr,
+#define FIELD_TYPE(name, type, display) display,
+#include "dll/shared/dicttypes.def"
 };
-static_assert(std::size(DISPLAYS) == FT_XB + 1);
 
 }  // namespace
 
