@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <cstdlib>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -21,8 +22,8 @@ namespace {
 constexpr int DEEPEST_FORMAT = 3;
 
 // ---- Texts -----------------------------------------------------------------------------------------------------------
-// All that writes does so at `at` and returns the end of what it wrote; or null, when that does not fit before `end` or
-// is outside its range: the whole is an overflow then.
+// Each of these writes at `at` and returns the end of what it wrote; or null, when that does not fit before `end` or is
+// outside its range: the whole is an overflow then.
 
 char* PutText(char* at, const char* end, std::string_view text) {
   if (std::cmp_greater(text.size(), end - at)) return nullptr;
@@ -30,10 +31,10 @@ char* PutText(char* at, const char* end, std::string_view text) {
   return at;
 }
 
-// As it is written in the format.
+// As it is written in the format; "%%" is one.
 char* PutUnknown(char* at, const char* end, char letter) {
   const std::array<char, 2> text = {'%', letter};
-  return PutText(at, end, {text.data(), text.size()});
+  return PutText(at, end, {text.data(), letter == '%' ? size_t{1} : text.size()});
 }
 
 template <size_t SIZE>
@@ -83,11 +84,6 @@ char* PutShaped(char* at, const char* end, std::string_view text, const DateDire
 
 // ---- Formats ---------------------------------------------------------------------------------------------------------
 
-constexpr std::string_view LETTERS = "aAbBcdHIjmMpSwWxXyY";  // those that stand for something
-constexpr std::string_view FORMAT_LETTERS = "cxX";           // and those that stand for a format of the locale
-
-bool IsOneOf(char letter, std::string_view letters) { return letters.find(letter) != std::string_view::npos; }
-
 bool IsHour(int hour) { return hour >= 0 && hour <= 23; }
 
 // Writes one broken-down time by one format.
@@ -101,7 +97,8 @@ class DateWriter {
   bool FindWeek(std::string_view fmt);
   char* PutBare(char* at, char* end, char letter);
   char* PutDetailed(char* at, char* end, const DateDirective& directive);
-  char* PutPlain(char* at, char* end, char letter);
+  std::optional<char*> PutPlain(char* at, char* end, char letter);
+  std::optional<std::string_view> FormatOf(char letter) const;
   char* PutFormat(char* at, char* end, std::string_view fmt);
 
   std::string_view HalfOfDay() const { return tm_.tm_hour < 12 ? locale_.am : locale_.pm; }
@@ -116,7 +113,7 @@ class DateWriter {
 };
 
 char* DateWriter::Write(char* at, char* end, std::string_view fmt) {
-  if (IsOneOf('W', fmt) && !FindWeek(fmt)) return nullptr;
+  if (fmt.find('W') != std::string_view::npos && !FindWeek(fmt)) return nullptr;
   DateFormatReader reader(fmt);
   while (at != nullptr && !reader.AtEnd()) {
     if (at == end) return nullptr;
@@ -155,18 +152,20 @@ bool DateWriter::FindWeek(std::string_view fmt) {
 }
 
 char* DateWriter::PutBare(char* at, char* end, char letter) {
-  char* const text_end = PutPlain(at, end, letter);
+  const std::optional<char*> plain_end = PutPlain(at, end, letter);
+  if (!plain_end) return PutUnknown(at, end, letter);
+  char* const text_end = *plain_end;
   for (; at != text_end && text_end != nullptr && *at == ' '; ++at) *at = '0';
   return text_end;
 }
 
 char* DateWriter::PutDetailed(char* at, char* end, const DateDirective& directive) {
-  if (!IsOneOf(directive.letter, LETTERS)) return PutText(at, end, directive.text);
   FieldBuffer plain;
-  const auto room = IsOneOf(directive.letter, FORMAT_LETTERS) ? end - at : FIELD_MAX;
-  const char* const plain_end = PutPlain(plain.Start(), plain.Start() + room, directive.letter);
-  if (plain_end == nullptr) return nullptr;
-  plain.Finish(plain_end);
+  const auto room = FormatOf(directive.letter) ? end - at : FIELD_MAX;
+  const std::optional<char*> plain_end = PutPlain(plain.Start(), plain.Start() + room, directive.letter);
+  if (!plain_end) return PutText(at, end, directive.text);
+  if (*plain_end == nullptr) return nullptr;
+  plain.Finish(*plain_end);
   return PutShaped(at, end, plain.View(), directive);
 }
 
@@ -174,14 +173,23 @@ char* DateWriter::PutFormat(char* at, char* end, std::string_view fmt) {
   return depth_ < DEEPEST_FORMAT ? DateWriter(tm_, depth_ + 1).Write(at, end, fmt) : nullptr;
 }
 
-// What the letter stands for, aligned with blanks; a letter that means nothing as it is written.
-char* DateWriter::PutPlain(char* at, char* end, char letter) {
+// The format of the locale that the letter stands for; none for other letters.
+std::optional<std::string_view> DateWriter::FormatOf(char letter) const {
+  switch (letter) {
+    case 'c': return locale_.date_time_format;
+    case 'x': return locale_.date_format;
+    case 'X': return locale_.time_format;
+    default: return {};
+  }
+}
+
+// What the letter stands for, aligned with blanks; none for a letter that means nothing.
+std::optional<char*> DateWriter::PutPlain(char* at, char* end, char letter) {
   switch (letter) {
     case 'a': return PutName(at, end, locale_.short_weekdays, tm_.tm_wday);
     case 'A': return PutName(at, end, locale_.weekdays, tm_.tm_wday);
     case 'b': return PutName(at, end, locale_.short_months, tm_.tm_mon);
     case 'B': return PutName(at, end, locale_.months, tm_.tm_mon);
-    case 'c': return PutFormat(at, end, locale_.date_time_format);
     case 'd': return PutPair(at, end, tm_.tm_mday, 1, 31);
     case 'H': return PutPair(at, end, tm_.tm_hour, 0, 23);
     case 'I': return IsHour(tm_.tm_hour) ? PutPair(at, end, (tm_.tm_hour + 11) % 12 + 1, 1, 12) : nullptr;
@@ -192,13 +200,12 @@ char* DateWriter::PutPlain(char* at, char* end, char letter) {
     case 'S': return PutPair(at, end, tm_.tm_sec, 0, 59);
     case 'w': return PutNumber(at, end, tm_.tm_wday);
     case 'W': return PutPair(at, end, week_, 1, 53);
-    case 'x': return PutFormat(at, end, locale_.date_format);
-    case 'X': return PutFormat(at, end, locale_.time_format);
     case 'y': return PutPair(at, end, std::abs(NextYear() - 1900) % 100, 0, 99);
     case 'Y': return PutNumber(at, end, NextYear());
-    case '%': return PutText(at, end, "%");
-    default: return PutUnknown(at, end, letter);
+    default: break;
   }
+  if (const auto fmt = FormatOf(letter)) return PutFormat(at, end, *fmt);
+  return {};
 }
 
 }  // namespace
