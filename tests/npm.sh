@@ -4,6 +4,6 @@
 set -euo pipefail
 readonly FILE=$1/npm/node_modules/${2%@*}/$3
 if [[ ! -e $FILE ]] && command -v npm >/dev/null; then
-  npm install --silent --no-audit --no-fund --ignore-scripts --prefix "$1/npm" "$2" >/dev/null 2>&1 || true
+  timeout 60 npm install --fetch-timeout=20000 --fetch-retries=1 --silent --no-audit --no-fund --ignore-scripts --prefix "$1/npm" "$2" >/dev/null 2>&1 || true
 fi
 if [[ -e $FILE ]]; then echo "$FILE"; fi
