@@ -134,7 +134,6 @@ TEST(Tool, Calls) {
       // Typed in UTF-8, and of a server in ISO 8859-1.
       {"$V --lang de_DE --encoding UTF-8 call u_basename Kunde.Ärger", 0, "code = 0\nBaseObj = \"ärger\"\n", ""},
       {"$V --encoding UTF-16 call u_basename a", 2, "", "vorlix: in UTF-16 ASCII is not ASCII*"},
-      {"ulimit -n 5; $V call u_basename a", 3, "", "vorlix: pipe2 (ulimit -n bounds*"},
       {"$V --lang de_DE --encoding UTF-8 call u_basename 5€", 2, "", "vorlix: * does not have what begins with \"€\"*"},
       {"$V --lang de_DE.UTF-8 call fmt_Text Ärger 10 ''", 0, "*",
        "vorlix: in UTF-8 the server counts a character beyond ASCII as its bytes\n"},
