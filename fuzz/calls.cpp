@@ -134,7 +134,8 @@ class CallWriter {
 
   void PlaceArg(size_t index, const ArgInfo& info) {
     const uint8_t differs = input_.Byte();
-    Element element = TakeElement(input_, (differs & OTHER_TYPE) != 0 ? DeclaredType(input_.Byte() % 10) : info.type);
+    Element element = TakeElement(
+        input_, (differs & OTHER_TYPE) != 0 ? DeclaredType(input_.Byte() % DECLARED_TYPES.size()) : info.type);
     element.desc.by_ref = (info.direction != Direction::In) != ((differs & OTHER_FLAG) != 0);
     if ((differs & ARRAY) != 0) {
       element.desc.count = input_.Take<int8_t>();

@@ -23,8 +23,7 @@ Items ReadAsServer(std::string_view xbuf) {
   XbufItem item;
   XbufReader::Step step;
   while ((step = reader.Next(item)) == XbufReader::Step::Item)
-    items.push_back(
-        {item.type == XBUF_NUMBER ? 'N' : 'X', item.name.data(), uint32_t(item.index), std::string(item.value)});
+    items.push_back({LetterOf(item.type), item.name.data(), uint32_t(item.index), std::string(item.value)});
   return step == XbufReader::Step::End ? Items(items) : std::nullopt;
 }
 

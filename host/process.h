@@ -92,7 +92,7 @@ class Process {
  private:
   void Start(const std::string& program, const std::vector<std::string>& args, const EnvironmentChanges& changes,
              int error_end);
-  /// Takes standard error and the end of the process, waiting for one of them until the deadline.
+  // Takes standard error and the end of the process, waiting for one of them until the deadline.
   void LookAround(Clock::time_point deadline);
   bool ReadStandardError();
   void Reap();

@@ -90,7 +90,7 @@ class Server {
     Clock::time_point deadline;
   };
 
-  /// Throws ServerError (Busy) in a child made by fork whose parent lives.
+  // Throws ServerError (Busy) in a child made by fork whose parent lives.
   void RequireOwner();
   void SendCall();
   void AwaitAnswer(const Wait& wait);

@@ -42,8 +42,8 @@ std::vector<XbufItem> ReadXbuf(std::string_view xbuf) {
   vorlix::XbufItem item;
   XbufReader::Step step;
   while ((step = reader.Next(item)) == XbufReader::Step::Item)
-    items.push_back({item.type == XBUF_TEXT ? 'X' : 'N', item.name.data(), static_cast<uint32_t>(item.index),
-                     std::string(item.value)});
+    items.push_back(
+        {LetterOf(item.type), item.name.data(), static_cast<uint32_t>(item.index), std::string(item.value)});
   if (step == XbufReader::Step::Corrupt)
     Refuse(std::string(FaultText(reader.Fault())) + " at offset " + std::to_string(reader.Offset()));
   return items;

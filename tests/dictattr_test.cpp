@@ -58,7 +58,7 @@ TEST(DictAttr, AreSetAndRead) {
 // clang-format on
 
 TEST(DictAttr, AreReadByNumbersAndNamesThatExist) {
-  for (const char* const name : {"FTYP", "ERLAUBT", "MODEL", ""}) EXPECT_EQ(ObFindAlias(name), NO_ROW) << name;
+  for (const char* const name : {"FTYP", "ERLAUBT", "MODEL", ""}) EXPECT_FALSE(ObFindAlias(name)) << name;
   for (const int32_t row : {-1, ATTRIBUTE_COUNT}) {
     const TraceCapture trace("D1");
     AttrText attr;

@@ -21,7 +21,7 @@ template <class IsIt>
 std::vector<size_t> Walk(const Dict& dict, IsIt is_it) {
   std::vector<size_t> found;
   for (size_t at = 0; at < dict.sections.size(); ++at)
-    if (is_it(std::string_view(dict.sections[at]->section.get()))) found.push_back(at);
+    if (is_it(std::string_view(dict.sections[at]->name.get()))) found.push_back(at);
   return found;
 }
 
@@ -29,7 +29,7 @@ TEST(Dicts, FindSectionsAsTheyComeAndGo) {
   std::mt19937 random(3);
   const auto pick_part = [&] { return std::string("kKd.").substr(random() % 4, random() % 3); };
   const auto pick_name = [&] { return pick_part() + (random() % 16 == 0 ? "" : ".") + pick_part(); };
-  const auto has_dot = [](const SectionPtr& section) { return std::strchr(section->section.get(), '.') != nullptr; };
+  const auto has_dot = [](const SectionPtr& section) { return std::strchr(section->name.get(), '.') != nullptr; };
   Dict dict;
   for (int step = 0; step < 5000; ++step) {
     if (!dict.sections.empty() && random() % 2 == 0)

@@ -24,7 +24,7 @@ std::string Read(std::string_view xbuf) {
   std::string shown;
   XbufReader::Step step = reader.Next(item);
   for (; step == XbufReader::Step::Item; step = reader.Next(item))
-    shown.append(item.type == XBUF_NUMBER ? "N" : "X").append(item.name.data()) +=
+    (shown += LetterOf(item.type)).append(item.name.data()) +=
         "." + std::to_string(item.index) + "=" + std::string(item.value) + ";";
   if (step == XbufReader::Step::End) return shown;
   return shown + "corrupt (" + std::to_string(reader.Fault()) + ") at " + std::to_string(reader.Offset());
@@ -51,7 +51,7 @@ TEST(Xpack, ReadsItems) {
 
 TEST(Xpack, PacksSectionsWhereTheyFit) {
   Section section;
-  section.section = CopyText("kd.n.b");
+  section.name = CopyText("kd.n.b");
   std::array<char, 8> field;
   ASSERT_EQ(XbufObSet(section.object, field, "Xfld~0~7~ignoredNDict_len~0~2~30Xpath~0~4~a~$b$"), AttrResult::Ok);
   TestString whole(1000);

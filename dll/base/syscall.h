@@ -1,6 +1,10 @@
 // System calls that are interrupted or fail.
 #pragma once
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdint>
 
@@ -12,6 +16,24 @@ auto Retry(Call call) {
   auto result = call();
   while (result < 0 && errno == EINTR) result = call();
   return result;
+}
+
+/// Opens a regular file for reading, and does not wait at whatever else has the name. The descriptor, or -1 with errno
+/// set: EISDIR for a directory, ENODEV for a device or a pipe.
+inline int OpenRegular(const char* path) {
+  // O_NONBLOCK: a pipe without a writer must not stop the server before it can be refused.
+  const int fd = Retry([path] { return open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); });
+  if (fd < 0) return fd;
+  struct stat info;
+  int error = 0;
+  if (fstat(fd, &info) != 0)
+    error = errno;
+  else if (!S_ISREG(info.st_mode))
+    error = S_ISDIR(info.st_mode) ? EISDIR : ENODEV;
+  if (error == 0) return fd;
+  close(fd);
+  errno = error;
+  return -1;
 }
 
 /// How the host is told what came of a file (`rc_p`): one of these, or the negative error number of the system.

@@ -1,3 +1,5 @@
+// There are two cases of bytes: that of the process's language now, and that of names, a table which is filled once at
+// start-up, so that a later change of language loses no name.
 #include "dll/base/text.h"
 
 #include <algorithm>

@@ -2,8 +2,6 @@
 // everything before pos_ is done with; what a refill carries over to the front of the block is less than one line.
 #include "dll/ini/inifile.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,27 +13,11 @@
 #include "dll/ini/inisyntax.h"
 
 namespace vorlix {
-namespace {
-
-// 0 for a regular file, else the error number to report.
-int CheckRegular(int fd) {
-  struct stat info;
-  if (fstat(fd, &info) != 0) return errno;
-  if (S_ISREG(info.st_mode)) return 0;
-  return S_ISDIR(info.st_mode) ? EISDIR : ENODEV;
-}
-
-}  // namespace
-
 int IniFile::Open(const char* path) {
   Close();
-  // O_NONBLOCK: a pipe without a writer must not stop the server before it can be refused.
-  fd_ = Retry([path] { return open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); });
-  if (fd_ < 0) return errno;
-  const int error = CheckRegular(fd_);
-  if (error != 0) Close();
   Rewind();
-  return error;
+  fd_ = OpenRegular(path);
+  return IsOpen() ? 0 : errno;
 }
 
 void IniFile::Close() {

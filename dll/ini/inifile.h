@@ -53,7 +53,7 @@ class IniFile {
   static constexpr size_t BLOCK_SIZE = 65536;
   static constexpr ptrdiff_t LINE_LIMIT = 1023;
 
-  /// The size of the next line, 0 while its end is not in the block.
+  // The size of the next line, 0 while its end is not in the block.
   size_t LineInBlock() const {
     const auto searched = static_cast<size_t>(std::min(end_ - pos_, LINE_LIMIT));
     const void* feed = std::memchr(pos_, '\n', searched);

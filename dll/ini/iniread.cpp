@@ -17,8 +17,12 @@ struct IniHandle {
   IniState state = INI_ENDED;
 };
 
-// The blocks are static, so no operation can run out of memory.
-std::array<IniHandle, INI_HANDLE_COUNT> handles;
+// The blocks are static, so no operation can run out of memory; and made with the first use, so that a server that
+// walks through no file has not touched their pages.
+std::array<IniHandle, INI_HANDLE_COUNT>& Handles() {
+  static std::array<IniHandle, INI_HANDLE_COUNT> handles;
+  return handles;
+}
 bool table_set_up = false;
 
 // Every character of every name is put into upper case: that takes a table, made anew from the process's locale with
@@ -44,7 +48,7 @@ bool InTable(int hdl) { return table_set_up && hdl >= 0 && hdl < INI_HANDLE_COUN
 // Null, with errno set, when the handle is not open.
 IniHandle* FindHandle(int hdl) {
   if (InTable(hdl)) {
-    IniHandle& handle = handles[static_cast<size_t>(hdl)];
+    IniHandle& handle = Handles()[static_cast<size_t>(hdl)];
     if (handle.file.IsOpen()) return &handle;
   }
   errno = EINVAL;
@@ -85,6 +89,7 @@ bool FindEntry(IniFile& file, std::string_view section, std::string_view name, I
 
 int IniOpen(const char* path, std::string_view section) {
   table_set_up = true;
+  auto& handles = Handles();
   const auto free = std::find_if(handles.begin(), handles.end(), [](const IniHandle& h) { return !h.file.IsOpen(); });
   if (free == handles.end()) return NoHandle(ENOSPC);
   if (const int error = free->file.Open(path); error != 0) return NoHandle(error);
@@ -102,12 +107,13 @@ bool IniClose(int hdl) {
     errno = EINVAL;
     return false;
   }
-  handles[static_cast<size_t>(hdl)].file.Close();
+  Handles()[static_cast<size_t>(hdl)].file.Close();
   return true;
 }
 
 void IniCloseAll() {
-  for (IniHandle& handle : handles) handle.file.Close();
+  if (!table_set_up) return;
+  for (IniHandle& handle : Handles()) handle.file.Close();
   table_set_up = false;
 }
 

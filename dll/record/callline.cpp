@@ -66,6 +66,15 @@ void AppendReturned(std::string& line, const ArgDesc& desc) {
   AppendQuoted(line, text.substr(0, static_cast<size_t>(std::max(DllElementRoom(desc, 0), 0))));
 }
 
+// The call frame has the names and types of all arguments. A second table with texts, for the directions alone, would
+// cost each server six pages that it shares with no other.
+constexpr auto DIRECTIONS = [] {
+  std::array<std::array<Direction, MAX_DECLARED_ARGS>, FUNCTIONS.size()> directions{};
+  for (size_t i = 0; i < FUNCTIONS.size(); ++i)
+    for (size_t k = 0; k < FUNCTIONS[i].arg_count; ++k) directions[i][k] = FUNCTIONS[i].args[k].direction;
+  return directions;
+}();
+
 bool IsPlainArg(const ArgInfo& arg, const ArgDesc& desc) {
   if (desc.host_class != ClassOf(arg) || desc.count != 1) return false;
   if ((desc.by_ref != 0) != (arg.direction != Direction::In)) return false;
@@ -82,9 +91,10 @@ bool CallLine::ReadDescriptors() {
   std::optional<std::string> text = name.host_class == HOST_STRING ? LoadText(name, 0) : std::nullopt;
   if (!text) return false;
   name_ = *std::move(text);
-  function_ = FindFunction(name_);
+  const auto entry = std::ranges::find(FunctionTable, name_, &FunctionEntry::name);
+  function_ = entry != FunctionTable.end() ? &*entry : nullptr;
   count_ = static_cast<size_t>(sent) - 1;
-  has_all_args_ = function_ != nullptr && count_ == function_->arg_count;
+  has_all_args_ = function_ != nullptr && std::cmp_equal(count_, function_->arg_count);
   for (size_t k = 0; k < count_; ++k) {
     args_[k] = {};
     if (DllGetArgDesc(static_cast<int32_t>(k) + 1, args_[k].desc) != RESULT_OK) return false;
@@ -93,10 +103,15 @@ bool CallLine::ReadDescriptors() {
   return true;
 }
 
+ArgInfo CallLine::Arg(size_t k) const {
+  const ArgSpec& spec = ArgSpecs[static_cast<size_t>(function_->first_arg) + k];
+  return {spec.name, spec.type, DIRECTIONS.at(static_cast<size_t>(function_ - FunctionTable.data())).at(k)};
+}
+
 bool CallLine::IsPlain() const {
   if (!has_all_args_) return false;
   for (size_t k = 0; k < count_; ++k)
-    if (!IsPlainArg(function_->args[k], args_[k].desc)) return false;
+    if (!IsPlainArg(Arg(k), args_[k].desc)) return false;
   return true;
 }
 
@@ -119,7 +134,7 @@ void CallLine::AppendCall(std::string& line) {
   for (size_t k = 0; k < count_; ++k) {
     line += ' ';
     if (is_plain) {
-      AppendPlain(line, function_->args[k], args_[k]);
+      AppendPlain(line, Arg(k), args_[k]);
     } else {
       AppendPlaced(line, args_[k]);
     }
@@ -196,7 +211,7 @@ void CallLine::AppendOutcome(std::string& line, int32_t result) {
   AppendNumber(outcome_, result);
   const size_t told = has_all_args_ && is_sayable_ ? count_ : 0;
   for (size_t k = 0; k < told; ++k) {
-    const ArgInfo& arg = function_->args[k];
+    const ArgInfo arg = Arg(k);
     Sent& sent = args_[k];
     if (arg.direction == Direction::In || sent.desc.by_ref == 0) continue;
     ((outcome_ += ' ') += arg.name) += '=';
@@ -207,14 +222,14 @@ void CallLine::AppendOutcome(std::string& line, int32_t result) {
   }
   // From the last one on, so that the places of the others hold.
   for (size_t k = told; k-- > 0;)
-    if (function_->args[k].direction == Direction::Out && args_[k].desc.by_ref != 0 && args_[k].text_size != 0)
+    if (Arg(k).direction == Direction::Out && args_[k].desc.by_ref != 0 && args_[k].text_size != 0)
       line.erase(args_[k].text_at + 1, args_[k].text_size - EMPTY_QUOTES);
   line += outcome_;
 }
 
 std::string CallLine::FileName() const {
   for (size_t k = 0; has_all_args_ && is_sayable_ && k < count_; ++k)
-    if (NamesFile(function_->args[k]) && args_[k].desc.host_class == HOST_STRING)
+    if (NamesFile(Arg(k)) && args_[k].desc.host_class == HOST_STRING)
       return std::string(BeforeNul(LoadText(args_[k].desc, 0).value_or("")));
   return "";
 }

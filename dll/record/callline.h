@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "dll/wire/functable.h"
+#include "hostif/dllif.h"
 #include "hostif/dllifutil.h"
 
 namespace vorlix {
@@ -33,7 +34,7 @@ class CallLine {
   std::string FileName() const;
 
   /// The function, null when no function has the name; it need not have been called as it wants to be.
-  const FunctionInfo* Function() const { return function_; }
+  const FunctionEntry* Function() const { return function_; }
 
  private:
   // Arguments of one call, the function's name included; calls with more are told in a comment.
@@ -47,12 +48,13 @@ class CallLine {
 
   bool ReadDescriptors();
   bool IsPlain() const;
+  ArgInfo Arg(size_t k) const;
   static void AppendPlain(std::string& line, const ArgInfo& arg, Sent& sent);
   static bool IsStill(std::string_view line, const Sent& sent);
   static void AppendPlaced(std::string& line, Sent& sent);
   void AppendUnsayable(std::string& line) const;
 
-  const FunctionInfo* function_ = nullptr;
+  const FunctionEntry* function_ = nullptr;
   std::string name_;
   std::array<Sent, MOST_ARGS> args_;
   size_t count_ = 0;

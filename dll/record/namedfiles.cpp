@@ -1,6 +1,5 @@
 #include "dll/record/namedfiles.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
@@ -13,14 +12,11 @@
 namespace vorlix {
 namespace {
 
-// Appends what is in the file. 0, or the error number of what is in the way; ENODEV where it is no regular file, which
-// nobody waits for.
+// Appends what is in the file. 0, or the error number of what is in the way.
 int ReadText(const std::string& path, std::string& text) {
-  const int fd = Retry([&] { return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); });
+  const int fd = OpenRegular(path.c_str());
   if (fd < 0) return errno;
-  struct stat status {};
-  int error = fstat(fd, &status) != 0 ? errno : 0;
-  if (error == 0 && !S_ISREG(status.st_mode)) error = S_ISDIR(status.st_mode) ? EISDIR : ENODEV;
+  int error = 0;
   std::array<char, 65536> piece;
   for (ssize_t count = 1; error == 0 && count > 0;) {
     count = Retry([&] { return read(fd, piece.data(), piece.size()); });

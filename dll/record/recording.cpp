@@ -5,23 +5,19 @@
 // their signal handlers.
 #include "dll/record/recording.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <charconv>
-#include <climits>
-#include <clocale>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <memory>
 #include <new>
 #include <optional>
 #include <string>
@@ -32,7 +28,9 @@
 #include "dll/base/syscall.h"
 #include "dll/record/callline.h"
 #include "dll/record/clock.h"
+#include "dll/record/head.h"
 #include "dll/record/namedfiles.h"
+#include "dll/record/recordingfile.h"
 #include "hostif/dllif.h"
 
 namespace vorlix {
@@ -43,7 +41,7 @@ constexpr size_t LONGEST_KEPT = size_t{1} << 20;  // room that is kept from call
 
 struct Recording {
   int fd = -1;
-  int64_t limit = DEFAULT_LIMIT;
+  int64_t limit = 0;
   int64_t written = 0;
   CallLine call;
   NamedFiles files;
@@ -53,21 +51,21 @@ struct Recording {
   std::atomic<bool> is_running = false;  // the line is complete, and nobody has written it
   std::atomic<bool> is_noting = false;
 };
-Recording recording;
+std::unique_ptr<Recording> recording;  // null where nothing is recorded: then it costs no memory
 
 void Stop();
 
 // Writes all of it or nothing; on a fault says so once, and records no more.
 void Write(std::string_view text) {
-  const int64_t before = recording.written;
+  const int64_t before = recording->written;
   while (!text.empty()) {
-    const ssize_t count = Retry([&] { return write(recording.fd, text.data(), text.size()); });
+    const ssize_t count = Retry([&] { return write(recording->fd, text.data(), text.size()); });
     if (count < 0) {
       std::perror("vorlix.dll: the recording ends here");
-      if (ftruncate(recording.fd, before) != 0) std::perror("vorlix.dll: its last line is cut off");
+      if (ftruncate(recording->fd, before) != 0) std::perror("vorlix.dll: its last line is cut off");
       return Stop();
     }
-    recording.written += count;
+    recording->written += count;
     text.remove_prefix(static_cast<size_t>(count));
   }
 }
@@ -94,25 +92,11 @@ void AppendTimes(std::string& line, const timespec& begun) {
 
 // ---- Notes ----------------------------------------------------------------------------------------------------------
 
-// Bytes that do not print are told as escapes, so that a comment stays one line.
-void AppendComment(std::string& out, std::string_view text) {
-  while (!text.empty()) {
-    const Character character = FirstCharacter(text);
-    const size_t size = character.size == 0 ? 1 : character.size;
-    if (character.IsPrintable() || text[0] == '\t') {
-      out += text.substr(0, size);
-    } else {
-      for (const char byte : text.substr(0, size)) AppendHex(out += "\\x", byte);
-    }
-    text.remove_prefix(size);
-  }
-}
-
 // Keeps a piece of a trace. Lines end where the trace ends them.
 void Note(std::string_view text) {
-  recording.is_noting = true;
+  recording->is_noting = true;
   try {
-    std::string& notes = recording.notes;
+    std::string& notes = recording->notes;
     while (!text.empty()) {
       const size_t end = text.find('\n');
       const std::string_view line = text.substr(0, end);
@@ -122,9 +106,9 @@ void Note(std::string_view text) {
       text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
   } catch (const std::bad_alloc&) {
-    recording.notes.clear();
+    recording->notes.clear();
   }
-  recording.is_noting = false;
+  recording->is_noting = false;
 }
 
 void NoteMessage(char category, int level, const char* message) {
@@ -144,53 +128,53 @@ void Empty(std::string& text) {
 }
 
 void BeginCall() {
-  recording.begun = Now(CLOCK_REALTIME);
+  recording->begun = Now(CLOCK_REALTIME);
   try {
-    CallLine& call = recording.call;
-    std::string& line = recording.line;
-    std::swap(line, recording.notes);  // what was traced before the call
+    CallLine& call = recording->call;
+    std::string& line = recording->line;
+    std::swap(line, recording->notes);  // what was traced before the call
     call.Read();
     if (const std::string path = call.FileName(); !path.empty())
-      recording.files.AppendLine(line, path, call.Function()->name == "dll_SetDebugFlags");
+      recording->files.AppendLine(line, path, call.Function()->name == "dll_SetDebugFlags");
     call.AppendCall(line);
-    recording.is_running = true;
+    recording->is_running = true;
   } catch (const std::bad_alloc&) {
-    recording.line = "#";
+    recording->line = "#";
   }
 }
 
 void EndCall(int32_t result) {
-  recording.is_running = false;
-  std::string& line = recording.line;
+  recording->is_running = false;
+  std::string& line = recording->line;
   try {
     std::string clock;
     AppendClock(clock);
     if (!clock.empty()) line.insert(0, clock);
-    recording.call.AppendOutcome(line, result);
-    AppendTimes(line, recording.begun);
-    line += recording.notes;
-    if (const std::string path = recording.call.FileName(); !path.empty()) recording.files.NoteChange(path);
+    recording->call.AppendOutcome(line, result);
+    AppendTimes(line, recording->begun);
+    line += recording->notes;
+    if (const std::string path = recording->call.FileName(); !path.empty()) recording->files.NoteChange(path);
   } catch (const std::bad_alloc&) {
     line = "# a call for which there was no memory to record it\n";
   }
-  if (recording.written + static_cast<int64_t>(line.size()) > recording.limit) {
+  if (recording->written + static_cast<int64_t>(line.size()) > recording->limit) {
     Write("# the recording ends here: with the next call it would be larger than VORLIX_RECORD_MAX\n");
     return Stop();
   }
   Write(line);
   Empty(line);
-  Empty(recording.notes);
+  Empty(recording->notes);
 }
 
 // ---- The end --------------------------------------------------------------------------------------------------------
 
 // Safe in a signal handler: writes what lies there.
 void WriteEnd(std::string_view why) {
-  const auto put = [](std::string_view text) { return write(recording.fd, text.data(), text.size()) >= 0; };
-  if (recording.fd < 0) return;
-  const bool all_written = (!recording.is_running.exchange(false) || (put(recording.line) && put("\n"))) &&
-                           (recording.is_noting || put(recording.notes)) && put(why);
-  if (!all_written) recording.fd = -1;
+  const auto put = [](std::string_view text) { return write(recording->fd, text.data(), text.size()) >= 0; };
+  if (recording->fd < 0) return;
+  const bool all_written = (!recording->is_running.exchange(false) || (put(recording->line) && put("\n"))) &&
+                           (recording->is_noting || put(recording->notes)) && put(why);
+  if (!all_written) recording->fd = -1;
 }
 
 void RecordEnd() { WriteEnd("# the server was ended by SIGTERM\n"); }
@@ -228,8 +212,8 @@ constexpr CallObserver OBSERVER = {BeginCall, EndCall, Note, RecordEnd};
 void Stop() {
   SetCallObserver(nullptr);
   SetTraceSink(nullptr);
-  close(recording.fd);
-  recording.fd = -1;
+  close(recording->fd);
+  recording->fd = -1;
 }
 
 // ---- The start ------------------------------------------------------------------------------------------------------
@@ -252,102 +236,13 @@ std::optional<int64_t> ReadSize(std::string_view text) {
   return size << (10 * (unit + 1));
 }
 
-std::string PathOf(std::string_view pattern) {
-  std::string path;
-  for (size_t at = 0; at < pattern.size(); ++at) {
-    const std::string_view two = pattern.substr(at, 2);
-    if (two == "%p") path += std::to_string(getpid());
-    if (two == "%%") path += '%';
-    if (two == "%p" || two == "%%") {
-      ++at;
-    } else {
-      path += pattern[at];
-    }
-  }
-  return path;
-}
-
-// A new file, or an empty one of this user's own: a recording never takes the place of anything. -1 with errno.
-int OpenNew(const std::string& path) {
-  const int fd = Retry(
-      [&] { return open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600); });
-  if (fd < 0) return -1;
-  struct stat status {};
-  // The lock keeps out a server that comes to the same empty file before this one has written.
-  const bool is_file = fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
-  const bool is_ours = is_file && flock(fd, LOCK_EX | LOCK_NB) == 0 && fstat(fd, &status) == 0 &&
-                       status.st_uid == geteuid() && status.st_nlink == 1 && status.st_size == 0 &&
-                       fchmod(fd, 0600) == 0;
-  if (is_ours) return fd;
-  close(fd);
-  errno = is_file ? EEXIST : EINVAL;
-  return -1;
-}
-
-// The name of a process, as the system shows it.
-std::string NameOf(pid_t process) {
-  std::array<char, 64> name{};
-  const int fd = open(("/proc/" + std::to_string(process) + "/comm").c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return "?";
-  const ssize_t size = read(fd, name.data(), name.size() - 1);
-  close(fd);
-  const std::string_view text(name.data(), static_cast<size_t>(size > 0 ? size : 0));
-  std::string shown;
-  AppendComment(shown, text.substr(0, text.find('\n')));
-  return shown;
-}
-
-bool IsInstalled(const std::string& locale) {
-  const std::string before = std::setlocale(LC_ALL, nullptr);
-  const bool is_installed = std::setlocale(LC_ALL, locale.c_str()) != nullptr;
-  std::setlocale(LC_ALL, before.c_str());
-  return is_installed;
-}
-
-// The variables that the language comes from, as the statement that has them again. A language that the system does not
-// have is C to the server.
-std::string Language() {
-  std::string comments;
-  std::string variables;
-  for (const char* const variable : {"ZENDLANG", "LANG", "LC_COLLATE", "LC_CTYPE"}) {
-    const char* const value = std::getenv(variable);
-    if (value == nullptr) continue;
-    const std::string_view text = value;
-    const std::string locale(variable == std::string_view("ZENDLANG") ? text.substr(0, text.find('@')) : text);
-    const bool is_known = locale.empty() || IsInstalled(locale);
-    ((variables += ' ') += variable) += '=';
-    AppendQuoted(variables, is_known ? text : "C");
-    if (is_known) continue;
-    ((comments += "# not installed where this was recorded: ") += variable) += '=';
-    AppendComment(comments, text);
-    comments += '\n';
-  }
-  return comments + "server" + (variables.empty() ? " LANG=C" : variables) + '\n';
-}
-
-// Who records what, and in which language.
-std::string Head() {
-  const std::time_t now = std::time(nullptr);
-  std::tm utc{};
-  std::array<char, 64> time{};
-  std::strftime(time.data(), time.size(), "%Y-%m-%d %H:%M:%S UTC", gmtime_r(&now, &utc));
-  std::string head = "# Recorded by vorlix.dll " VORLIX_VERSION ", process " + std::to_string(getpid());
-  DllReadHeader();
-  if (const pid_t host = DllHostPid(); host > 0)
-    head += ", of host " + NameOf(host) + " (" + std::to_string(host) + ")";
-  head += ", " + std::string(time.data()) + '\n';
-  std::array<char, PATH_MAX> directory{};
-  if (getcwd(directory.data(), directory.size()) != nullptr) {
-    AppendComment(head += "# in ", directory.data());
-    head += '\n';
-  }
-  return head + Language();
-}
-
-void StartRecording(std::string_view pattern) {
-  const std::string path = PathOf(pattern);
-  recording.fd = OpenNew(path);
-  if (recording.fd < 0) {
+void StartRecording(std::string_view pattern, int64_t limit) {
+  const std::string path = RecordingPath(pattern);
+  const std::string head = RecordingHead();
+  recording = std::make_unique<Recording>();
+  recording->limit = limit;
+  recording->fd = OpenRecording(path);
+  if (recording->fd < 0) {
     const char* const why = errno == EEXIST ? "File exists; \"%p\" in VORLIX_RECORD gives each server a file of its own"
                             : errno == EINVAL ? "It is no regular file"
                                               : std::strerror(errno);
@@ -358,22 +253,22 @@ void StartRecording(std::string_view pattern) {
   SetTraceSink(NoteMessage);
   NoteTimes();
   CatchFaults();
-  Write(Head());
+  Write(head);
 }
 
 }  // namespace
 
 void StartRecordingFromEnvironment() {
   if (const std::string_view file = Environment("VORLIX_CLOCK"); !file.empty()) GoByClockFile(file.data());
+  std::optional<int64_t> limit = DEFAULT_LIMIT;
+  if (const std::string_view size = Environment("VORLIX_RECORD_MAX"); !size.empty()) {
+    limit = ReadSize(size);
+    if (!limit)
+      std::fprintf(stderr, "vorlix.dll: VORLIX_RECORD_MAX=%s is no size such as 500000 or 64M\n", size.data());
+  }
   try {
-    if (const std::string_view size = Environment("VORLIX_RECORD_MAX"); !size.empty()) {
-      if (const std::optional<int64_t> limit = ReadSize(size)) {
-        recording.limit = *limit;
-      } else {
-        std::fprintf(stderr, "vorlix.dll: VORLIX_RECORD_MAX=%s is no size such as 500000 or 64M\n", size.data());
-      }
-    }
-    if (const std::string_view pattern = Environment("VORLIX_RECORD"); !pattern.empty()) StartRecording(pattern);
+    if (const std::string_view pattern = Environment("VORLIX_RECORD"); !pattern.empty())
+      StartRecording(pattern, limit.value_or(DEFAULT_LIMIT));
   } catch (const std::bad_alloc&) {
     std::fputs("vorlix.dll: no memory to record\n", stderr);
   }

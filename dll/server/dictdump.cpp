@@ -34,7 +34,7 @@ void DumpAllSections(const Dict& dict) {
   DebugPrint(TRACE_DICT, ALWAYS, "Dump of dict=%s, all sections:", dict.id.c_str());
   DumpCount(dict);
   for (const SectionPtr& section : dict.sections) {
-    DebugPrint(TRACE_DICT, ALWAYS, " section [%s]", section->section.get());
+    DebugPrint(TRACE_DICT, ALWAYS, " section [%s]", section->name.get());
     DumpAttributes(section->object);
   }
   if (dict.sections.empty()) DebugPrint(TRACE_DICT, ALWAYS, " this dictionary does not contain any sections");
@@ -49,7 +49,7 @@ void DumpField(const Dict& dict, CText hdl, const char* field) {
   if (FindSection(dict, name.View()) == nullptr)
     DebugPrint(TRACE_DICT, ALWAYS, " section [%s.%s] not found", hdl.CStr(), field);
   for (const SectionPtr& section : dict.sections)
-    if (EqualNoCase(section->section.get(), name.View())) DumpAttributes(section->object);
+    if (EqualNoCase(section->name.get(), name.View())) DumpAttributes(section->object);
 }
 
 void DumpOne(const Dict& dict, CText hdl, const char* field) {

@@ -15,25 +15,25 @@ namespace vorlix {
 namespace {
 
 void PutSection(const Section& section) {
-  CSDX_PutText("S");
-  CSDX_PutField(section.section.get());
+  CSDX_PutBytes("S");
+  CSDX_PutField(section.name.get());
   AttrText attr;
   for (int32_t row = 0; ObGetIdx(section.object, row, attr); ++row) {
     if (attr.value.empty() || (attr.type == 'N' && attr.value.View() == "0")) continue;
-    CSDX_PutText("I");
+    CSDX_PutBytes("I");
     CSDX_PutField(attr.item);
     CSDX_PutField(attr.value);
   }
 }
 
 void PutDict(const Dict& dict, int32_t level) {
-  CSDX_PutText("D");
+  CSDX_PutBytes("D");
   CSDX_PutField(dict.id);
   CSDX_PutNumber(dict.instance_cnt);
   CSDX_PutNumber(level);
   if (dict.instance_cnt != 1) return;
   for (const CatalogEntry& entry : dict.catalog) {
-    CSDX_PutText("C");
+    CSDX_PutBytes("C");
     CSDX_PutField(CText(entry.hdl));
     CSDX_PutField(CText(entry.pfx));
   }

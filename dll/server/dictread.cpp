@@ -123,11 +123,11 @@ int32_t dict_GetByKey(zString dlgID, zString key_item, zString key_value, Out<St
   if (dlg.dict == nullptr) return RESULT_REFUSED;
   SectionPtr section = FirstField(*dlg.dict, dlg.hdl);
   if (section == nullptr) return RESULT_OK;
-  const int32_t row = ObFindItem(key_item);
-  if (row == NO_ROW) return RESULT_REFUSED;
+  const std::optional<int32_t> row = ObFindItem(key_item);
+  if (!row) return RESULT_REFUSED;
   for (; section != nullptr; section = NextField(*dlg.dict, *section, dlg.hdl)) {
     AttrText attr;
-    if (ObGetIdx(section->object, row, attr) && EqualNoCase(attr.value, key_value)) return xpack_dict(*section, xbuf);
+    if (ObGetIdx(section->object, *row, attr) && EqualNoCase(attr.value, key_value)) return xpack_dict(*section, xbuf);
   }
   return RESULT_OK;
 }

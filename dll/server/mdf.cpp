@@ -78,9 +78,9 @@ class Tracing : public ModuleObserver {
 FileCode ReadSection(const char* fname, const char* section) {
   module_read = {};
   errno = 0;
-  module_read.section = CopyText(section);
+  module_read.name = CopyText(section);
   Tracing tracing;
-  const FileCode rc = module_read.section != nullptr ? ReadModule(module_read, fname, tracing) : MinusErrno();
+  const FileCode rc = module_read.name != nullptr ? ReadModule(module_read, fname, tracing) : MinusErrno();
   if (rc != FILE_OK) module_read = {};
   return rc;
 }
@@ -99,7 +99,7 @@ bool Pack(const Module& module, const Selection& selected, DllString& xbuf) {
 }
 
 bool WasReadLast(const char* section) {
-  return module_read.section != nullptr && EqualNoCase(module_read.section.get(), section);
+  return module_read.name != nullptr && EqualNoCase(module_read.name.get(), section);
 }
 
 }  // namespace

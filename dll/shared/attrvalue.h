@@ -96,8 +96,9 @@ CText GetFieldType(const Object& object, ComputedText& computed);
 Refused SetRequired(Object& object, OwnedText value);
 CText GetRequired(const Object& object, ComputedText& computed);
 
-/// NOTIFY: words without regard to case, in any order, parted by whatever is no letter; they read back joined by ",".
-/// A text may end in one such character, not in more. A value that is refused comes back cut behind the word at fault.
+/// NOTIFY: words without regard to case, in any order, separated by whatever is not a letter; they read back joined by
+/// ",". A text may end in one such character, not in more. A value that is refused comes back cut behind the word at
+/// fault.
 Refused SetNotify(Object& object, OwnedText value);
 CText GetNotify(const Object& object, ComputedText& computed);
 

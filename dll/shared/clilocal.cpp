@@ -12,6 +12,7 @@
 #include "dll/base/locale.h"
 #include "dll/base/text.h"
 #include "dll/shared/csdx.h"
+#include "dll/wire/numberfield.h"
 #include "hostif/layout.h"
 
 namespace vorlix {
@@ -38,7 +39,7 @@ class DescriptionReader {
     int64_t value = 0;
     for (; !text_.empty() && IsDigit(text_.front()); text_.remove_prefix(1))
       value = std::min<int64_t>(value * 10 + (text_.front() - '0'), std::numeric_limits<int32_t>::max());
-    if (text_.empty() || text_.front() != CSDX_SEPARATOR) return false;
+    if (text_.empty() || text_.front() != FIELD_SEPARATOR) return false;
     text_.remove_prefix(1);
     number = static_cast<int32_t>(value);
     return true;

@@ -1,40 +1,25 @@
+// The buffer is a text that grows as it is built, and is cut into blocks as the host asks for them.
 #include "dll/shared/csdx.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cstring>
 #include <string>
 
 #include "dll/base/debug.h"
+#include "dll/wire/numberfield.h"
 
 namespace vorlix {
 namespace {
 
 constexpr std::string_view HEADER = "R1~000000~";
 constexpr size_t SIZE_END = HEADER.size() - 1;  // behind the six digits of the total size
-static_assert(HEADER[1] == '0' + CSDX_REVISION && HEADER[SIZE_END] == CSDX_SEPARATOR);
+static_assert(HEADER[1] == '0' + CSDX_REVISION && HEADER[SIZE_END] == FIELD_SEPARATOR);
 
 constexpr int32_t FIRST_BLOCK_MARGIN = 20;  // room behind the offset, so that the first block holds the whole header
 
 // Empty while there is no buffer: a finished one has its header at least.
 std::string buffer;
 size_t sent = 0;
-
-// A number and its separator.
-class NumberField {
- public:
-  template <class Number>
-  explicit NumberField(Number number) {
-    end_ = std::to_chars(text_.data(), text_.data() + text_.size() - 1, number).ptr;
-    *end_++ = CSDX_SEPARATOR;
-  }
-  std::string_view View() const { return {text_.data(), static_cast<size_t>(end_ - text_.data())}; }
-
- private:
-  std::array<char, 24> text_;
-  char* end_;
-};
 
 }  // namespace
 
@@ -50,12 +35,10 @@ void CSDX_PutBytes(std::string_view bytes) { buffer += bytes.substr(0, CSDX_SIZE
 
 void CSDX_PutHeader() { CSDX_PutBytes(HEADER); }
 
-void CSDX_PutText(const char* text) { CSDX_PutBytes(text); }
-
 void CSDX_PutNumber(int32_t number) { CSDX_PutBytes(NumberField(number).View()); }
 
 void CSDX_PutField(std::string_view text) {
-  CSDX_PutBytes(NumberField(text.size()).View());
+  CSDX_PutBytes(NumberField(static_cast<int64_t>(text.size())).View());
   CSDX_PutBytes(text);
 }
 
@@ -64,8 +47,8 @@ bool CSDX_Finish() {
     CSDX_Reset();
     return false;
   }
-  const NumberField size(buffer.size());
-  const std::string_view digits = size.View().substr(0, size.View().size() - 1);
+  const NumberField size(static_cast<int64_t>(buffer.size()));
+  const std::string_view digits = size.Digits();
   std::copy(digits.begin(), digits.end(), buffer.begin() + static_cast<std::ptrdiff_t>(SIZE_END - digits.size()));
   return true;
 }
@@ -85,7 +68,7 @@ std::optional<std::string_view> CSDX_Contents() {
 
 Sent CSDX_SendNext(DllString& block) {
   if (buffer.empty()) return Sent::NoBuffer;
-  const NumberField number(sent);
+  const NumberField number(static_cast<int64_t>(sent));
   const std::string_view prefix = number.View();
   const auto prefix_length = static_cast<int32_t>(prefix.size());
   if (block.max < prefix_length + FIRST_BLOCK_MARGIN) {

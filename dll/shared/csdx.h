@@ -18,7 +18,6 @@ void CSDX_Reset();
 // Each appends to the buffer that CSDX_Build is building, and throws std::bad_alloc.
 
 void CSDX_PutBytes(std::string_view bytes);
-void CSDX_PutText(const char* text);
 void CSDX_PutNumber(int32_t number);
 void CSDX_PutField(std::string_view text);
 

@@ -18,7 +18,7 @@ constexpr double HUNDREDTHS_LIMIT = 2147483648.0;
 constexpr int32_t LAST_SHORT_WEEK_VALUE = 99999;
 constexpr int32_t LAST_WEEK_VALUE = 9999999;
 
-int32_t year_mode = YEARS_BY_TYPE;
+YearMode year_mode = YEARS_BY_TYPE;
 
 FieldFormat FormatOr(const FieldFormat& in_force, const FieldFormat& built_in) {
   return in_force.format.empty() ? built_in : in_force;
@@ -85,7 +85,7 @@ ScanCode ScanHours(int32_t& result, FieldBuffer& out, std::string_view in) {
 
 bool SetYearMode(int32_t mode) {
   const bool known = mode == YEARS_BY_TYPE || mode == YEARS_SHORT || mode == YEARS_LONG;
-  if (known) year_mode = mode;
+  if (known) year_mode = static_cast<YearMode>(mode);
   return known;
 }
 

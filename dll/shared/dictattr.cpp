@@ -65,9 +65,9 @@ const Attribute* RowAt(std::span<const Attribute> rows, int32_t number) {
 }
 
 // The first row that has this name in the given column.
-int32_t RowOf(std::span<const Attribute> rows, CText Attribute::*column, std::string_view name) {
+std::optional<int32_t> RowOf(std::span<const Attribute> rows, CText Attribute::*column, std::string_view name) {
   const auto found = std::ranges::find_if(rows, [=](const Attribute& row) { return EqualNoCase(row.*column, name); });
-  return found != rows.end() ? static_cast<int32_t>(found - rows.begin()) : NO_ROW;
+  return found != rows.end() ? std::optional(static_cast<int32_t>(found - rows.begin())) : std::nullopt;
 }
 
 AttrResult SetRow(Object& object, const Attribute& row, OwnedText value, CText section) {
@@ -125,14 +125,14 @@ AttrResult ObSetIdx(Object& object, int32_t row, OwnedText value, CText section)
 }
 
 AttrResult ObSet(Object& object, CText item, OwnedText value, CText section) {
-  const int32_t row = RowOf(ALL, &Attribute::item, item);
-  if (row == NO_ROW) {
+  const std::optional<int32_t> row = RowOf(ALL, &Attribute::item, item);
+  if (!row) {
     DebugPrint(TRACE_DICT, 1, "ObSet(%s) failed: unknown item, section '%s'", item.CStr(), section.CStr());
     return AttrResult::Failed;
   }
   if (value != nullptr && value[0] == '\0')
-    DebugPrint(TRACE_DICT, 2, "ObSet(%s) warning: empty value, section '%s'", ObGetItem(row).CStr(), section.CStr());
-  return ObSetIdx(object, row, std::move(value), section);
+    DebugPrint(TRACE_DICT, 2, "ObSet(%s) warning: empty value, section '%s'", ObGetItem(*row).CStr(), section.CStr());
+  return ObSetIdx(object, *row, std::move(value), section);
 }
 
 bool ObGetIdx(const Object& object, int32_t n, AttrText& attr) {
@@ -150,9 +150,9 @@ const char* ObGetAlias(int32_t n) {
   return row != nullptr ? row->alias.CStr() : nullptr;
 }
 
-int32_t ObFindAlias(std::string_view alias) { return RowOf(READABLE, &Attribute::alias, alias); }
+std::optional<int32_t> ObFindAlias(std::string_view alias) { return RowOf(READABLE, &Attribute::alias, alias); }
 
-int32_t ObFindItem(std::string_view item) { return RowOf(READABLE, &Attribute::item, item); }
+std::optional<int32_t> ObFindItem(std::string_view item) { return RowOf(READABLE, &Attribute::item, item); }
 
 CText ObGetItem(int32_t row) { return ALL[static_cast<size_t>(row)].item; }
 

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "dll/base/text.h"
@@ -110,10 +111,9 @@ struct AttrText {
 /// The exchange name of row `n`; null, which is traced, when no row of this number can be read.
 const char* ObGetAlias(int32_t n);
 
-/// The row that has this exchange name, or this item name, and can be read; NO_ROW when none has.
-inline constexpr int32_t NO_ROW = -1;
-int32_t ObFindAlias(std::string_view alias);
-int32_t ObFindItem(std::string_view item);
+/// The row that has this exchange name, or this item name, and can be read.
+std::optional<int32_t> ObFindAlias(std::string_view alias);
+std::optional<int32_t> ObFindItem(std::string_view item);
 
 /// The item name of a row that there is.
 CText ObGetItem(int32_t row);

@@ -37,7 +37,7 @@ void CopyCatalog(Dict& copy, const Dict& dict) {
 void CopyItems(Dict& copy, const Dict& dict) {
   for (const ListItem& item : dict.items) {
     ListItem item_copy;
-    item_copy.item = CopyPiece("item->item", item.item);
+    item_copy.name = CopyPiece("item->item", item.name);
     MakePiece("item->value", [&] { item_copy.value = item.value; });
     MakePiece("item", [&] { copy.items.Append(std::move(item_copy)); });
   }
@@ -46,7 +46,7 @@ void CopyItems(Dict& copy, const Dict& dict) {
 // False when attributes could not be copied, which has been traced.
 bool CopySections(Dict& copy, const Dict& dict) {
   for (const SectionPtr& section : dict.sections) {
-    const CText name = section->section;
+    const CText name = section->name;
     if (ObCopy(AddSection(copy, name)->object, section->object, CopyMode::Set, name) != AttrResult::Ok) return false;
   }
   return true;

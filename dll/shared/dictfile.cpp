@@ -1,3 +1,5 @@
+// Section by section: its lines are read, what its models have is added, and the whole is checked, before the next one
+// is looked at. A dictionary stands in a list of its own until it is complete.
 #include "dll/shared/dictfile.h"
 
 #include <array>
@@ -129,7 +131,7 @@ bool JudgeObject(Object& object, ReadObserver* observer, CText section) {
 // are completed where they are inherited.
 bool ReadSection(Dict& dict, DictFile& file, const char* name) {
   const SectionPtr section = AddSection(dict, name);
-  const CText own_name = section->section;
+  const CText own_name = section->name;
   if (!ReadEntries(section->object, file, own_name)) return false;
   if (file.Failed() || dict.kind == DICT_MODEL) return true;
   return JudgeObject(section->object, file.Observer(), own_name);

@@ -53,7 +53,7 @@ SectionPtr AddSection(Dict& dict, std::string_view name) {
   std::transform(name.begin(), name.end(), own_name.get(), FoldCase);
   try {
     SectionPtr section = std::make_shared<Section>();
-    section->section = std::move(own_name);
+    section->name = std::move(own_name);
     dict.sections.Append(section);
     return section;
   } catch (const std::bad_alloc&) {

@@ -32,13 +32,13 @@ struct CatalogEntry {
 
 /// A named value.
 struct ListItem {
-  OwnedText item;     // in upper case
+  OwnedText name;     // in upper case
   std::string value;  // as written; the values of lines with the same name, joined
 
-  static std::string_view NameOf(const ListItem& item) { return item.item.get(); }
+  static std::string_view NameOf(const ListItem& item) { return item.name.get(); }
 };
 
-enum DictKind : int32_t {
+enum DictKind {
   DICT_ORIGINAL = 0,  // as read from its file; used by any number of levels
   DICT_DERIVED = 1,   // changed by the one level that uses it
   DICT_MODEL = 2,     // used by no level: others inherit from its sections
@@ -55,7 +55,7 @@ struct Dict {
   SectionList sections;
   size_t cursor = 0;  // the walk over the sections: how many it has left behind
   int32_t instance_cnt = 1;
-  int32_t kind = DICT_ORIGINAL;
+  DictKind kind = DICT_ORIGINAL;
 };
 using DictPtr = std::shared_ptr<Dict>;
 
@@ -99,9 +99,9 @@ SectionPtr AddSection(Dict& dict, std::string_view name);
 DictPtr DeriveDict(const DictPtr& dict);
 
 /// Sets attributes of one field of a dialog from an XBUF, in a dictionary that only the dialog's level uses: it is
-/// derived first. A field that the dictionary does not have fails when `strict`, and is added otherwise. A failure has
-/// been traced; a copy is given up again then, while a dictionary that was derived in place stays so and keeps what was
-/// set.
+/// derived first. A field that the dictionary does not have fails when `strict`, as it does for the host's calls, and
+/// is added otherwise. A failure has been traced; a copy is given up again then, while a dictionary that was derived in
+/// place stays so and keeps what was set.
 enum class [[nodiscard]] UpdateResult : int32_t{Ok = 0, Failed = -2};
 UpdateResult UpdateDict(CText dlgID, std::string_view xbuf, bool strict);
 

@@ -37,11 +37,6 @@ size_t VarList::Find(const SectionPtr& section) const {
   return found != first_.end() ? found->second : NONE;
 }
 
-void VarList::Clear() noexcept {
-  variables_.clear();
-  first_.clear();
-}
-
 bool SetVarValue(Variable& variable, std::string_view value) noexcept {
   variable.value.reset();
   value = BeforeNul(value);
@@ -146,11 +141,11 @@ void CutIndex(VarName& real) {
 }  // namespace
 
 VarResult VarRealName(const Section& section, VarName& real) {
-  const std::string_view name = section.section.get();
+  const std::string_view name = section.name.get();
   const size_t dot = name.find('.');
   if (dot == std::string_view::npos) {
     DebugEntry(TRACE_DICT);
-    DebugPrint(TRACE_DICT, 1, "VarRealName(): invalid section name [%s]", section.section.get());
+    DebugPrint(TRACE_DICT, 1, "VarRealName(): invalid section name [%s]", section.name.get());
     return VAR_REFUSED;
   }
   real = {name.substr(dot + 1), XBUF_TYPES[section.object.ftyp], 0};

@@ -46,7 +46,6 @@ class VarList {
   Variable& Append(SectionPtr section);
   /// The position of the first variable of this section, or NONE; takes the same time in lists of all sizes.
   size_t Find(const SectionPtr& section) const;
-  void Clear() noexcept;
 
   size_t size() const { return variables_.size(); }
   bool empty() const { return variables_.empty(); }

@@ -73,7 +73,7 @@ bool IsOnTopLevel(std::string_view hdl) {
 // Reports every section without a handle, or with one that is no dialog's on the top level.
 void ReportSections(const Dict& dict) {
   for (const SectionPtr& section : dict.sections) {
-    const CText name(section->section);
+    const CText name(section->name);
     const size_t dot = name.View().find('.');
     if (dot == std::string_view::npos)
       DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: missing prefix in section '%s'", name.CStr());

@@ -1,3 +1,5 @@
+// Dialogs lie in one stack, each level's behind those of the level below, so a level goes by cutting the stack. The
+// indexes hold positions in it: of a dialog, or of one of its ten IDs.
 #include "dll/shared/dlgtable.h"
 
 #include <algorithm>

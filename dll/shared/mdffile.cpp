@@ -53,7 +53,7 @@ bool TakeLine(Module& module, const char* item, const char* value, ModuleObserve
 }  // namespace
 
 FileCode ReadModule(Module& module, const char* fname, ModuleObserver& observer) {
-  const int hdl = IniOpen(fname, module.section.get());
+  const int hdl = IniOpen(fname, module.name.get());
   if (hdl == NO_INI_HANDLE) return MinusErrno();
   FileCode rc = FILE_OK;
   std::array<char, MODULE_NAME_SIZE> item;

@@ -45,7 +45,7 @@ inline constexpr size_t MODULE_NAME_SIZE = 80;
 inline constexpr size_t MODULE_VALUE_SIZE = 256;
 
 struct Module {
-  OwnedText section;                                                 // its name
+  OwnedText name;                                                    // of its section
   std::array<std::optional<std::string>, MODULE_ITEM_COUNT> values;  // the lines of an item, with commas between
 };
 

@@ -1,3 +1,4 @@
+// A section enters its own list first and then its group; whatever fails leaves both as they were.
 #include "dll/shared/section.h"
 
 namespace vorlix {
@@ -15,7 +16,7 @@ void SectionList::Append(const SectionPtr& section) {
 
 // Notes the group of a section that has been appended.
 void SectionList::Group(const Section& section) {
-  const std::string_view name = section.section.get();
+  const std::string_view name = section.name.get();
   const size_t dot = name.find('.');
   if (dot == std::string_view::npos)
     ++ungrouped_;

@@ -17,7 +17,7 @@ namespace vorlix {
 
 /// An object. Its dictionary shares it with whoever remembers it.
 struct Section {
-  OwnedText section;    // its name, in lower case
+  OwnedText name;       // in lower case
   size_t position = 0;  // where it stands in its dictionary
   Object object;
 };
@@ -48,7 +48,7 @@ class SectionName {
 
 /// Whether the section is a field of the dialog with this catalog handle: its name begins with the handle and ".".
 inline bool BelongsTo(const Section& section, std::string_view handle) {
-  const std::string_view name = section.section.get();
+  const std::string_view name = section.name.get();
   return name.size() > handle.size() && name[handle.size()] == '.' && StartsWithNoCase(name, handle);
 }
 
@@ -87,7 +87,7 @@ class SectionList {
   auto end() const { return sections_.end(); }
 
  private:
-  static std::string_view NameOf(const SectionPtr& section) { return section->section.get(); }
+  static std::string_view NameOf(const SectionPtr& section) { return section->name.get(); }
   static std::string_view HandleOf(const SectionGroup& group) { return group.handle; }
   void Group(const Section& section);
 

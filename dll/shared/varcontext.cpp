@@ -96,9 +96,9 @@ VarResult AddByName(const Source& source, std::string_view name, std::string_vie
 VarResult AddAllFields(const Source& source) {
   const auto& [dict, hdl] = source.dlg;
   for (SectionPtr section = FirstField(*dict, hdl); section != nullptr; section = NextField(*dict, *section, hdl)) {
-    const CText name = CText(section->section).From(hdl.View().size() + 1);
+    const CText name = CText(section->name).From(hdl.View().size() + 1);
     if (!FitsItem(name)) {
-      DebugPrint(TRACE_DICT, 1, "%s(): field name too long, section [%s]", source.operation, section->section.get());
+      DebugPrint(TRACE_DICT, 1, "%s(): field name too long, section [%s]", source.operation, section->name.get());
       return VAR_REFUSED;
     }
     if (const VarResult result = AddVar(section, MakeItem(name, ""), VarMode::Append); result != VAR_OK) return result;
@@ -287,7 +287,7 @@ VarResult VarSetCurrValue(CText text) {
     return VAR_REFUSED;
   }
   if (SetVarValue(*variable, text)) return VAR_OK;
-  DebugPrint(TRACE_DICT, 1, "VarSetCurrValue(%s) failed: heap overflow", variable->section->section.get());
+  DebugPrint(TRACE_DICT, 1, "VarSetCurrValue(%s) failed: heap overflow", variable->section->name.get());
   return VAR_NO_MEMORY;
 }
 

@@ -1,3 +1,5 @@
+// An object goes out with all of its attributes, in the order of their table, and comes in with those that the XBUF
+// has.
 #include <algorithm>
 #include <utility>
 
@@ -13,7 +15,7 @@ constexpr char ITEM_PREFIX[] = "Dict_";
 constexpr std::string_view FIELD_NAME = "fld";
 
 std::string_view FieldNameOf(const Section& section) {
-  const std::string_view name = section.section.get();
+  const std::string_view name = section.name.get();
   const size_t dot = name.find('.');
   return dot != std::string_view::npos ? name.substr(dot + 1) : name;
 }
@@ -44,17 +46,17 @@ bool CopyFieldName(std::string_view name, std::span<char> field) {
 }
 
 AttrResult SetAttribute(Object& object, CText name, std::string_view value, CText field) {
-  const int32_t row = ObFindAlias(name);
-  if (row == NO_ROW) {
+  const std::optional<int32_t> row = ObFindAlias(name);
+  if (!row) {
     DebugPrint(TRACE_DICT, 1, "XbufObSet() failed: unknown item '%s'", name.CStr());
     return AttrResult::Failed;
   }
   OwnedText text = CopyText(BeforeNul(value));
   if (text == nullptr) {
-    DebugPrint(TRACE_DICT, 1, "XbufObSet() failed: heap overflow (item=%s)", ObGetItem(row).CStr());
+    DebugPrint(TRACE_DICT, 1, "XbufObSet() failed: heap overflow (item=%s)", ObGetItem(*row).CStr());
     return AttrResult::Failed;
   }
-  return ObSetIdx(object, row, std::move(text), field);
+  return ObSetIdx(object, *row, std::move(text), field);
 }
 
 // Takes all items; `count` becomes the number of attributes set.

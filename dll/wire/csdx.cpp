@@ -7,6 +7,7 @@
 #include <new>
 
 #include "dll/base/debug.h"
+#include "dll/wire/numberfield.h"
 
 namespace vorlix {
 namespace {
@@ -76,7 +77,7 @@ std::optional<int64_t> CSDX_ReadToSep(CsdxReader& reader) {
   constexpr std::string_view ENDS("~\0", 2);
   const size_t end = std::min(text.find_first_of(ENDS), text.size());
   reader.field = text.substr(0, end);
-  if (end > 0 && end < text.size() && text[end] == CSDX_SEPARATOR) {
+  if (end > 0 && end < text.size() && text[end] == FIELD_SEPARATOR) {
     reader.next_entry = text.substr(end + 1);
     return static_cast<int64_t>(end) + 1;
   }

@@ -16,8 +16,6 @@
 namespace vorlix {
 
 inline constexpr int CSDX_REVISION = 1;
-/// Stands behind every number and length.
-inline constexpr char CSDX_SEPARATOR = '~';
 /// A buffer must stay below this many bytes, for its size has six digits.
 inline constexpr size_t CSDX_SIZE_LIMIT = 1'000'000;
 

@@ -70,9 +70,8 @@ inline constexpr Meaning MEANINGS[] = {
     {"mdf_Get dict_Open*", "rc_p", -28, "three INI files are open already"},
     {"mdf_Get dict_Open*", "rc_p", ERROR_NUMBER, "minus the system's error number"},
 
-    {"dict_Open", "rc_p", 1, "the file was read and refused"},
+    {"dict_Open*", "rc_p", 1, "the file was read and refused"},
     {"dict_Open", CODE, 19, "the level is below the highest one, or a section begins with no handle of the catalog"},
-    {"dict_OpenModel", "rc_p", 1, "the file was read and refused"},
     {"dict_CloseModel", CODE, 19, "no model dictionary has this ID"},
     {"dict_DlgID", "eof_p", 1, "the levels have no dialog at this index"},
     {"dict_GetAlias", CODE, 19, "there is no such dialog; an alias is none here"},

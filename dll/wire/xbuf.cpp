@@ -7,27 +7,12 @@
 #include <limits>
 
 #include "dll/base/text.h"
+#include "dll/wire/numberfield.h"
 
 namespace vorlix {
 namespace {
 
-constexpr char SEPARATOR = '~';
 constexpr char END_MARK = '$';
-
-// A number in decimal and the separator behind it.
-class NumberField {
- public:
-  explicit NumberField(uint64_t number) {
-    char* const end = std::to_chars(text_.data(), text_.data() + text_.size() - 1, number).ptr;
-    *end = SEPARATOR;
-    length_ = static_cast<size_t>(end + 1 - text_.data());
-  }
-  std::string_view View() const { return {text_.data(), length_}; }
-
- private:
-  std::array<char, std::numeric_limits<uint64_t>::digits10 + 2> text_;
-  size_t length_;
-};
 
 // These write at `at` and return where that ends.
 char* Append(char* at, std::string_view bytes) { return std::ranges::copy(bytes, at).out; }
@@ -59,7 +44,7 @@ PieceLength ReadNumberField(std::string_view src, uint32_t limit, uint32_t& numb
   const auto [end, error] = std::from_chars(src.data(), src.data() + src.size(), number);
   if (error == std::errc::result_out_of_range || number > limit) return {};
   const int64_t consumed = end - src.data() + 1;
-  return end == src.data() + src.size() || *end == SEPARATOR ? PieceLength(consumed) : std::nullopt;
+  return end == src.data() + src.size() || *end == FIELD_SEPARATOR ? PieceLength(consumed) : std::nullopt;
 }
 
 }  // namespace
@@ -71,20 +56,20 @@ PieceLength xpack_item(char* dst, int64_t room, const char* prefix, std::string_
 }
 
 PieceLength xpack_elem(char* dst, int64_t room, const char* prefix, std::string_view name, char type, int32_t index) {
-  const NumberField number(static_cast<uint64_t>(index));
+  const NumberField number(index);
   const size_t prefix_length = prefix != nullptr ? std::string_view(prefix).size() : 0;
   const auto length = static_cast<int64_t>(1 + prefix_length + name.size() + 1 + number.View().size());
   if (length >= std::min(room, XBUF_HEADER_SIZE)) return {};
   *dst = type;
   char* end = AppendName(dst + 1, prefix, name);
-  *end++ = SEPARATOR;
+  *end++ = FIELD_SEPARATOR;
   end = Append(end, number.View());
   *end = '\0';
   return length;
 }
 
 PieceLength xpack_value(char* dst, int64_t room, std::string_view text) {
-  const NumberField number(text.size());
+  const NumberField number(static_cast<int64_t>(text.size()));
   const auto length = static_cast<int64_t>(number.View().size() + text.size());
   if (length >= room) return {};
   Append(Append(dst, number.View()), text);
@@ -120,7 +105,7 @@ PieceLength xunpack_item(std::string_view src, XbufItem& item, XbufNames names) 
   item.type = letter == 'x' ? XBUF_TEXT : XBUF_NUMBER;
   const size_t name_end = 1 + ReadName(src.substr(1), item, names);
   if (name_end == src.size()) return static_cast<int64_t>(name_end) + 1;
-  if (name_end == 1 || src[name_end] != SEPARATOR) return {};
+  if (name_end == 1 || src[name_end] != FIELD_SEPARATOR) return {};
   uint32_t index;
   const PieceLength consumed =
       ReadNumberField(src.substr(name_end + 1), static_cast<uint32_t>(std::numeric_limits<int32_t>::max()), index);
@@ -159,7 +144,7 @@ bool XbufReader::ReadHeader(XbufItem& item) {
 }
 
 bool XbufReader::ReadValue(XbufItem& item) {
-  const bool is_length_whole = Rest().find(SEPARATOR) != std::string_view::npos;
+  const bool is_length_whole = Rest().find(FIELD_SEPARATOR) != std::string_view::npos;
   const PieceLength consumed = xunpack_value(Rest(), item);
   if (!consumed) return Stop(XBUF_BAD_LENGTH);
   const int64_t end = offset_ + *consumed;

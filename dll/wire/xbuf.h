@@ -29,8 +29,8 @@ inline constexpr int64_t XBUF_HEADER_SIZE = 256;
 using PieceLength = std::optional<int64_t>;
 
 /// The header of a plain value. With a prefix the name is the prefix as it is and `name` in lower case; with a null
-/// prefix it is `name`, its first letter in upper case and the rest in lower case. The same as
-/// xpack_elem with the index 0.
+/// prefix it is `name`, its first letter in upper case and the rest in lower case. The same as xpack_elem with the
+/// index 0, which is what all headers here are written by: this is the grammar's name for it.
 [[nodiscard]] PieceLength xpack_item(char* dst, int64_t room, const char* prefix, std::string_view name, char type);
 
 /// The header of element `index`, which is not negative.
@@ -58,6 +58,9 @@ struct XbufWriter {
 inline constexpr int64_t XBUF_NAME_MAX = 79;
 
 enum XbufType : int32_t { XBUF_NONE = 0, XBUF_TEXT = 1, XBUF_NUMBER = 2 };
+
+/// The letter that an item of this type is written with.
+constexpr char LetterOf(XbufType type) { return type == XBUF_NUMBER ? 'N' : 'X'; }
 
 struct XbufItem {
   std::array<char, XBUF_NAME_MAX + 1> name;  // in lower case, ends in NUL

@@ -39,9 +39,9 @@ inline bool SetObject(Object& object, const std::string& lines) {
 inline std::string ShowDict(const Dict& dict) {
   std::string shown = dict.id + "/" + std::to_string(dict.kind) + " x" + std::to_string(dict.instance_cnt) + ":";
   for (const CatalogEntry& entry : dict.catalog) shown += std::string(" ") + entry.hdl.get() + "=" + entry.pfx.get();
-  for (const ListItem& item : dict.items) shown += std::string(" list ") + item.item.get() + "=" + item.value;
+  for (const ListItem& item : dict.items) shown += std::string(" list ") + item.name.get() + "=" + item.value;
   for (const SectionPtr& section : dict.sections)
-    shown += std::string(" [") + section->section.get() + ShowObject(section->object) + "]";
+    shown += std::string(" [") + section->name.get() + ShowObject(section->object) + "]";
   return shown;
 }
 
