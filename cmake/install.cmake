@@ -12,8 +12,8 @@ set(HEADERS_DIR ${CMAKE_INSTALL_INCLUDEDIR}/vorlix)
 target_include_directories(vorlix_client INTERFACE $<INSTALL_INTERFACE:${HEADERS_DIR}>)
 
 install(TARGETS vorlix RUNTIME)
-# Not a command of users: hosts and the tool look for it here.
-install(TARGETS vorlix.dll RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR})
+# No commands of users: hosts and the tool look for them here.
+install(TARGETS vorlix.dll vorlix-preview RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR})
 install(TARGETS vorlix_client EXPORT Vorlix ARCHIVE)
 install(DIRECTORY host DESTINATION ${HEADERS_DIR} FILES_MATCHING PATTERN "*.h" PATTERN c EXCLUDE)
 install(FILES hostif/layout.h hostif/math.h DESTINATION ${HEADERS_DIR}/hostif)

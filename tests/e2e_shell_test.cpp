@@ -101,6 +101,7 @@ TEST_F(AtTerminal, ALineIsTypedCompletedGivenUpAndSaved) {
       {"set y \xe4\r", "set y \"\xe4\""},
       {"set x $hd\t\r", "set x 1"},
       {".help dict_Ma\t\r", "no dialog on the top level has this handle"},
+      {".help ea\t\r", "each FUNCTION ARGUMENT... until EXPECTATION..."},
       {".trace 1\r", "return code is 0"},
       {".trace off\r", "vorlix> "},
       {"\x1b[A\x1b[A\x1b[A\x1b[A", "set x $hdl"},  // the history

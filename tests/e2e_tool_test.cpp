@@ -52,8 +52,12 @@ TEST(Tool, LooksAtTheMachine) {
       {"LANG=xx $V doctor", 1, "*bad * language * xx (LANG) is not installed: *\n * locale -a*", ""},
       {"VORLIX_RECORD=s.vx VORLIX_CLOCK=x $V doctor", 1, "*recording *s.vx is there already*VORLIX_CLOCK is x\n*", "*",
        "v_Set a b\n"},
-      {"mkfifo f; $V shell <f >/dev/null & exec 3>f; sleep 0.3; $V ps; $V ps --json; exec 3>&-; wait", 0,
-       "SERVER  HOST *vorlix (*) *C  * (16 MB)  *[*\"host_name\": \"vorlix\"*\"language\": \"C\"*", ""},
+      {"mkfifo f; $V shell <f >/dev/null & exec 3>f; sleep 0.3; $V ps; script -qec \"stty cols 40; $V ps\" "
+       "/dev/null; $V ps --json; exec 3>&-; wait",
+       0,
+       "SERVER  HOST *vorlix (*) *C  * (16 MB)  *\nSERVER: *\nLANGUAGE: C\r\n*[*\"host_name\": "
+       "\"vorlix\"*\"language\": \"C\"*",
+       ""},
   };
   for (const Case& one : cases) Check(one);
 }
@@ -230,6 +234,7 @@ TEST(Tool, RunsScripts) {
        "dict_Open A $tmp/a.dic 1\ndict_Get D01B m\ndict_Get D01B m => xbuf.len=9\n"},
       {"$V run -q s.vx", 1, "", "vorlix: s.vx:1: no/f was not changed: No such file or directory\n",
        "ini_SetString s e v no/f\n"},
+      {"$V run -q s.vx", 0, "", "vorlix: s.vx:1: ${tmp} is a directory\n", "ini_GetInt s e 1 $tmp\n"},
       {"cp $EXAMPLES/dict/* .; $V run -qk s.vx", 1, "",
        "*no dialog has the ID D01KU; did you mean D01KUNDE?\n*; open are *\n*has no field nmae; did you mean name?\n*",
        "dict_OpenModel muster muster.dic => rc_p=0\ndict_Open K kunden.dic 1\ndict_First D01KU\ndict_First "

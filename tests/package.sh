@@ -19,7 +19,7 @@ lintian --allow-root --fail-on error,warning "${packages[@]}" || fail "lintian h
 
 for package in "${packages[@]}"; do dpkg-deb -x "$package" "$work/files"; done
 readonly FILES=$work/files/usr
-hardening-check --nocfprotection "$FILES"/bin/vorlix "$FILES"/libexec/vorlix.dll "$FILES"/lib/*/libvorlix.so.3.* >"$work/hardening" ||
+hardening-check --nocfprotection "$FILES"/bin/vorlix "$FILES"/libexec/vorlix{.dll,-preview} "$FILES"/lib/*/libvorlix.so.3.* >"$work/hardening" ||
   { cat "$work/hardening"; fail "not hardened"; }
 for page in "$FILES"/share/man/man?/*; do
   [[ -z $(man --warnings -l "$page" 2>&1 >/dev/null) ]] || fail "$page has warnings"

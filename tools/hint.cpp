@@ -128,6 +128,15 @@ std::string EntryHint(const host::Caller& ask, const host::Result& result) {
   return "\n  " + QuoteWord(path) + " was not changed" + WriteFault(path);
 }
 
+// ini_GetString and ini_GetInt give what the host has for an entry that is not there, also where the file is and cannot
+// be read.
+std::string UnreadHint(const std::string& path) {
+  std::error_code ignored;
+  if (fs::is_directory(path, ignored)) return "\n  " + QuoteWord(path) + " is a directory";
+  const bool cannot_be_read = access(path.c_str(), R_OK) != 0 && fs::exists(path, ignored);
+  return cannot_be_read ? "\n  " + QuoteWord(path) + " is there, and cannot be read" : "";
+}
+
 // ---- Dialogs and fields ---------------------------------------------------------------------------------------------
 
 std::string FieldHint(const host::Caller& ask, const std::string& dialog, const std::string& name,
@@ -204,6 +213,7 @@ std::string HintFor(const host::Caller& ask, const Conversion& to_outside, const
   if (function.name == "dict_Open" || function.name == "dict_OpenModel")
     return FindingsHint(FindArg(function, result, "fname")->TextAt());
   if (function.name == "ini_SetString") return EntryHint(ask, result);
+  if (function.name.starts_with("ini_Get")) return UnreadHint(FindArg(function, result, "fname")->TextAt());
   if (result.code == RESULT_TOO_SHORT) return RoomHint(function);
   return NameHint(ask, function, result, to_outside);
 }

@@ -59,12 +59,12 @@ class Player {
   std::string TakePlayed() { return std::exchange(played_, {}); }
 
  private:
-  /// Runs a statement; when it fails and the player keeps going, counts it.
+  // Runs a statement; when it fails and the player keeps going, counts it.
   void Run(const Statement& statement);
   void RunCall(const Statement& statement);
   void RunPlace(const Statement& statement);
   void RunEach(const Statement& statement);
-  /// Places a call whose line is `line`, keeps and prints what came back.
+  // Places a call whose line is `line`, keeps and prints what came back.
   void PlaceCall(const Statement& statement, std::string line, std::string_view name, const FunctionInfo& function,
                  std::vector<host::Arg> args);
   void RunFile(const Statement& statement);
@@ -75,38 +75,38 @@ class Player {
   void RunFetch(const Statement& statement);
   void RunEcho(const Statement& statement);
 
-  /// A word of the statement with its values in place.
+  // A word of the statement with its values in place.
   std::string Text(const Statement& statement, size_t word) { return scope_.Expand(statement.words.at(word)); }
   void SetValue(const std::string& name, const std::string& text);
   void ReadValue(const std::string& name, const std::string& path);
   void Write(const std::string& path, const std::string& text);
 
-  /// Keeps the code of a call; unless the statement says what code it expects, or it is the one that ends the loop,
-  /// anything but 0 fails.
+  // Keeps the code of a call; unless the statement says what code it expects, or it is the one that ends the loop,
+  // anything but 0 fails.
   void KeepCode(const Statement& statement, const FunctionInfo& function, int32_t code);
   bool Meets(const Condition& condition);
   void Expect(const std::vector<Condition>& conditions);
   std::string Unmet(const Condition& condition);
 
-  /// A text as a word of the script that is printed: in quotes when it has to be, or `as_value`.
+  // A text as a word of the script that is printed: in quotes when it has to be, or `as_value`.
   std::string WithNames(std::string text) const;
   std::string Shown(const std::string& text, bool as_value = false) const;
   std::string GivenWord(const Given& given) const;
   std::string Outcome(const Value& value) const;
   void ShowMore(const std::vector<Value>& values);
 
-  /// What the last call answered, in words.
+  // What the last call answered, in words.
   std::string Answer() const;
-  /// What the server told of the last call, and what to change: lines that begin with two blanks and have no end.
+  // What the server told of the last call, and what to change: lines that begin with two blanks and have no end.
   std::string Why() const;
-  /// Says so when a call that has not failed brought nothing. Throws ToolError when that is a file that was not
-  /// changed, and the statement expects nothing.
+  // Says so when a call that has not failed brought nothing. Throws ToolError when that is a file that was not
+  // changed, and the statement expects nothing.
   void TellOfNothing(const Statement& statement) const;
   void KeepName(host::Arg& arg) const;
-  /// Throws ToolError (Usage) for a file that the script may not reach.
+  // Throws ToolError (Usage) for a file that the script may not reach.
   void CheckReach(const std::string& path) const;
-  /// Keeps why a file could not be had, where the script goes on without a word about it: later failures follow from
-  /// it.
+  // Keeps why a file could not be had, where the script goes on without a word about it: later failures follow from
+  // it.
   void NoteRefusedFile(const Statement& statement);
   void PrintLine(const std::string& line, const std::string& comment = "");
   void PrintOwn(const std::string& lines);

@@ -2,7 +2,6 @@
 // statement by its first word. Everything that can be wrong without a server is found here, before the first call is
 // placed.
 #include "tools/script.h"
-#include "tools/nearest.h"
 
 #include <algorithm>
 #include <array>
@@ -12,11 +11,28 @@
 
 #include "tools/failure.h"
 #include "tools/items.h"
+#include "tools/nearest.h"
 #include "tools/placed.h"
 #include "tools/signature.h"
 
 namespace vorlix::tool {
 namespace {
+
+constexpr std::array FORMS = {
+    StatementForm{"each", "each FUNCTION ARGUMENT... until EXPECTATION...", "Repeats a call, and the lines up to end"},
+    StatementForm{"end", "end", "Ends the lines that each repeats"},
+    StatementForm{"set", "set NAME TEXT", "Keeps a text under a name"},
+    StatementForm{"xbuf", "xbuf NAME ITEM=TEXT...", "Makes an XBUF"},
+    StatementForm{"fetch", "fetch NAME, or fetch NAME [32000] for a room", "Fetches a whole large result"},
+    StatementForm{"read", "read NAME FILE", "Reads a whole file"},
+    StatementForm{"write", "write FILE TEXT", "Writes a whole file"},
+    StatementForm{"echo", "echo TEXT...", "Prints texts with blanks between them"},
+    StatementForm{"show", "show XBUF", "Prints the items of an XBUF, one a line"},
+    StatementForm{"place", "place FUNCTION ARGUMENT...", "Makes a call exactly as a host sends it"},
+    StatementForm{"file", "file PATH TEXT", "Has a file of its own stand in for the one at a path"},
+    StatementForm{"clock", "clock \"2026-11-23 22:07:57\"", "Sets the time of day for the server"},
+    StatementForm{"server", "server NAME=TEXT...", "Before all else: the language of the server"},
+};
 
 struct Keyword {
   std::string_view name;
@@ -24,35 +40,28 @@ struct Keyword {
   size_t least;  // words behind it
   size_t most;
   bool first_is_name;  // the first word is the name that the statement sets
-  std::string_view form;
 };
 
 constexpr size_t MANY = std::numeric_limits<size_t>::max();
 constexpr std::array KEYWORDS = {
-    Keyword{"set", Kind::Set, 2, 2, true, "set NAME TEXT"},
-    Keyword{"xbuf", Kind::Xbuf, 1, MANY, true, "xbuf NAME ITEM=TEXT..."},
-    Keyword{"fetch", Kind::Fetch, 1, 2, true, "fetch NAME, or fetch NAME [32000] for a room"},
-    Keyword{"read", Kind::Read, 2, 2, true, "read NAME FILE"},
-    Keyword{"write", Kind::Write, 2, 2, false, "write FILE TEXT"},
-    Keyword{"echo", Kind::Echo, 0, MANY, false, "echo TEXT..."},
-    Keyword{"show", Kind::Show, 1, 1, false, "show XBUF"},
-    Keyword{"place", Kind::Place, 1, MANY, false, "place FUNCTION ARGUMENT..."},
-    Keyword{"file", Kind::File, 2, 2, false, "file PATH TEXT"},
-    Keyword{"clock", Kind::Clock, 1, 1, false, "clock \"2026-11-23 22:07:57\""},
-    Keyword{"server", Kind::Server, 1, MANY, false, "server NAME=TEXT..."},
+    Keyword{"set", Kind::Set, 2, 2, true},           Keyword{"xbuf", Kind::Xbuf, 1, MANY, true},
+    Keyword{"fetch", Kind::Fetch, 1, 2, true},       Keyword{"read", Kind::Read, 2, 2, true},
+    Keyword{"write", Kind::Write, 2, 2, false},      Keyword{"echo", Kind::Echo, 0, MANY, false},
+    Keyword{"show", Kind::Show, 1, 1, false},        Keyword{"place", Kind::Place, 1, MANY, false},
+    Keyword{"file", Kind::File, 2, 2, false},        Keyword{"clock", Kind::Clock, 1, 1, false},
+    Keyword{"server", Kind::Server, 1, MANY, false},
 };
 
 // Loops in loops are parsed and run by recursion.
 constexpr int DEEPEST_LOOP = 100;
-constexpr std::string_view EACH_FORM = "each FUNCTION ARGUMENT... until EXPECTATION...";
 
 [[noreturn]] void Refuse(const std::string& message) { throw ToolError(Status::Usage, message); }
 
 // What is no function may be a statement with a slip.
 void RequireNoKeywordMeant(std::string_view word) {
   if (FindFunction(word) != nullptr) return;
-  std::vector<std::string_view> names = {"each", "end"};
-  for (const Keyword& keyword : KEYWORDS) names.push_back(keyword.name);
+  std::vector<std::string_view> names;
+  for (const StatementForm& form : FORMS) names.push_back(form.name);
   if (const std::string_view near = Nearest(word, names); !near.empty())
     Refuse("there is no statement '" + std::string(word) + "'; did you mean " + std::string(near) + '?');
 }
@@ -128,7 +137,8 @@ void RequireForm(const Keyword& keyword, std::span<const Word> words) {
     const bool takes_room = keyword.kind == Kind::Fetch && &word == words.data() + 1;
     return takes_room ? word.room && word.pieces.empty() : !word.room;
   };
-  if (!fits || !named || !std::ranges::all_of(words, has_its_room)) Refuse("write it as: " + std::string(keyword.form));
+  if (!fits || !named || !std::ranges::all_of(words, has_its_room))
+    Refuse("write it as: " + std::string(FindStatement(keyword.name)->form));
   if (keyword.first_is_name && words[0].Is("tmp")) Refuse("tmp is the directory of the script, and cannot be set");
   if (keyword.kind == Kind::Xbuf)
     for (const Word& word : words.subspan(1)) ParseItem(word);
@@ -235,7 +245,7 @@ class Parser {
   static void ParseEach(Statement& statement) {
     std::vector<Word> until;
     statement.words = SplitAt("until", statement.words, until);
-    if (statement.words.empty() || until.empty()) Refuse("write it as: " + std::string(EACH_FORM));
+    if (statement.words.empty() || until.empty()) Refuse("write it as: " + std::string(FindStatement("each")->form));
     const Word function = statement.words[0];
     statement.words.erase(statement.words.begin());
     ParseCall(statement, function);
@@ -266,10 +276,11 @@ std::string_view OperatorText(Comparison comparison) {
   return std::ranges::find(OPERATORS, comparison, &Operator::comparison)->text;
 }
 
-std::vector<std::string> Keywords() {
-  std::vector<std::string> names = {"each", "end"};
-  for (const Keyword& keyword : KEYWORDS) names.emplace_back(keyword.name);
-  return names;
+std::span<const StatementForm> StatementForms() { return FORMS; }
+
+const StatementForm* FindStatement(std::string_view name) {
+  const auto* const found = std::ranges::find(FORMS, name, &StatementForm::name);
+  return found != FORMS.end() ? found : nullptr;
 }
 
 std::string Place(std::string_view name, int line) {

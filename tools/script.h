@@ -1,6 +1,7 @@
 // Scripts: lines of calls and of a few statements around them, as docs/scripts.md describes them.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -61,8 +62,17 @@ std::vector<Statement> ParseScript(std::string_view text, std::string_view name)
 /// of those that the language comes from.
 std::string ParseVariable(Word& word);
 
-/// The words that a statement which is no call begins with.
-std::vector<std::string> Keywords();
+/// A statement that is no call, as people write it.
+struct StatementForm {
+  std::string_view name;  // the word that it begins with
+  std::string_view form;
+  std::string_view sentence;  // what it does
+};
+
+std::span<const StatementForm> StatementForms();
+
+/// Null for a word that no statement begins with.
+const StatementForm* FindStatement(std::string_view name);
 
 /// The place of a statement as messages begin: "NAME:LINE: "; nothing of what has no name.
 std::string Place(std::string_view name, int line);

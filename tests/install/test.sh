@@ -32,6 +32,10 @@ mv "$work/prefix" "$PREFIX"
 # No other server can be found than the one in libexec.
 prints 'code = 0' env PATH=/usr/bin:/bin "$PREFIX/bin/vorlix" call v_Set Name Meier
 
+# The program that serves the preview is found beside it.
+served=$(env PATH=/usr/bin:/bin timeout -s INT 1 "$PREFIX/bin/vorlix" preview "$SOURCE/../../examples/dict/kunden.dic" --serve || true)
+[[ $served == http://127.0.0.1:* ]] || { echo "no preview is served: $served" && exit 1; }
+
 packages=$(find "$PREFIX" -name dist-packages)
 prints "$SHOWN" env PYTHONPATH="$packages" python3 -W error "$SOURCE/host.py"
 

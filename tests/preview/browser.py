@@ -151,6 +151,8 @@ class Page(unittest.TestCase):
         self.assertIn("KINDS<b>&", self.driver.find_element(By.TAG_NAME, "h2").text)
         self.assertIn("must be filled in", self.type("number", "", dialog))
         self.assertIn("only -5 to 99.5", self.type("number", "100", dialog))
+        self.assertIn("not a number of the value type S, which holds -999999 to 999999", self.type("number", "1000000", dialog))
+        self.assertIn("not a number", self.type("number", "1-", dialog))
         self.assertIn("stored as <B>", self.type("upper", "<b>", dialog))
         self.field("check", dialog).send_keys(Keys.SPACE)
         self.until(lambda: "stored as 0" in self.answer("check", dialog))

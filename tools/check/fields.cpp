@@ -285,7 +285,7 @@ void CheckFields(Judged& judged, FileKind kind, const Models& models) {
     is_first = is_first && SameName(name, "xx");
     if (!is_object) continue;
     const Section& section = *dict_sections[at];
-    if (dict_sections.HasRepeated() && dict_sections.Find(section.section.get()) != at)
+    if (dict_sections.HasRepeated() && dict_sections.Find(section.name.get()) != at)
       Note(findings, VX612, findings.layout.HeaderSpan(number), "the section [" + std::string(name) + "] comes twice")
           .related = {
           {findings.file, findings.layout.HeaderSpan(findings.layout.FindSection(name)), "the first one is here"}};

@@ -44,7 +44,7 @@ std::vector<std::string_view> AttributeNames() {
 
 // The attribute that was meant: one whose exchange name it is, or the nearest name.
 std::string_view MeantAttribute(std::string_view name) {
-  if (const int32_t row = ObFindAlias(name); row != NO_ROW) return ObGetItem(row).View();
+  if (const std::optional<int32_t> row = ObFindAlias(name)) return ObGetItem(*row).View();
   const std::vector<std::string_view> names = AttributeNames();
   return Nearest(name, names);
 }

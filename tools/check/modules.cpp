@@ -99,7 +99,7 @@ void JudgeModules(Findings& findings) {
       continue;
     }
     Module module;
-    module.section = CopyText(name);
+    module.name = CopyText(name);
     ModuleReading looking_on(findings, number);
     if (ReadModule(module, file.Path().c_str(), looking_on) != FILE_OK) findings.opens = false;
     CheckEntryPoint(findings, number);

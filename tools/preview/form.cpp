@@ -302,7 +302,7 @@ std::string KindOfField(const FormField& field) {
     kind += ", " + std::to_string(field.decimals) + (field.decimals == 1 ? " decimal" : " decimals");
   if (field.type == "N") kind += in_range;
   if (!field.format.empty() && field.format.find('%') != std::string::npos) kind += ", as " + field.format;
-  if (!field.valid.empty()) kind += ", of " + field.valid;
+  if (!field.valid.empty()) kind += ", only " + field.valid;
   return kind;
 }
 

@@ -6,6 +6,7 @@
 
 #include "dll/base/quote.h"
 #include "host/decimal.h"
+#include "tools/check/manual.h"
 #include "tools/quoting.h"
 #include "tools/signature.h"
 #include "tools/values.h"
@@ -54,22 +55,35 @@ bool IsValid(Session& session, const FormField& field, const std::string& charac
   return result.code == 0 && result.args.at(5).IntAt() == 0;
 }
 
+// The scanner says one thing of what is no number and of a number that the field's value type does not hold; without
+// the value type it takes the second.
+std::string NoNumber(Session& session, const FormField& field, const std::string& text) {
+  const host::Result result = session.Call(
+      "scan_Num", {host::Text(text), host::Text(""), host::Int(field.decimals), host::Real(REAL_ZERO),
+                   host::Real(REAL_ZERO), host::Text(""), host::RealRef(), host::OutText(ROOM), host::IntRef()});
+  if (result.code != 0 || result.args.back().IntAt() != 0) return "not a number";
+  const ManualWord* const type = FindManualWord(WordKind::NumberValue, field.value_type);
+  if (type == nullptr) return "not a number";
+  return "not a number of the value type " + std::string(type->word) + ", which holds " + std::string(type->meaning);
+}
+
 // What the scanner takes for none of its kind, with what would be one.
-std::string NoneOfItsKind(const FunctionInfo& function, const FormField& field) {
-  if (function.name == "scan_Num")
-    return "not a number" + (field.range.empty() ? "" : ", or not one of " + field.range);
+std::string NoneOfItsKind(Session& session, const FunctionInfo& function, const FormField& field,
+                          const std::string& text) {
+  if (function.name == "scan_Num") return NoNumber(session, field, text);
   const std::string now = field.sample.substr(0, field.sample.find_last_not_of(' ') + 1);
   return std::string(MeaningOf(function, "rc", NOT_OF_ITS_KIND)) + (now.empty() ? "" : "; a valid one is " + now);
 }
 
 // By the field, where the function alone says less.
-std::string ReasonOf(Session& session, const FunctionInfo& function, const FormField& field, const Typed& typed) {
+std::string ReasonOf(Session& session, const FunctionInfo& function, const FormField& field, const std::string& text,
+                     const Typed& typed) {
   if (typed.rc == NOTHING_TYPED) return field.is_required ? "must be filled in" : "nothing was typed";
   if (typed.rc == OUT_OF_RANGE) return "only " + field.minimum + " to " + field.maximum + " is accepted";
-  if (typed.rc == NOT_OF_ITS_KIND) return NoneOfItsKind(function, field);
+  if (typed.rc == NOT_OF_ITS_KIND) return NoneOfItsKind(session, function, field, text);
   if (typed.rc != NOT_ALLOWED) return MeaningOf(function, "rc", typed.rc);
   if (typed.refused.empty())
-    return field.valid.empty() ? NoneOfItsKind(function, field) : "VALID is wrong: " + field.valid;
+    return field.valid.empty() ? NoneOfItsKind(session, function, field, text) : "VALID is wrong: " + field.valid;
   const std::string refused = '"' + typed.refused + '"';
   if (field.valid.empty()) return refused + " is no character for it";
   return IsValid(session, field, typed.refused) ? refused + " does not belong there in this language"
@@ -120,7 +134,7 @@ Typed TypeInto(Session& session, const FormField& field, const std::string& text
     if (value.name == "out") typed.refused = value.text;
   }
   if (typed.rc != NOT_ALLOWED) typed.refused.clear();
-  if (typed.rc != 0) typed.reason = ReasonOf(session, function, field, typed);
+  if (typed.rc != 0) typed.reason = ReasonOf(session, function, field, text, typed);
   const bool may_be_empty = typed.rc == NOTHING_TYPED && !field.is_required;
   typed.is_accepted = typed.code == 0 && (typed.rc == 0 || may_be_empty);
   if (!typed.is_accepted) typed.stored.clear();

@@ -12,7 +12,7 @@ h2 { font-size: 1.2rem; border-bottom: 1px solid #767676; }
 dt { font-weight: 600; overflow-wrap: anywhere; }
 dd { margin: 0; min-width: 0; }
 .required { display: block; font-weight: normal; font-size: .85rem; color: #8a1c00; }
-.box { display: inline-block; box-sizing: content-box; margin: 0; padding: .1rem .3rem; border: 1px solid #767676; max-width: 100%; white-space: pre-wrap; overflow-wrap: anywhere; vertical-align: top; }
+.box { display: inline-block; box-sizing: content-box; margin: 0; padding: .1rem .3rem; border: 1px solid #767676; max-width: calc(100% - .6rem - 2px); white-space: pre-wrap; overflow-wrap: anywhere; vertical-align: top; }
 .box, .check, .radio { font-family: ui-monospace, monospace; }
 .check, .radio { display: inline-block; width: 1.3em; text-align: center; border: 1px solid #767676; }
 .radio { border-radius: 50%; }

@@ -85,7 +85,7 @@ std::vector<std::string> Completion::Words(std::string_view text) const {
 
 std::vector<std::string> Completion::FirstWords() const {
   std::vector<std::string> words = FunctionNames();
-  for (const std::string& keyword : Keywords()) words.push_back(keyword);
+  for (const StatementForm& statement : StatementForms()) words.emplace_back(statement.name);
   words.insert(words.end(), commands_.begin(), commands_.end());
   return words;
 }

@@ -166,6 +166,10 @@ class Shell {
 
   void Help(const std::string& name) {
     const bool is_command = name.starts_with('.');
+    if (const StatementForm* const statement = FindStatement(name)) {
+      std::printf("%s\n  %s\n", std::string(statement->form).c_str(), std::string(statement->sentence).c_str());
+      return;
+    }
     if (!name.empty() && !is_command) {
       ListFunctions(name, false);
       return;
@@ -175,7 +179,9 @@ class Shell {
       if (wanted.empty() || command.name == wanted)
         std::printf("  %-8s %-20s %s\n", command.name.data(), command.argument.data(), command.sentence.data());
     if (is_command) return;
-    std::puts("All other lines are those of scripts: FUNCTION ARGUMENT..., set, echo, each ... end and so on.");
+    std::puts("All other lines are those of scripts: calls, FUNCTION ARGUMENT..., and");
+    for (const StatementForm& statement : StatementForms())
+      std::printf("  %-8s %s\n", std::string(statement.name).c_str(), std::string(statement.sentence).c_str());
   }
 
   void ChangeLanguage(const std::string& locale) {
@@ -260,7 +266,7 @@ const std::array<Shell::Command, 8> Shell::COMMANDS = {{
     {".lang", "LOCALE", "Changes the language of the server", &Shell::ChangeLanguage},
     {".save", "FILE", "Writes what was called, and what came back, as a script", &Shell::Save},
     {".restart", "", "Starts a new server in the place of one that has ended, or does not answer", &Shell::Restart},
-    {".help", "[NAME]", "Tells about a function, or this", &Shell::Help},
+    {".help", "[NAME]", "Tells about a function or a statement, or this", &Shell::Help},
     {".quit", "", "Ends the shell, as Ctrl-D does", &Shell::Quit},
 }};
 

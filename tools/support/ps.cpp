@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/paint.h"
 #include "tools/quoting.h"
 #include "tools/support/processes.h"
 
@@ -50,18 +51,36 @@ Row RowOf(const RunningServer& server) {
           Join(server.attached)};
 }
 
-void PrintTable(const std::vector<Row>& rows) {
+std::vector<std::string> TableOf(const std::vector<Row>& rows) {
   std::array<size_t, std::tuple_size_v<Row>> widths{};
   for (const Row& row : rows)
     for (size_t k = 0; k < row.size(); ++k) widths.at(k) = std::max(widths.at(k), row.at(k).size());
+  std::vector<std::string> lines;
   for (const Row& row : rows) {
-    std::string line;
+    std::string& line = lines.emplace_back();
     for (size_t k = 0; k < row.size(); ++k) {
       line += row.at(k);
       if (k + 1 < row.size()) line.append(widths.at(k) - row.at(k).size() + 2, ' ');
     }
-    std::puts(line.c_str());
   }
+  return lines;
+}
+
+// A line for each value, behind its heading, for terminals that the table is too wide for.
+std::vector<std::string> ListOf(const std::vector<Row>& rows) {
+  std::vector<std::string> lines;
+  for (size_t at = 1; at < rows.size(); ++at) {
+    if (at > 1) lines.emplace_back();
+    for (size_t k = 0; k < rows[at].size(); ++k) lines.push_back(rows[0].at(k) + ": " + rows[at].at(k));
+  }
+  return lines;
+}
+
+void Print(const std::vector<Row>& rows) {
+  const std::vector<std::string> table = TableOf(rows);
+  const size_t widest = std::ranges::max(table, {}, &std::string::size).size();
+  const bool fits = TerminalWidth() == 0 || widest <= TerminalWidth() || rows.size() == 1;
+  for (const std::string& line : fits ? table : ListOf(rows)) std::puts(line.c_str());
 }
 
 Json JsonOf(const RunningServer& server) {
@@ -89,7 +108,7 @@ Status ListServers(bool json) {
   }
   std::vector<Row> rows = {{"SERVER", "HOST", "LANGUAGE", "SINCE", "MEMORY", "SEGMENT", "ATTACHED BY"}};
   for (const RunningServer& server : servers) rows.push_back(RowOf(server));
-  PrintTable(rows);
+  Print(rows);
   return Status::Ok;
 }
 
