@@ -33,20 +33,21 @@ class AtTerminal : public testing::Test {
   }
   ~AtTerminal() override { close(terminal_); }
 
-  // Types the keys, and reads until what appears has the text in it, and behind a line the next prompt: what is typed
-  // before that is not the editor's. False when it does not come within some seconds.
+  // Types the keys, and reads until what appears has the text in it, and behind a line the next prompt with the editor
+  // behind it: what is typed before that is not the editor's. False when it does not come within some seconds.
   bool Shows(const std::string& keys, const std::string& wanted, bool ends = true) {
-    if (keys == "\x04") AwaitEditor();
     EXPECT_EQ(write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     shown_.clear();
     const bool is_line = ends && (keys.ends_with('\r') || keys.ends_with('\x03'));
-    const std::string prompt = is_line && !wanted.ends_with("> ") ? "> " : "";
+    const bool is_prompt = wanted.ends_with("> ");
+    const std::string prompt = is_line && !is_prompt ? "> " : "";
     const auto is_there = [&] {
       const size_t at = shown_.find(wanted);
       return at != std::string::npos && shown_.find(prompt, at + wanted.size()) != std::string::npos;
     };
     while (!is_there())
       if (!ReadMore()) return false;
+    if (is_line || is_prompt) AwaitEditor();
     return true;
   }
 
@@ -63,7 +64,7 @@ class AtTerminal : public testing::Test {
   ScratchDirectory scratch_;
 
  private:
-  // Ctrl-D is lost when it is typed between the prompt and the editor's own mode.
+  // A key is not the editor's when it is typed between the prompt and the editor's own mode.
   void AwaitEditor() const {
     termios mode{};
     for (int k = 0; k < 500 && tcgetattr(terminal_, &mode) == 0 && (mode.c_lflag & ICANON) != 0; ++k) usleep(10'000);
@@ -72,7 +73,7 @@ class AtTerminal : public testing::Test {
   bool ReadMore() {
     char text[4096];
     pollfd input = {terminal_, POLLIN, 0};
-    if (poll(&input, 1, 5000) != 1) return false;
+    if (poll(&input, 1, 30'000) != 1) return false;
     const ssize_t size = read(terminal_, text, sizeof text);
     shown_.append(text, static_cast<size_t>(std::max<ssize_t>(size, 0)));
     return size > 0;

@@ -7,6 +7,9 @@ namespace vorlix::tool {
 /// wait.
 void NoteEndingSignals();
 
+/// Holds them back for the program that takes this one's place: they come once that notes them.
+void HoldEndingSignals();
+
 /// The first of them that has come, 0 for none.
 int EndingSignal();
 

@@ -281,7 +281,7 @@ class Programs(unittest.TestCase):
             )
             time.sleep(moment / 500)
             preview.terminate()
-            self.assertNotEqual(preview.wait(5), 0)
+            self.assertNotEqual(preview.wait(30), 0)
 
     def test_that_want_the_port(self) -> None:
         other = Preview(port=self.preview.host.split(":")[1])
@@ -322,7 +322,7 @@ def take_picture() -> None:
     driver = browser()
     try:
         driver.get(preview.address)
-        WebDriverWait(driver, 5).until(lambda d: d.find_elements(By.CLASS_NAME, "field"))
+        WebDriverWait(driver, 30).until(lambda d: d.find_elements(By.CLASS_NAME, "field"))
         for name, text in (("name", "12a"), ("umsatz", "12a"), ("limit", "1234,5"), ("kunde_seit", "30.02.26")):
             field = driver.find_element(By.ID, f"field-D01KUNDE.{name}")
             field.send_keys(Keys.CONTROL + "a")

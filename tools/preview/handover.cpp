@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "tools/ending.h"
 #include "tools/preview/serve.h"
 
 namespace vorlix::tool {
@@ -29,6 +30,8 @@ Status ServePreview(const Options&, const PreviewCommand& command) {
   std::vector<char*> pointers = {program.data()};
   for (size_t k = 1; k < words.size(); ++k) pointers.push_back(words[k].data());
   pointers.push_back(nullptr);
+  HoldEndingSignals();  // what comes now is for the other program
+  EndIfSignalled();
   execv(program.c_str(), pointers.data());
   throw ToolError(Status::OtherCode, program + " cannot be run, which serves the page: " + std::strerror(errno));
 }
