@@ -105,7 +105,7 @@ TEST_F(AtTerminal, ALineIsTypedCompletedGivenUpAndSaved) {
       {".help ea\t\r", "each FUNCTION ARGUMENT... until EXPECTATION..."},
       {".trace 1\r", "return code is 0"},
       {".trace off\r", "vorlix> "},
-      {"\x1b[A\x1b[A\x1b[A\x1b[A", "set x $hdl"},  // the history
+      {"\x1b[A\x1b[A\x1b[A\x1b[A\x1b[A", "set x $hdl"},  // the history
       {"\x03", "^C"},
       {".save " + saved + "\r", "written"},
       {"\x04", ""},

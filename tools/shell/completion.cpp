@@ -59,12 +59,6 @@ const ArgInfo* ArgumentAt(const FunctionInfo& function, size_t given) {
   return nullptr;
 }
 
-std::vector<std::string> FunctionNames() {
-  std::vector<std::string> names;
-  for (const FunctionInfo& function : FUNCTIONS) names.emplace_back(function.name);
-  return names;
-}
-
 const FunctionInfo* FunctionOf(const std::vector<std::string>& words) {
   const size_t at = !words.empty() && words[0] == "each" ? 1 : 0;
   return words.size() > at ? FindFunction(words[at]) : nullptr;
@@ -84,7 +78,8 @@ std::vector<std::string> Completion::Words(std::string_view text) const {
 }
 
 std::vector<std::string> Completion::FirstWords() const {
-  std::vector<std::string> words = FunctionNames();
+  std::vector<std::string> words;
+  for (const FunctionInfo& function : FUNCTIONS) words.emplace_back(function.name);
   for (const StatementForm& statement : StatementForms()) words.emplace_back(statement.name);
   words.insert(words.end(), commands_.begin(), commands_.end());
   return words;
@@ -96,11 +91,7 @@ std::vector<std::string> Completion::Candidates(const std::vector<std::string>& 
     for (const std::string& name : values_.Names()) names.push_back('$' + name);
     return names;
   }
-  if (before == std::vector<std::string>{".help"}) {
-    std::vector<std::string> names = FunctionNames();
-    names.insert(names.end(), commands_.begin(), commands_.end());
-    return names;
-  }
+  if (before == std::vector<std::string>{".help"}) return FirstWords();
   if (before == std::vector<std::string>{".lang"}) return InstalledLocales();
   if (before == std::vector<std::string>{".trace"}) return {"1", "2", "3", "D1", "D3F2I1N1", "off"};
   if (before.empty() || (before.size() == 1 && before[0] == "each")) return FirstWords();
