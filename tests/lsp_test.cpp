@@ -74,6 +74,7 @@ TEST_F(Lsp, AnswersNonsenseWithErrors) {
   const std::pair<std::string, std::string> rows[] = {
       {"{", "-32700"},
       {"\"\xff\"", "-32700"},
+      {std::string(200'000, '[') + std::string(200'000, ']'), "-32700"},  // more than the stack holds
       {"[]", "-32600"},
       {"17", "-32600"},
       {R"({"id":1})", "-32600"},
@@ -103,6 +104,12 @@ TEST_F(Lsp, AnswersNonsenseWithErrors) {
   EXPECT_FALSE(server_.IsOver());
   Say(R"({"method":"exit"})");
   EXPECT_TRUE(server_.IsOver() && server_.IsShutDown());
+}
+
+TEST_F(Lsp, TakesAnyPath) {
+  Ask("initialize", Json::object());
+  WriteFile(scratch_.Path() + "/vorlix.ini", "[check]\nmodels=m\xff.dic\n");
+  EXPECT_NE(Open("").find("m\xef\xbf\xbd.dic"), std::string::npos) << "a model that is not there\n" << sent_;
 }
 
 TEST_F(Lsp, FollowsWhatIsTyped) {
@@ -217,7 +224,7 @@ TEST_F(Lsp, ReadsRegularFilesAlone) {
 
 TEST(Frames, AreTakenApart) {
   FrameReader reader;
-  const std::string two = Frame("{}") + "content-length:  3\r\nX: y\r\n\r\nabc";
+  const std::string two = Frame("{}") + "content-length:  3 \r\nX: y\r\n\r\nabc";
   for (const char c : two.substr(0, two.size() - 1)) reader.Feed({&c, 1});
   EXPECT_EQ(reader.Next(), "{}");
   EXPECT_EQ(reader.Next(), std::nullopt);

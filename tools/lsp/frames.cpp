@@ -11,6 +11,7 @@ namespace {
 constexpr size_t LONGEST_HEADER = 4096;
 constexpr size_t LONGEST_MESSAGE = size_t{256} << 20;
 constexpr std::string_view LINE_END = "\r\n";
+constexpr std::string_view BLANKS = " \t";
 
 // The length that the lines of a header name.
 size_t ContentLength(std::string_view header) {
@@ -19,8 +20,9 @@ size_t ContentLength(std::string_view header) {
     const std::string_view line = header.substr(0, header.find(LINE_END));
     header.remove_prefix(std::min(line.size() + LINE_END.size(), header.size()));
     if (!StartsWithNoCase(line, NAME)) continue;
-    const size_t digits = line.find_first_not_of(" \t", NAME.size());
-    const auto length = digits == std::string_view::npos ? std::nullopt : ReadWhole<size_t>(line.substr(digits));
+    std::string_view value = line.substr(NAME.size());
+    value.remove_prefix(std::min(value.find_first_not_of(BLANKS), value.size()));
+    const auto length = ReadWhole<size_t>(value.substr(0, value.find_last_not_of(BLANKS) + 1));
     if (!length || *length > LONGEST_MESSAGE) break;
     return *length;
   }

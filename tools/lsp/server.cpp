@@ -71,6 +71,15 @@ const Row* FindRow(std::span<const Row> rows, std::string_view method) {
   return found != rows.end() ? &*found : nullptr;
 }
 
+// Parses a message. What is nested deeper than anything that a client says would need as much of the stack.
+Json ParseMessage(std::string_view content) {
+  constexpr int DEEPEST = 100;
+  return Json::parse(content, [](int depth, Json::parse_event_t, const Json&) {
+    if (depth > DEEPEST) throw RequestError(PARSE_ERROR, "the message is nested too deep");
+    return true;
+  });
+}
+
 Json ErrorOf(int code, const std::string& message) { return {{"code", code}, {"message", message}}; }
 
 }  // namespace
@@ -78,8 +87,8 @@ Json ErrorOf(int code, const std::string& message) { return {{"code", code}, {"m
 void LanguageServer::Handle(std::string_view content) {
   Json message;
   try {
-    message = Json::parse(content);
-  } catch (const Json::exception& error) {
+    message = ParseMessage(content);
+  } catch (const std::exception& error) {
     return Reply(nullptr, "error", ErrorOf(PARSE_ERROR, error.what()));
   }
   const auto id = message.is_object() ? message.find("id") : message.end();
@@ -90,7 +99,9 @@ void LanguageServer::Handle(std::string_view content) {
     if (!is_response) Reply(nullptr, "error", ErrorOf(INVALID_REQUEST, "a message without a method"));
     return;
   }
-  const Json params = message.value("params", Json::object());
+  static const Json NO_PARAMS = Json::object();
+  const auto found = message.find("params");
+  const Json& params = found != message.end() ? *found : NO_PARAMS;
   try {
     if (!is_request && *method == "initialized" && state_ == State::Ready) return Register();
     if (!is_request) return Notice(*method, params);
@@ -142,11 +153,9 @@ void LanguageServer::Register() {
     watchers.push_back({{"globPattern", pattern}});
   const Json registration = {
       {"id", "files"}, {"method", "workspace/didChangeWatchedFiles"}, {"registerOptions", {{"watchers", watchers}}}};
-  send_(Json{{"jsonrpc", "2.0"},
-             {"id", "register"},
-             {"method", "client/registerCapability"},
-             {"params", {{"registrations", Json::array({registration})}}}}
-            .dump());
+  Send({{"id", "register"},
+        {"method", "client/registerCapability"},
+        {"params", {{"registrations", Json::array({registration})}}}});
 }
 
 // Nobody hears of what is wrong with a notification; those that are not known are passed over.
@@ -166,12 +175,16 @@ void LanguageServer::Settle() {
 }
 
 void LanguageServer::Publish(const Json& diagnostics) {
-  const Json message = {{"jsonrpc", "2.0"}, {"method", "textDocument/publishDiagnostics"}, {"params", diagnostics}};
-  send_(message.dump());
+  Send({{"method", "textDocument/publishDiagnostics"}, {"params", diagnostics}});
 }
 
 void LanguageServer::Reply(const Json& id, const std::string& key, const Json& value) {
-  const Json message = {{"jsonrpc", "2.0"}, {"id", id}, {key, value}};
+  Send({{"id", id}, {key, value}});
+}
+
+// A path that is no UTF-8 stands in messages with replacement characters.
+void LanguageServer::Send(Json message) {
+  message["jsonrpc"] = "2.0";
   send_(message.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 

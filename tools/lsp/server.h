@@ -37,6 +37,7 @@ class LanguageServer {
   void Notice(const std::string& method, const Json& params);
   void Publish(const Json& diagnostics);
   void Reply(const Json& id, const std::string& key, const Json& value);
+  void Send(Json message);
 
   Workspace workspace_;
   Sender send_;
