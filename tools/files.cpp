@@ -1,9 +1,11 @@
 #include "tools/files.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 
 #include "tools/failure.h"
@@ -38,6 +40,12 @@ void WriteFile(const std::string& path, std::string_view text) {
   if (file == nullptr) Fail("write", path);
   const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
   if (std::fclose(file) != 0 || !written) Fail("write", path);
+}
+
+bool IsAmong(const std::string& file, const std::vector<std::string>& paths) {
+  std::error_code ignored;  // one that is not there is none of them
+  return std::ranges::any_of(paths,
+                             [&](const std::string& path) { return std::filesystem::equivalent(path, file, ignored); });
 }
 
 std::string ReadStandardInput() { return ReadAll(stdin, "standard input"); }

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "dll/base/quote.h"
+#include "dll/base/text.h"
 #include "tools/encoding.h"
 
 namespace vorlix::tool {
@@ -65,6 +66,20 @@ std::string Printable(std::string_view text) {
   std::string out;
   AppendShown(out, text, TerminalForm);
   return out;
+}
+
+std::string PercentEncoded(std::string_view path) {
+  constexpr std::string_view PLAIN = "/-._~";
+  std::string encoded;
+  for (const char c : path) {
+    const bool is_plain =
+        IsDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || PLAIN.find(c) != std::string_view::npos;
+    if (is_plain)
+      encoded += c;
+    else
+      AppendHex(encoded += '%', c);
+  }
+  return encoded;
 }
 
 std::string Hex(std::string_view bytes) {

@@ -19,6 +19,9 @@ std::string QuoteWord(std::string_view text);
 /// The text for a terminal: line feeds, tabs and what is printable there as they are, all other bytes as \xNN.
 std::string Printable(std::string_view text);
 
+/// A path as that of a URI: letters, digits and /-._~ as they are, all other bytes as %XX.
+std::string PercentEncoded(std::string_view path);
+
 /// Two lower-case hexadecimal digits a byte.
 std::string Hex(std::string_view bytes);
 

@@ -1,5 +1,6 @@
 #include "tools/words.h"
 
+#include "dll/base/text.h"
 #include "tools/failure.h"
 
 namespace vorlix::tool {
@@ -7,7 +8,6 @@ namespace {
 
 constexpr std::string_view BLANKS = " \t\r";
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool IsNameStart(char c) { return IsLetter(c) || c == '_'; }
 bool IsNameCharacter(char c) { return IsNameStart(c) || IsDigit(c); }

@@ -28,7 +28,7 @@ constexpr size_t MESSAGE_SIZE = 1024;
 constexpr int HIGHEST_LEVEL = 127;
 
 int trace_fd = -1;
-TraceSink trace_sink = nullptr;
+TraceSink* trace_sink = nullptr;
 
 // A line that cannot be written is lost: there is nobody left to tell.
 void WriteAll(int fd, std::string_view text) {
@@ -100,7 +100,7 @@ void SetDebugFlags(const char* flags, const char* fname) {
   WriteHeader(flags);
 }
 
-void SetTraceSink(TraceSink sink) { trace_sink = sink; }
+void SetTraceSink(TraceSink* sink) { trace_sink = sink; }
 
 void DebugOut(char category, int level, const char* text) {
   std::array<char, MESSAGE_SIZE + 32> line;
@@ -120,7 +120,7 @@ void DebugPrint(char category, int level, const char* format, ...) {
   std::vsnprintf(message.data(), message.size(), format, args);
   va_end(args);
   if (trace_sink != nullptr)
-    trace_sink(category, level, message.data());
+    trace_sink->Take(category, level, message.data());
   else
     DebugOut(category, level, message.data());
   errno = caller_errno;

@@ -40,10 +40,17 @@ inline void DebugEntry(char category, const char* operation = __builtin_FUNCTION
   if (DebugCheck(category, 3)) DebugEntryOut(category, operation, line);
 }
 
-/// Takes the messages of the trace, in the place of the file: for programs that have more to do with them than to show
-/// them. Null: the file again.
-using TraceSink = void (*)(char category, int level, const char* message);
-void SetTraceSink(TraceSink sink);
+/// Takes the messages of the trace: for programs that have more to do with them than to show them.
+class TraceSink {
+ public:
+  virtual void Take(char category, int level, const char* message) = 0;
+
+ protected:
+  ~TraceSink() = default;
+};
+
+/// In the place of the file from now on; null: the file again. Borrowed.
+void SetTraceSink(TraceSink* sink);
 
 /// Replaces all levels from a flag text such as D3F1 or *2N0, then closes the trace file and opens `fname`: appending
 /// when a trace file was open before, else truncating; an empty name leaves standard error. A file that cannot be

@@ -111,13 +111,18 @@ void Note(std::string_view text) {
   recording->is_noting = false;
 }
 
-void NoteMessage(char category, int level, const char* message) {
-  DebugOut(category, level, message);
-  const std::array<char, 4> head = {category, static_cast<char>('0' + level % 10), ':', ' '};
-  Note({head.data(), head.size()});
-  Note(message);
-  Note("\n");
-}
+// Messages go into the recording as well as to where they would go without one.
+class MessageNotes final : public TraceSink {
+ public:
+  void Take(char category, int level, const char* message) override {
+    DebugOut(category, level, message);
+    const std::array<char, 4> head = {category, static_cast<char>('0' + level % 10), ':', ' '};
+    Note({head.data(), head.size()});
+    Note(message);
+    Note("\n");
+  }
+};
+MessageNotes message_notes;
 
 // ---- Calls ----------------------------------------------------------------------------------------------------------
 
@@ -250,7 +255,7 @@ void StartRecording(std::string_view pattern, int64_t limit) {
     return;
   }
   SetCallObserver(&OBSERVER);
-  SetTraceSink(NoteMessage);
+  SetTraceSink(&message_notes);
   NoteTimes();
   CatchFaults();
   Write(head);

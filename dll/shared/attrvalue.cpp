@@ -74,14 +74,16 @@ uint32_t NextNotifyFlag(char*& text) {
 
 }  // namespace
 
-// strtod would also read hexadecimal numbers and words such as "nan".
-double ReadReal(const char* text) {
+bool IsDecimal(const char* text) {
   const char* digits = text;
   while (std::isspace(static_cast<unsigned char>(*digits))) ++digits;
   if (*digits == '+' || *digits == '-') ++digits;
   const bool is_hexadecimal = digits[0] == '0' && LowerCase(digits[1]) == 'x';
-  const bool is_decimal = IsDigit(*digits) || *digits == '.';
-  return is_decimal && !is_hexadecimal ? std::clamp(std::strtod(text, nullptr), -DBL_MAX, DBL_MAX) : 0;
+  return (IsDigit(*digits) || *digits == '.') && !is_hexadecimal;
+}
+
+double ReadReal(const char* text) {
+  return IsDecimal(text) ? std::clamp(std::strtod(text, nullptr), -DBL_MAX, DBL_MAX) : 0;
 }
 
 Refused SetObjectType(Object& object, OwnedText value) {

@@ -53,6 +53,10 @@ CText GetText(const Object& object, ComputedText&) {
 
 // ---- Numbers: what the text begins with, 0 when that is none --------------------------------------------------------
 
+/// Whether the text begins with a number in decimal notation, behind blanks. strtod would also read hexadecimal numbers
+/// and words such as "nan".
+bool IsDecimal(const char* text);
+
 /// Decimal notation with an optional exponent; a number that is too large gives the largest one.
 double ReadReal(const char* text);
 

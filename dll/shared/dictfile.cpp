@@ -119,12 +119,13 @@ bool ReadEntries(Object& object, DictFile& file, CText section) {
 
 // The same for the whole object. An observer may put its faults right one by one, to learn of the next.
 bool JudgeObject(Object& object, ReadObserver* observer, CText section) {
-  if (observer != nullptr) observer->OnSectionEnd();
-  if (!InheritObject(object, section)) return false;
-  bool is_good = ObCheck(object, section) == AttrResult::Ok;
-  if (is_good || observer == nullptr) return is_good;
-  while (!is_good && observer->Cure(object)) is_good = ObCheck(object, section) == AttrResult::Ok;
-  return false;
+  if (observer == nullptr) return InheritObject(object, section) && ObCheck(object, section) == AttrResult::Ok;
+  observer->OnSectionEnd();
+  const bool is_complete = InheritObject(object, section);
+  bool is_checked = ObCheck(object, section) == AttrResult::Ok;
+  const bool is_good = is_complete && is_checked;
+  while (!is_checked && observer->Cure(object)) is_checked = ObCheck(object, section) == AttrResult::Ok;
+  return is_good;
 }
 
 // Half a section is not judged: the search for the next one says that the file cannot be read on. A model's sections
@@ -132,9 +133,10 @@ bool JudgeObject(Object& object, ReadObserver* observer, CText section) {
 bool ReadSection(Dict& dict, DictFile& file, const char* name) {
   const SectionPtr section = AddSection(dict, name);
   const CText own_name = section->name;
-  if (!ReadEntries(section->object, file, own_name)) return false;
-  if (file.Failed() || dict.kind == DICT_MODEL) return true;
-  return JudgeObject(section->object, file.Observer(), own_name);
+  const bool is_good = ReadEntries(section->object, file, own_name);
+  if (!is_good && file.Observer() == nullptr) return false;
+  if (file.Failed() || dict.kind == DICT_MODEL) return is_good;
+  return JudgeObject(section->object, file.Observer(), own_name) && is_good;
 }
 
 void StartDict(std::list<DictPtr>& fresh, const char* id, DictKind kind) {

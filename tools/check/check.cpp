@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <set>
 
 #include "dll/base/text.h"
 #include "tools/check/checker.h"
@@ -13,6 +14,7 @@
 #include "tools/files.h"
 #include "tools/nearest.h"
 #include "tools/paint.h"
+#include "tools/quoting.h"
 
 namespace vorlix::tool {
 namespace {
@@ -39,9 +41,7 @@ Status Explain(const std::string& code) {
 }
 
 CheckOptions OptionsOf(const CheckCommand& command) {
-  for (const std::string& code : command.ignore)
-    if (FindRule(code) == nullptr)
-      throw ToolError(Status::Usage, "--ignore: there is no finding " + code + "; vorlix check --list has them all");
+  for (const std::string& code : command.ignore) RequireIgnorable(code);
   CheckOptions options{command.models, command.ignore, {}, command.language};
   if (command.kind == "dictionary") options.kind = FileKind::Dictionary;
   if (command.kind == "model") options.kind = FileKind::Model;
@@ -74,6 +74,13 @@ std::vector<std::string> FilesOf(const CheckCommand& command) {
   return files;
 }
 
+Findings CheckFile(const std::string& file, const CheckCommand& command, Checker& checker) {
+  const std::string text = file == "-" ? ReadStandardInput() : ReadFile(file);
+  Judged judged = checker.Check(file, &text);
+  if (command.fixes || command.shows_difference) FixFile(judged.findings, command.shows_difference, checker);
+  return std::move(judged.findings);
+}
+
 // "3 errors, 1 warning in 2 files"; nothing where there is nothing.
 void PrintSum(const std::vector<Findings>& files) {
   size_t errors = 0;
@@ -97,22 +104,24 @@ Status CheckFiles(const CheckCommand& command) {
   if (command.lists) return ListRules();
   if (!command.explain.empty()) return Explain(command.explain);
   if (command.files.empty()) throw ToolError(Status::Usage, "a file is required: vorlix check FILE...");
+  if (command.fixes && std::ranges::find(command.files, "-") != command.files.end())
+    throw ToolError(Status::Usage, "--fix writes files, and standard input is none; --diff shows what it would change");
   const ReportFormat* const format = FindReportFormat(command.format);
   if (format == nullptr) throw ToolError(Status::Usage, "there is no format '" + command.format + "'");
   Checker checker(OptionsOf(command));
   std::vector<Findings> all;
+  std::set<std::string> failures;
   for (const std::string& file : FilesOf(command)) {
     try {
-      const std::string text = file == "-" ? ReadStandardInput() : ReadFile(file);
-      Judged judged = checker.Check(file, &text);
-      if (command.fixes || command.shows_difference) FixFile(judged.findings, command.shows_difference, checker);
-      all.push_back(std::move(judged.findings));
+      all.push_back(CheckFile(file, command, checker));
     } catch (const ToolError& error) {
-      throw ToolError(Status::Usage, error.what());
+      failures.insert(error.what());
     }
   }
   if (!command.shows_difference) std::fputs(format->write(all).c_str(), stdout);
   if (command.format == "text" && !command.shows_difference) PrintSum(all);
+  for (const std::string& failure : failures) std::fprintf(stderr, "vorlix: %s\n", Printable(failure).c_str());
+  if (!failures.empty()) return Status::Usage;
   const auto has_findings = [](const Findings& file) { return !file.list.empty(); };
   return std::ranges::any_of(all, has_findings) ? Status::OtherCode : Status::Ok;
 }

@@ -19,24 +19,21 @@ bool IsAmongCodes(std::string_view code, const std::vector<std::string>& codes) 
   return std::ranges::any_of(codes, [&](const std::string& one) { return EqualNoCase(one, code); });
 }
 
-bool IsAmongFiles(const std::string& file, const std::vector<std::string>& paths) {
-  std::error_code error;
-  return file != "-" && std::ranges::any_of(paths, [&](const std::string& path) {
-           return std::filesystem::equivalent(path, file, error);
-         });
-}
-
-// Whether a line has the comment "vorlix: ignore VX601" (or more codes, or none for all of them).
+// Whether a line has the comment "vorlix: ignore VX601", with this code among others, or with none for all of them.
 bool HasMark(std::string_view line, std::string_view code) {
   constexpr std::string_view MARK = "vorlix: ignore";
   const size_t mark = line.find(MARK);
   if (mark == std::string_view::npos || line.substr(0, mark).find_first_of(";#") == std::string_view::npos)
     return false;
-  const std::string_view codes = line.substr(mark + MARK.size());
-  return codes.find("VX") == std::string_view::npos || codes.find(code) != std::string_view::npos;
+  bool names_codes = false;
+  for (const std::string& word : SplitList(line.substr(mark + MARK.size()), " ,:")) {
+    if (EqualNoCase(word, code)) return true;
+    names_codes = names_codes || StartsWithNoCase(word, "VX");
+  }
+  return !names_codes;
 }
 
-// Such a comment stands in the line, or is the line above.
+// Such a comment stands in the line, or is the line above. What the server refuses it refuses all the same.
 bool IsSwitchedOff(const Layout& layout, const Finding& finding) {
   const size_t number = finding.span.line;
   if (number >= layout.LineCount()) return false;
@@ -103,11 +100,12 @@ Judged Checker::Check(const std::string& file, const std::string* text) {
   models.insert(models.end(), options_.models.begin(), options_.models.end());
   OpenModelsOf(models, file);
   Layout layout(text != nullptr ? *text : ReadFile(file));
-  const FileKind by_project = IsAmongFiles(file, project.modules) ? FileKind::Module : KindOf(layout);
+  const FileKind by_project = IsAmong(file, project.modules) ? FileKind::Module : KindOf(layout);
   const FileKind kind = options_.kind.value_or(by_project);
   Judged judged = Judge(file, kind, *models_, std::move(layout));
   CheckStyle(judged, kind, *models_);
   std::erase_if(judged.findings.list, [&](const Finding& finding) {
+    if (finding.rule->severity == Severity::Error) return false;
     return IsAmongCodes(finding.rule->code, project.ignore) || IsAmongCodes(finding.rule->code, options_.ignore) ||
            IsSwitchedOff(judged.findings.layout, finding);
   });
@@ -123,7 +121,7 @@ void Checker::ForgetModels() {
 void Checker::OpenModelsOf(const std::vector<std::string>& paths, const std::string& file) {
   std::vector<std::string> wanted;
   for (const std::string& path : paths)
-    if (!IsAmongFiles(file, {path}) && !IsAmongFiles(path, wanted)) wanted.push_back(path);
+    if (!IsAmong(file, {path}) && !IsAmong(path, wanted)) wanted.push_back(path);
   if (models_ != nullptr && wanted == open_) return;
   ForgetModels();
   models_ = std::make_unique<Models>();

@@ -57,7 +57,6 @@ bool IsFixed(const Finding& finding) {
 void FixFile(Findings& findings, bool only_show, Checker& checker) {
   const std::multimap<size_t, Change> changes = ChangesOf(findings);
   if (changes.empty()) return;
-  if (only_show) std::printf("--- %s\n+++ %s\n", findings.file.c_str(), findings.file.c_str());
   std::string text = findings.layout.Text();
   // From the last line to the first, so that what is changed does not move what is still to be.
   for (auto at = changes.rbegin(); at != changes.rend();) {
@@ -69,16 +68,16 @@ void FixFile(Findings& findings, bool only_show, Checker& checker) {
     text.replace(offset, line.size(), Changed(std::string(line), of_line));
   }
   const Judged again = checker.Check(findings.file, &text);
-  if (again.findings.opens != findings.opens)
-    throw ToolError(Status::OtherCode, findings.file + ": the fixed file would not open as it did; nothing is changed");
+  if (findings.opens && !again.findings.opens)
+    throw ToolError(Status::OtherCode, findings.file + ": the fixed file would not open any more; nothing is changed");
   if (only_show) {
+    std::printf("--- %s\n+++ %s\n", findings.file.c_str(), findings.file.c_str());
     for (const auto& [number, change] : changes) {
       const std::string line(findings.layout.Line(number));
       std::printf("@@ -%zu +%zu @@\n-%s\n+%s\n", number + 1, number + 1, line.c_str(), Changed(line, {change}).c_str());
     }
     return;
   }
-  if (findings.file == "-") return;
   ReplaceFile(findings.file, text);
   findings.list = again.findings.list;
 }

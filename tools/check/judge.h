@@ -1,38 +1,14 @@
 // The server's own judgement of a dictionary: its code reads the file, and what it says becomes findings.
 #pragma once
 
-#include <memory>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "dll/shared/dictkrnl.h"
-#include "tools/check/finding.h"
+#include "tools/check/models.h"
 
 namespace vorlix::tool {
 
 enum class FileKind { Dictionary, Model, Module };
-
-/// The model dictionaries that the files of a run inherit from: open as long as this lives. One at a time.
-class Models {
- public:
-  Models() = default;
-  ~Models();
-  Models(const Models&) = delete;
-  Models& operator=(const Models&) = delete;
-
-  /// Opens a further one, as a host would, and says what is found in it.
-  const Findings& Open(const std::string& path, Layout layout);
-
-  /// The file and the section of the model of this name; null for none. Borrowed.
-  const Findings* FileOf(std::string_view model, size_t& section) const;
-  std::vector<std::string_view> Names() const;
-  /// All of them, in the order in which they were opened.
-  std::vector<const Findings*> Files() const;
-
- private:
-  std::vector<std::unique_ptr<Findings>> files_;
-};
 
 /// A file as the server reads it: what it says, and the dictionary that comes of it, as far as it does.
 struct Judged {

@@ -71,6 +71,19 @@ const LayoutEntry* Layout::EntryAt(size_t line) const {
   return found != entries_.end() && found->line == line ? &*found : nullptr;
 }
 
+size_t Layout::Catalog() const {
+  const auto first = std::ranges::find_if_not(
+      sections_, [](std::string_view name) { return SameName(name, "xx"); }, &LayoutSection::name);
+  const bool is_catalog = first != sections_.end() && SameName(first->name, "catalog");
+  return is_catalog ? static_cast<size_t>(first - sections_.begin()) : NO_SECTION;
+}
+
+bool Layout::IsObject(size_t section) const {
+  if (section == NO_SECTION || section == Catalog()) return false;
+  const std::string_view name = sections_.at(section).name;
+  return !SameName(name, "list") && !SameName(name, "xx");
+}
+
 size_t Layout::FindSection(std::string_view name) const {
   const auto found =
       std::ranges::find_if(sections_, [&](const LayoutSection& one) { return SameName(one.name, name); });
@@ -79,8 +92,7 @@ size_t Layout::FindSection(std::string_view name) const {
 
 const LayoutEntry* Layout::FindEntry(size_t section, std::string_view name) const {
   const LayoutEntry* last = nullptr;
-  if (section == NO_SECTION) return last;
-  for (const LayoutEntry& entry : EntriesOf(sections_.at(section)))
+  for (const LayoutEntry& entry : EntriesOf(section))
     if (SameName(entry.Name(), name)) last = &entry;
   return last;
 }

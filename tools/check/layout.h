@@ -74,6 +74,10 @@ class Layout {
   std::span<const LayoutEntry> EntriesOf(const LayoutSection& section) const {
     return std::span(entries_).subspan(section.first, section.end - section.first);
   }
+  /// None of NO_SECTION.
+  std::span<const LayoutEntry> EntriesOf(size_t section) const {
+    return section != NO_SECTION ? EntriesOf(sections_.at(section)) : std::span<const LayoutEntry>();
+  }
 
   Span HeaderSpan(size_t section) const { return SpanOf(sections_.at(section).line, sections_[section].name); }
   Span NameSpan(const LayoutEntry& entry) const { return SpanOf(entry.line, entry.Name()); }
@@ -85,6 +89,10 @@ class Layout {
   size_t SectionOf(size_t line) const;
   /// The entry that stands in the line, null for none.
   const LayoutEntry* EntryAt(size_t line) const;
+  /// The catalog: the first section, but for those that the server passes over. NO_SECTION where that is another one.
+  size_t Catalog() const;
+  /// Whether the section describes an object: it is not the catalog, nor a list, nor passed over.
+  bool IsObject(size_t section) const;
   /// The first section of this name, the last entry of it with this name: those that count. Without regard to case.
   size_t FindSection(std::string_view name) const;
   const LayoutEntry* FindEntry(size_t section, std::string_view name) const;
@@ -108,6 +116,12 @@ inline bool SameName(std::string_view one, std::string_view other) {
   const auto other_last = static_cast<unsigned char>(other.back());
   const bool differ = last < 0x80 && other_last < 0x80 && (last | 0x20U) != (other_last | 0x20U);
   return !differ && EqualNoCase(one, other);
+}
+
+/// What stands before the first point of a section's name; empty where there is none.
+inline std::string_view HandleOf(std::string_view section) {
+  const size_t point = section.find('.');
+  return point == std::string_view::npos ? std::string_view() : section.substr(0, point);
 }
 
 /// Characters before the byte: a line of UTF-8 counts them, any other counts bytes.

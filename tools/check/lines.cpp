@@ -1,4 +1,6 @@
 // What is odd about the lines of a file, before anybody knows what they are about.
+#include <algorithm>
+
 #include "dll/ini/ini.h"
 #include "dll/ini/inisyntax.h"
 #include "dll/shared/dictattr.h"
@@ -8,24 +10,33 @@
 namespace vorlix::tool {
 namespace {
 
-void CheckBytes(Findings& findings) {
-  const std::string_view all = findings.layout.Text();
-  if (all.starts_with("\xef\xbb\xbf")) Note(findings, VX604, {0, 0, 3}).instead = "";
-  if (all.starts_with("\xff\xfe") || all.starts_with("\xfe\xff")) Note(findings, VX605, {0, 0, 2});
-  if (all.find('\n') == std::string_view::npos && all.find('\r') != std::string_view::npos) Note(findings, VX606, {});
+constexpr std::string_view BYTE_ORDER_MARK = "\xef\xbb\xbf";
+
+// The mark of UTF-16, or a zero beside most of the other bytes.
+bool IsUtf16(std::string_view all) {
+  const auto zeros = static_cast<size_t>(std::ranges::count(all, '\0'));
+  return all.starts_with("\xff\xfe") || all.starts_with("\xfe\xff") || zeros * 3 > all.size();
+}
+
+// The catalog that is missed may be one of the lines that are odd here.
+bool IsLostCatalog(const Findings& findings, size_t number) {
+  return std::ranges::any_of(
+      findings.list, [=](const Finding& finding) { return finding.rule == &VX303 && finding.span.line == number; });
 }
 
 void CheckLine(Findings& findings, size_t number, std::string_view line, bool is_entry) {
   if (line.size() >= INI_TEXT_SIZE - 1) Note(findings, VX607, {number, INI_TEXT_SIZE - 1, line.size()});
+  if (const size_t zero = line.find('\0'); zero != std::string_view::npos)
+    Note(findings, VX631, {number, zero, zero + 1});
   if (is_entry && !IsIniSpace(line.front())) return;
   const std::string_view inner = TrimStart(line);
   const Span whole = {number, line.size() - inner.size(), line.size()};
-  if (inner.empty() || line.front() == ';' || line.front() == '#' || line.starts_with("\xef\xbb\xbf")) return;
+  if (inner.empty() || line.front() == ';' || line.front() == '#' || line.starts_with(BYTE_ORDER_MARK)) return;
   std::string_view name;
   if (EndsSection(line)) {
-    if (!ParseHeader(line, name)) Note(findings, VX609, whole);
+    if (!ParseHeader(line, name) && !IsLostCatalog(findings, number)) Note(findings, VX609, whole);
   } else if (inner.front() == '[' && inner.find(']') != std::string_view::npos) {
-    Note(findings, VX608, whole);
+    if (!IsLostCatalog(findings, number)) Note(findings, VX608, whole);
   } else if (!is_entry && inner.front() != ';' && inner.front() != '#') {
     Note(findings, VX611, whole);
   }
@@ -38,14 +49,22 @@ void CheckCut(Findings& findings, std::string_view line, const LayoutEntry& entr
   const Span value = findings.layout.ValueSpan(entry);
   const bool is_quoted = value.begin > 0 && (line[value.begin - 1] == '"' || line[value.begin - 1] == '\'');
   if (!is_quoted && (end == 0 || IsIniSpace(line[end - 1]) || entry.Value().empty())) return;
-  Note(findings, VX601, {entry.line, end, end + 1}, std::string("the value ends at the ") + line[end]);
+  const std::string fault = std::string("the value ends at the ") + line[end];
+  const auto refused = std::ranges::find_if(findings.list, [&](const Finding& finding) {
+    return finding.span.line == entry.line && finding.rule->severity == Severity::Error;
+  });
+  if (refused != findings.list.end())
+    refused->remedy = fault + ", which no value can hold";
+  else
+    Note(findings, VX601, {entry.line, end, end + 1}, fault);
 }
 
 // `room` is that of a value.
 void CheckEntry(Findings& findings, std::string_view line, const LayoutEntry& entry, size_t room) {
   const Layout& text = findings.layout;
   if (!entry.is_in_section) {
-    if (text.Sections().empty() || entry.line < text.Sections().front().line)
+    const bool is_before = text.Sections().empty() || entry.line < text.Sections().front().line;
+    if (is_before && std::ranges::none_of(findings.list, [](const Finding& one) { return one.rule == &VX303; }))
       Note(findings, VX610, text.NameSpan(entry));
     return;
   }
@@ -60,9 +79,22 @@ void CheckEntry(Findings& findings, std::string_view line, const LayoutEntry& en
 
 }  // namespace
 
+bool CheckBytes(Findings& findings) {
+  const std::string_view all = findings.layout.Text();
+  if (all.starts_with(BYTE_ORDER_MARK)) Note(findings, VX604, {0, 0, BYTE_ORDER_MARK.size()}).instead = "";
+  const bool is_one_line = all.find('\n') == std::string_view::npos && all.find('\r') != std::string_view::npos;
+  if (!is_one_line && !IsUtf16(all)) return true;
+  // That the file is refused is said once.
+  bool is_said = false;
+  std::erase_if(findings.list, [&](const Finding& finding) {
+    return finding.rule->severity != Severity::Error || std::exchange(is_said, true);
+  });
+  Note(findings, is_one_line ? VX606 : VX605, {});
+  return false;
+}
+
 void CheckLines(Findings& findings, FileKind kind) {
   const size_t room = kind == FileKind::Module ? MODULE_VALUE_SIZE : DICT_VALUE_SIZE;
-  CheckBytes(findings);
   auto entry = findings.layout.Entries().begin();
   for (size_t number = 0; number < findings.layout.LineCount(); ++number) {
     const std::string_view line = findings.layout.Line(number);

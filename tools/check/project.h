@@ -8,6 +8,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vorlix::tool {
@@ -21,7 +22,10 @@ struct Project {
 };
 
 /// The project that a file belongs to: of vorlix.ini in its directory, or in the nearest one above. Empty when there is
-/// none.
+/// none. Throws ToolError (Usage), with the line, when it says what nobody knows.
 Project FindProject(const std::string& file);
+
+/// What stands between any of the separators, without blanks around it, and where that is something.
+std::vector<std::string> SplitList(std::string_view text, std::string_view separators);
 
 }  // namespace vorlix::tool

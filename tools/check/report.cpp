@@ -5,23 +5,15 @@
 
 #include "tools/paint.h"
 #include "tools/quoting.h"
+#include "tools/textencoding.h"
 
 namespace vorlix::tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-// JSON is UTF-8; of a file in another encoding each byte beyond ASCII stands for a character of ISO 8859-1.
-std::string Utf8(std::string_view text) {
-  if (IsUtf8(text)) return std::string(text);
-  std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x80) result += static_cast<char>(0xc0 | byte >> 6);
-    result += static_cast<char>(byte >= 0x80 ? 0x80 | (byte & 0x3f) : byte);
-  }
-  return result;
-}
+// What other programs read is UTF-8.
+std::string Utf8(std::string_view text) { return Decode(text, EncodingOfText(text)); }
 
 std::string PlaceText(const std::string& file, const ShownPlace& place) {
   return file + ':' + std::to_string(place.line) + ':' + std::to_string(place.column) + ": ";
@@ -29,17 +21,20 @@ std::string PlaceText(const std::string& file, const ShownPlace& place) {
 
 // ---- Text -----------------------------------------------------------------------------------------------------------
 
+// Where the character of that column begins; the end of a line with fewer.
+size_t ByteOf(std::string_view line, size_t column) {
+  if (!IsUtf8(line)) return std::min(column, line.size());
+  const auto is_continuation = [](char c) { return (c & 0xc0) == 0x80; };
+  size_t at = 0;
+  for (size_t passed = 0; at < line.size() && (passed < column || is_continuation(line[at])); ++at)
+    if (!is_continuation(line[at])) ++passed;
+  return at;
+}
+
 // The characters of a line from one column to another, both from 0.
 std::string_view Columns(std::string_view line, size_t begin, size_t end) {
-  const bool is_utf8 = IsUtf8(line);
-  const auto byte_of = [&](size_t column) {
-    size_t at = 0;
-    for (; at < line.size() && column > 0; --column) do
-        ++at;
-      while (is_utf8 && at < line.size() && (line[at] & 0xc0) == 0x80);
-    return at;
-  };
-  return line.substr(byte_of(begin), byte_of(end) - byte_of(begin));
+  const size_t first = ByteOf(line, begin);
+  return line.substr(first, ByteOf(line, end) - first);
 }
 
 // The line, as much of it as fits, and a row of marks below the place. Tabs are one column, as everywhere here.
@@ -68,6 +63,9 @@ std::string WriteText(const std::vector<Findings>& files) {
 
 // ---- For programs ---------------------------------------------------------------------------------------------------
 
+// Paths can hold any byte, JSON cannot.
+std::string Dumped(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n'; }
+
 std::string WriteJson(const std::vector<Findings>& files) {
   Json all = Json::array();
   for (const Findings& file : files)
@@ -85,11 +83,11 @@ std::string WriteJson(const std::vector<Findings>& files) {
         row["related"].push_back({{"file", related.file}, {"line", related.span.line + 1}, {"message", related.text}});
       all.push_back(row);
     }
-  return all.dump(2) + '\n';
+  return Dumped(all);
 }
 
 Json SarifPlace(const std::string& file, const Json& region) {
-  return {{"physicalLocation", {{"artifactLocation", {{"uri", file}}}, {"region", region}}}};
+  return {{"physicalLocation", {{"artifactLocation", {{"uri", PercentEncoded(file)}}}, {"region", region}}}};
 }
 
 Json SarifRules() {
@@ -124,7 +122,7 @@ std::string WriteSarif(const std::vector<Findings>& files) {
   const Json run = {{"tool", tool}, {"columnKind", "unicodeCodePoints"}, {"results", results}};
   const Json all = {
       {"$schema", "https://json.schemastore.org/sarif-2.1.0.json"}, {"version", "2.1.0"}, {"runs", Json::array({run})}};
-  return all.dump(2) + '\n';
+  return Dumped(all);
 }
 
 // A workflow command takes these characters in another form.
@@ -142,7 +140,7 @@ std::string WriteGithub(const std::vector<Findings>& files) {
   for (const Findings& file : files)
     for (const Finding& finding : file.list) {
       const ShownPlace place = PlaceIn(file.layout, finding.span);
-      all += "::" + std::string(SeverityWord(finding.rule->severity)) + " file=" + Escaped(file.file, true) +
+      all += "::" + std::string(SeverityWord(finding.rule->severity)) + " file=" + Escaped(Utf8(file.file), true) +
              ",line=" + std::to_string(place.line) + ",col=" + std::to_string(place.column) +
              ",title=" + std::string(finding.rule->code) +
              "::" + Escaped(Utf8(finding.text) + "; " + Utf8(RemedyOf(finding)), false) + '\n';

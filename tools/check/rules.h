@@ -31,6 +31,10 @@ inline constexpr const Rule* RULES[] = {
 /// The rule of this code, without regard to case; null for none.
 const Rule* FindRule(std::string_view code);
 
+/// Throws ToolError (Usage) when there is no such finding, or it is an error: what the server refuses it refuses,
+/// whatever is ignored.
+void RequireIgnorable(std::string_view code);
+
 /// The rule that a message of the server stands for; null for one that is none of the file.
 const Rule* RuleOfMessage(std::string_view message);
 

@@ -37,25 +37,51 @@ class EarlierEntries {
   std::unordered_map<std::string, size_t> seen_;
 };
 
-void CheckRepeated(Findings& findings, const LayoutSection& section, const Rule& rule) {
+// Whether a header that is none stands between two lines, and is told of.
+bool HasBrokenHeader(const Findings& findings, size_t from, size_t to) {
+  return std::ranges::any_of(findings.list, [=](const Finding& finding) {
+    return finding.rule == &VX608 && finding.span.line > from && finding.span.line < to;
+  });
+}
+
+// A PATH that comes again begins a field whose header is missing: what it repeats is that field's own.
+void CheckRepeated(Findings& findings, std::span<const LayoutEntry> entries, const Rule& rule) {
   const Layout& text = findings.layout;
-  const std::span<const LayoutEntry> entries = text.EntriesOf(section);
   EarlierEntries earlier(entries);
   for (size_t k = 0; k < entries.size(); ++k) {
     const LayoutEntry* const first = earlier.Find(k);
     if (first == nullptr) continue;
-    Note(findings, rule, text.NameSpan(entries[k]), std::string(entries[k].Name()) + " comes twice").related = {
-        {findings.file, text.NameSpan(*first), "and here before"}};
+    const bool begins_field = &rule == &VX614 && SameName(entries[k].Name(), "PATH");
+    if (!begins_field || !HasBrokenHeader(findings, first->line, entries[k].line)) {
+      Finding& finding =
+          Note(findings, rule, text.NameSpan(entries[k]), std::string(entries[k].Name()) + " comes twice");
+      finding.related = {{findings.file, text.NameSpan(*first), "and here before"}};
+      if (begins_field) finding.remedy = "write the header of the second field above it, or take one of them out";
+    }
+    if (begins_field) return CheckRepeated(findings, entries.subspan(k), rule);
+  }
+}
+
+void CheckRepeatedSections(Findings& findings, const Dict& dict) {
+  if (!dict.sections.HasRepeated()) return;
+  const Layout& text = findings.layout;
+  std::unordered_map<std::string, size_t> first;
+  for (size_t number = 0; number < text.Sections().size(); ++number) {
+    if (!text.IsObject(number)) continue;
+    const std::string_view name = text.Sections()[number].name;
+    const auto [earlier, is_new] = first.emplace(Lower(name), number);
+    if (is_new) continue;
+    Note(findings, VX612, text.HeaderSpan(number), "the section [" + std::string(name) + "] comes twice").related = {
+        {findings.file, text.HeaderSpan(earlier->second), "the first one is here"}};
   }
 }
 
 void CheckCatalog(Findings& findings, const Dict& dict) {
   const Layout& text = findings.layout;
-  const size_t catalog = text.FindSection("catalog");
   // The lines below an indented header are dialogs now, and the fields are gone: that is said already.
   const auto is_indented = [](const Finding& finding) { return finding.rule == &VX608; };
-  if (catalog == Layout::NO_SECTION || std::ranges::any_of(findings.list, is_indented)) return;
-  for (const LayoutEntry& entry : text.EntriesOf(text.Sections()[catalog]))
+  if (std::ranges::any_of(findings.list, is_indented)) return;
+  for (const LayoutEntry& entry : text.EntriesOf(text.Catalog()))
     if (dict.sections.FindGroup(entry.Name()) == SectionList::NONE)
       Note(findings, VX615, text.NameSpan(entry), "the dialog " + std::string(entry.Name()) + " has no fields");
 }
@@ -85,13 +111,16 @@ void CheckArrays(Findings& findings) {
 void CheckSections(Judged& judged, FileKind kind) {
   Findings& findings = judged.findings;
   const std::vector<LayoutSection>& sections = findings.layout.Sections();
+  const size_t catalog = findings.layout.Catalog();
   for (size_t number = 0; number < sections.size(); ++number) {
     const LayoutSection& section = sections[number];
     if (section.name.size() >= DICT_NAME_SIZE) Note(findings, VX603, findings.layout.HeaderSpan(number));
     if (SameName(section.name, "xx") || SameName(section.name, "list")) continue;
-    CheckRepeated(findings, section, SameName(section.name, "catalog") ? VX613 : VX614);
+    CheckRepeated(findings, findings.layout.EntriesOf(section), number == catalog ? VX613 : VX614);
   }
-  if (kind != FileKind::Dictionary || judged.dict == nullptr) return;
+  if (judged.dict == nullptr) return;
+  CheckRepeatedSections(findings, *judged.dict);
+  if (kind != FileKind::Dictionary) return;
   CheckCatalog(findings, *judged.dict);
   CheckArrays(findings);
 }

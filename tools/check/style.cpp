@@ -8,6 +8,7 @@ Finding& Note(Findings& findings, const Rule& rule, const Span& span, const std:
 }
 
 void CheckStyle(Judged& judged, FileKind kind, const Models& models) {
+  if (!CheckBytes(judged.findings)) return SortByPlace(judged.findings);
   CheckLines(judged.findings, kind);
   if (kind != FileKind::Module) CheckSections(judged, kind);
   if (judged.dict != nullptr) CheckFields(judged, kind, models);

@@ -31,7 +31,7 @@ class Completion {
       AddSections();
     } else if (spot_.part == Part::Value) {
       AddValues();
-    } else if (IsObject(layout_, spot_.section)) {
+    } else if (layout_.IsObject(spot_.section)) {
       AddAttributes();
     }
     return items_;
@@ -77,7 +77,7 @@ class Completion {
   }
 
   void AddValues() {
-    if (!IsObject(layout_, spot_.section)) return;
+    if (!layout_.IsObject(spot_.section)) return;
     const std::string_view attribute = spot_.entry->Name();
     const WordKind words = WordsOf(attribute, ObjectOf(analysis_, spot_.section));
     const bool is_format = EqualNoCase(attribute, "FFMT");
@@ -117,11 +117,9 @@ class Completion {
     const std::string_view typed = spot_.before.substr(std::min<size_t>(1, spot_.before.size()));
     const std::string_view handle = HandleOf(typed);
     if (handle.empty()) {
-      for (size_t number = 0; number < layout_.Sections().size(); ++number)
-        if (IsCatalog(layout_, number))
-          for (const LayoutEntry& dialog : layout_.EntriesOf(layout_.Sections()[number]))
-            Add(dialog.Name(), std::string(dialog.Name()) + '.', KIND_CLASS,
-                "the dialog " + Decode(dialog.Value(), analysis_.encoding));
+      for (const LayoutEntry& dialog : layout_.EntriesOf(layout_.Catalog()))
+        Add(dialog.Name(), std::string(dialog.Name()) + '.', KIND_CLASS,
+            "the dialog " + Decode(dialog.Value(), analysis_.encoding));
       return;
     }
     std::set<std::string_view> own;

@@ -43,8 +43,8 @@ class Teller {
     if (spot_.section == Layout::NO_SECTION || spot_.part == Part::Nothing) return "";
     if (analysis_.judged.kind == FileKind::Module) return TellModule();
     if (spot_.part == Part::Header) return TellField();
-    if (IsCatalog(findings_.layout, spot_.section)) return TellDialog();
-    if (!IsObject(findings_.layout, spot_.section)) return "";
+    if (spot_.section == findings_.layout.Catalog()) return TellDialog();
+    if (!findings_.layout.IsObject(spot_.section)) return "";
     if (spot_.part == Part::Name || EqualNoCase(spot_.entry->Name(), "FREQ")) return TellAttribute();
     if (EqualNoCase(spot_.entry->Name(), "MODEL")) return TellModel();
     const Object* const object = ObjectOf(analysis_, spot_.section);
@@ -89,7 +89,7 @@ class Teller {
 
   std::string TellField() const {
     const std::string_view name = findings_.layout.Sections()[spot_.section].name;
-    if (IsCatalog(findings_.layout, spot_.section)) return "The dialogs: a handle and a prefix each.\n";
+    if (spot_.section == findings_.layout.Catalog()) return "The dialogs: a handle and a prefix each.\n";
     std::string told = "**" + std::string(name) + "**\n";
     const Object* const object = ObjectOf(analysis_, spot_.section);
     if (object == nullptr) return told;

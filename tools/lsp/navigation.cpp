@@ -21,8 +21,7 @@ Json Location(const std::string& uri, const Range& range) { return {{"uri", uri}
 
 // The catalog's line for a handle; null for none.
 const LayoutEntry* FindDialog(const Layout& layout, std::string_view handle) {
-  const size_t catalog = layout.FindSection("catalog");
-  return handle.empty() ? nullptr : layout.FindEntry(catalog, handle);
+  return handle.empty() ? nullptr : layout.FindEntry(layout.Catalog(), handle);
 }
 
 // The name of a model that stands at the place: as the value of MODEL, or as a section of a model dictionary.
@@ -36,7 +35,7 @@ std::string_view ModelAt(const Layout& layout, const Spot& spot) {
 // The handle of a dialog: in the catalog, or in a section's name.
 std::string_view HandleAt(const Layout& layout, const Spot& spot) {
   if (spot.section == Layout::NO_SECTION) return {};
-  if (spot.entry != nullptr && IsCatalog(layout, spot.section)) return spot.entry->Name();
+  if (spot.entry != nullptr && spot.section == layout.Catalog()) return spot.entry->Name();
   return spot.part == Part::Header ? HandleOf(layout.Sections()[spot.section].name) : std::string_view();
 }
 

@@ -7,6 +7,8 @@
 #include <tuple>
 #include <vector>
 
+#include "tools/textencoding.h"
+
 namespace vorlix::tool {
 
 struct Position {
@@ -24,8 +26,6 @@ struct Range {
 
   bool Touches(const Range& other) const { return start <= other.end && other.start <= end; }
 };
-
-enum class TextEncoding { Utf8, Latin1 };
 
 /// Borrows the text, and looks for its lines as far as it is asked.
 class Positions {
@@ -46,12 +46,5 @@ class Positions {
   mutable std::vector<size_t> starts_ = {0};  // of lines, those that were found
   mutable size_t looked_at_ = 0;              // bytes
 };
-
-/// Valid UTF-8 is that, any other text ISO 8859-1.
-TextEncoding EncodingOfText(std::string_view text);
-
-/// A text in UTF-8 in that encoding, and back. Characters that ISO 8859-1 does not have leave it in UTF-8.
-std::string Encode(const std::string& text, TextEncoding& encoding);
-std::string Decode(std::string_view text, TextEncoding encoding);
 
 }  // namespace vorlix::tool

@@ -26,25 +26,10 @@ Spot FindSpot(const Analysis& analysis, const Position& position) {
   return spot;
 }
 
-bool IsCatalog(const Layout& layout, size_t section) {
-  return section != Layout::NO_SECTION && SameName(layout.Sections()[section].name, "catalog");
-}
-
-bool IsObject(const Layout& layout, size_t section) {
-  if (section == Layout::NO_SECTION || IsCatalog(layout, section)) return false;
-  const std::string_view name = layout.Sections()[section].name;
-  return !SameName(name, "list") && !SameName(name, "xx");
-}
-
 const Object* ObjectOf(const Analysis& analysis, size_t section) {
   if (section == Layout::NO_SECTION || analysis.judged.dict == nullptr) return nullptr;
   const SectionPtr record = FindSection(*analysis.judged.dict, analysis.Text().Sections()[section].name);
   return record != nullptr ? &record->object : nullptr;
-}
-
-std::string_view HandleOf(std::string_view section) {
-  const size_t point = section.find('.');
-  return point == std::string_view::npos ? std::string_view() : section.substr(0, point);
 }
 
 WordKind WordsOf(std::string_view attribute, const Object* object) {

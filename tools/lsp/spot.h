@@ -22,15 +22,8 @@ struct Spot {
 
 Spot FindSpot(const Analysis& analysis, const Position& position);
 
-bool IsCatalog(const Layout& layout, size_t section);
-/// Whether the lines of the section are attributes.
-bool IsObject(const Layout& layout, size_t section);
-
 /// The object that a section became; null when it is none, or the file was refused before.
 const Object* ObjectOf(const Analysis& analysis, size_t section);
-
-/// "kd" of "kd.name"; empty where there is no point.
-std::string_view HandleOf(std::string_view section);
 
 /// The kind of words that the value of an attribute has, None for any text.
 WordKind WordsOf(std::string_view attribute, const Object* object);

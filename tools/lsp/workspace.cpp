@@ -7,6 +7,7 @@
 
 #include "tools/failure.h"
 #include "tools/files.h"
+#include "tools/quoting.h"
 
 namespace vorlix::tool {
 namespace {
@@ -19,12 +20,6 @@ Range RangeAt(const Positions& positions, const Layout& layout, const Span& span
   if (span.line >= layout.LineCount()) return {positions.At(SIZE_MAX), positions.At(SIZE_MAX)};
   const size_t start = layout.Start(span.line);
   return {positions.At(start + span.begin), positions.At(start + span.end)};
-}
-
-// Whether a file is one of the models that another one is checked with.
-bool IsAmong(const std::vector<std::string>& paths, const std::string& file) {
-  std::error_code ignored;
-  return std::ranges::any_of(paths, [&](const std::string& path) { return fs::equivalent(path, file, ignored); });
 }
 
 // What is no regular file might never come to an end.
@@ -97,8 +92,8 @@ void Workspace::NoteChange(Document& document) {
   document.is_new = true;
   analysed_ = nullptr;
   if (document.path == "-") return;
-  if (IsAmong(checker_.ModelPaths(), document.path)) checker_.ForgetModels();
-  for (auto& [uri, other] : documents_) other.is_new = other.is_new || IsAmong(other.models, document.path);
+  if (IsAmong(document.path, checker_.ModelPaths())) checker_.ForgetModels();
+  for (auto& [uri, other] : documents_) other.is_new = other.is_new || IsAmong(document.path, other.models);
 }
 
 const Document* Workspace::Find(const std::string& uri) const {
@@ -187,18 +182,8 @@ std::string PathOfUri(const std::string& uri) {
 }
 
 std::string UriOfPath(const std::string& path) {
-  constexpr std::string_view PLAIN = "/-._~";
-  constexpr std::string_view DIGITS = "0123456789ABCDEF";
   std::error_code ignored;
-  std::string uri(SCHEME);
-  for (const char c : fs::absolute(path, ignored).lexically_normal().string()) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x80 && (std::isalnum(byte) != 0 || PLAIN.find(c) != std::string_view::npos))
-      uri += c;
-    else
-      (uri += '%') += {DIGITS[byte >> 4], DIGITS[byte & 15]};
-  }
-  return uri;
+  return std::string(SCHEME) + PercentEncoded(fs::absolute(path, ignored).lexically_normal().string());
 }
 
 }  // namespace vorlix::tool

@@ -188,9 +188,7 @@ class Origins {
   // What stands before the "=" in the line of the catalog that has the dialog.
   std::string HandleOf(const std::string& form) const {
     const Layout& layout = judged_.findings.layout;
-    const size_t catalog = layout.FindSection("catalog");
-    if (catalog == Layout::NO_SECTION) return "";
-    for (const LayoutEntry& entry : layout.EntriesOf(layout.Sections().at(catalog)))
+    for (const LayoutEntry& entry : layout.EntriesOf(layout.Catalog()))
       if (EqualNoCase(entry.Value(), form)) return std::string(entry.Name());
     return "";
   }
