@@ -45,9 +45,10 @@ class Lsp : public testing::Test {
     return Tell("textDocument/didChange",
                 {{"textDocument", {{"uri", Uri()}, {"version", 2}}}, {"contentChanges", Json::array({change})}});
   }
-  std::string AskAt(const std::string& method, size_t line, size_t character) {
+  std::string AskAt(const std::string& method, size_t line, size_t character, bool includes_declaration = true) {
     return Ask("textDocument/" + method, {{"textDocument", {{"uri", Uri()}}},
                                           {"position", JsonOf(Position{line, character})},
+                                          {"context", {{"includeDeclaration", includes_declaration}}},
                                           {"range", JsonOf(Range{{line, character}, {line, character}})}});
   }
   std::string Uri(const std::string& name = "f.dic") { return UriOfPath(scratch_.Path() + '/' + name); }
@@ -153,6 +154,7 @@ TEST_F(Lsp, FollowsWhatIsTyped) {
 }
 
 TEST_F(Lsp, TellsCompletesAndGoes) {
+  WriteFile(scratch_.Path() + "/models.dic", "[sum]\nFTYP=N\nFLEN=12\nFPREC=2\n[\xe4]\nMODEL=sum\n");
   Ask("initialize", Json::object());
   Open(
       "[catalog]\nKD=KUNDE\nAN=ORT\n[kd.a]\nPATH=a\nMODEL=sum\nFMAX=9\n\n[an.b]\nPATH=b\nFTYP=D\nFVTYP=YMD\nFFMT=%d.%m."
@@ -176,7 +178,7 @@ TEST_F(Lsp, TellsCompletesAndGoes) {
       {"hover", 7, 0, {}},
       {"hover", 999, 0, {}},
       {"completion", 7, 0, {"\"FTYP=\"", "\"FLEN=\""}},
-      {"completion", 5, 6, {"\"sum\"", "FPREC=2"}},
+      {"completion", 5, 6, {"\"sum\"", "FPREC=2", "\"\xc3\xa4\""}},  // a model file in ISO 8859-1
       {"completion", 11, 6, {"GREG"}},
       {"completion", 12, 6, {"\"newText\":\"d\"", "last two digits"}},
       {"completion", 14, 1, {"\"KD.\"", "the dialog KUNDE"}},
@@ -187,7 +189,7 @@ TEST_F(Lsp, TellsCompletesAndGoes) {
       {"definition", 1, 0, {R"("line":3)"}},
       {"definition", 4, 0, {}},
       {"references", 1, 0, {R"("line":1)", R"("line":3)", R"("line":14)"}},
-      {"references", 5, 7, {R"("character":6,"line":5)"}},
+      {"references", 5, 7, {"models.dic", R"("character":6,"line":5)"}},
       {"documentSymbol", 0, 0, {R"("name":"KUNDE")", R"("name":"b")", R"("detail":"a")"}},
   };
   for (const auto& [method, line, character, wanted] : rows) {
@@ -196,6 +198,8 @@ TEST_F(Lsp, TellsCompletesAndGoes) {
       EXPECT_NE(answer.find(text), std::string::npos) << text << "\nin\n" << answer;
     EXPECT_EQ(answer.find("\"result\":null") != std::string::npos, wanted.empty()) << method << ' ' << line << answer;
   }
+  EXPECT_EQ(AskAt("references", 1, 0, false).find(R"("line":1,)"), std::string::npos) << sent_;
+  EXPECT_EQ(AskAt("references", 5, 7, false).find(R"("line":0)"), std::string::npos) << sent_;
   Change({{"text", "[kunden]\nTITEL=Customers\nENTRY=1\nnosuch=1\n"}});
   EXPECT_NE(AskAt("hover", 1, 1).find("Mdf_title, up to 60 characters"), std::string::npos) << sent_;
   EXPECT_NE(AskAt("hover", 0, 2).find("`nosuch` is no item"), std::string::npos) << sent_;

@@ -25,7 +25,7 @@ bool IsLostCatalog(const Findings& findings, size_t number) {
 }
 
 void CheckLine(Findings& findings, size_t number, std::string_view line, bool is_entry) {
-  if (line.size() >= INI_TEXT_SIZE - 1) Note(findings, VX607, {number, INI_TEXT_SIZE - 1, line.size()});
+  if (line.size() > INI_TEXT_SIZE - 1) Note(findings, VX607, {number, INI_TEXT_SIZE - 1, line.size()});
   if (const size_t zero = line.find('\0'); zero != std::string_view::npos)
     Note(findings, VX631, {number, zero, zero + 1});
   if (is_entry && !IsIniSpace(line.front())) return;

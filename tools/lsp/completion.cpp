@@ -45,7 +45,11 @@ class Completion {
   }
 
   void Add(std::string_view label, std::string_view text, int kind, std::string_view sentence) {
-    const auto decoded = [&](std::string_view bytes) { return Decode(bytes, analysis_.encoding); };
+    Add(label, text, kind, sentence, analysis_.encoding);
+  }
+
+  void Add(std::string_view label, std::string_view text, int kind, std::string_view sentence, TextEncoding encoding) {
+    const auto decoded = [&](std::string_view bytes) { return Decode(bytes, encoding); };
     items_.push_back({{"label", decoded(label)},
                       {"kind", kind},
                       {"documentation", PlainSentence(sentence)},
@@ -102,13 +106,15 @@ class Completion {
   }
 
   void AddModels() {
-    for (const Findings* const file : models_.Files())
+    for (const Findings* const file : models_.Files()) {
+      const TextEncoding encoding = EncodingOfText(file->layout.Text());
       for (const LayoutSection& section : file->layout.Sections()) {
         std::string lines;
         for (const LayoutEntry& entry : file->layout.EntriesOf(section))
           lines += std::string(file->layout.Line(entry.line)) + '\n';
-        Add(section.name, section.name, KIND_REFERENCE, Decode(lines, EncodingOfText(lines)));
+        Add(section.name, section.name, KIND_REFERENCE, Decode(lines, encoding), encoding);
       }
+    }
   }
 
   // Handles, and behind the point the fields of other dialogs that this one does not have.

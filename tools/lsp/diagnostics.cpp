@@ -108,8 +108,8 @@ Json OfferFixes(Workspace& workspace, const Json& params) {
       actions.push_back(Replacing(*document, analysis, finding, workspace.OpenModels()));
     if (finding.rule->severity == Severity::Warning) actions.push_back(Ignoring(*document, analysis, finding));
   }
-  if (Json all = ReplacingAll(*document, analysis); IsWanted(params, FIX_ALL) && !all.is_null())
-    actions.push_back(std::move(all));
+  if (IsWanted(params, FIX_ALL))
+    if (Json all = ReplacingAll(*document, analysis); !all.is_null()) actions.push_back(std::move(all));
   return actions;
 }
 

@@ -51,7 +51,18 @@ void AddUsers(const std::string& uri, const std::string& text, std::string_view 
   }
 }
 
-// The documents that are open, and the dictionaries that lie beside this one.
+// The files that may inherit: the models themselves, and the dictionaries that lie beside the document.
+std::vector<std::string> FilesThatInherit(const Models& models, const Document& document) {
+  std::vector<std::string> files;
+  for (const Findings* const model : models.Files()) files.push_back(model->file);
+  std::error_code ignored;
+  for (const auto& file : fs::directory_iterator(fs::path(document.path).parent_path(), ignored))
+    if (EqualNoCase(file.path().extension().string(), ".dic") && file.is_regular_file(ignored))
+      files.push_back(file.path().string());
+  return files;
+}
+
+// In the documents that are open, as they stand there, and in all other files.
 Json UsersOfModel(const Workspace& workspace, const Document& document, std::string_view model) {
   Json found = Json::array();
   std::set<std::string> seen;
@@ -59,10 +70,7 @@ Json UsersOfModel(const Workspace& workspace, const Document& document, std::str
     AddUsers(open->uri, open->text, model, found);
     seen.insert(open->uri);
   }
-  std::error_code ignored;
-  for (const auto& file : fs::directory_iterator(fs::path(document.path).parent_path(), ignored)) {
-    const std::string path = file.path().string();
-    if (file.path().extension() != ".dic" || !file.is_regular_file(ignored)) continue;
+  for (const std::string& path : FilesThatInherit(workspace.OpenModels(), document)) {
     const std::string uri = UriOfPath(path);
     try {
       if (seen.insert(uri).second) AddUsers(uri, workspace.TextOf(path), model, found);
@@ -73,7 +81,7 @@ Json UsersOfModel(const Workspace& workspace, const Document& document, std::str
   return found;
 }
 
-// The sections of a dialog, and its line in the catalog.
+// The line of a dialog in the catalog, where there is one, and its sections.
 Json PlacesOfDialog(const Document& document, const Analysis& analysis, std::string_view handle) {
   const Layout& layout = analysis.Text();
   Json found = Json::array();
@@ -157,10 +165,19 @@ Json FindReferences(Workspace& workspace, const Json& params) {
   if (document == nullptr) return nullptr;
   const Analysis& analysis = workspace.Analyse(*document);
   const Spot spot = FindSpot(analysis, PositionFrom(params.at("position")));
-  if (const std::string model(ModelAt(analysis.Text(), spot)); !model.empty())
-    return UsersOfModel(workspace, *document, model);
+  const Json context = params.value("context", Json::object());
+  const bool with_declaration = context.is_object() && context.value("includeDeclaration", false);
+  if (const std::string model(ModelAt(analysis.Text(), spot)); !model.empty()) {
+    Json users = UsersOfModel(workspace, *document, model);
+    Json declaration = PlaceOfModel(*document, analysis, workspace.OpenModels(), model);
+    if (with_declaration && !declaration.is_null()) users.insert(users.begin(), std::move(declaration));
+    return users;
+  }
   const std::string_view handle = HandleAt(analysis.Text(), spot);
-  return handle.empty() ? Json() : PlacesOfDialog(*document, analysis, handle);
+  if (handle.empty()) return nullptr;
+  Json places = PlacesOfDialog(*document, analysis, handle);
+  if (!with_declaration && FindDialog(analysis.Text(), handle) != nullptr) places.erase(0);
+  return places;
 }
 
 Json Outline(Workspace& workspace, const Json& params) {
