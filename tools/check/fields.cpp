@@ -1,7 +1,7 @@
 // What is odd about the fields of a dictionary, by the code that will show and read them.
 #include <algorithm>
 #include <cstdlib>
-#include <set>
+#include <unordered_set>
 
 #include "dll/base/text.h"
 #include "dll/shared/attrvalue.h"
@@ -15,12 +15,21 @@ namespace vorlix::tool {
 namespace {
 
 // Sections whose objects the server did not take: what it made of them is not what they will be.
-std::set<size_t> RefusedObjects(const Findings& findings) {
-  std::set<size_t> refused;
+std::unordered_set<size_t> RefusedObjects(const Findings& findings) {
+  std::unordered_set<size_t> refused;
   for (const Finding& finding : findings.list)
     if (finding.rule->code.starts_with("VX2") && finding.rule->severity == Severity::Error)
       refused.insert(findings.layout.SectionOf(finding.span.line));
   return refused;
+}
+
+// A length that is no number is none for this reason.
+void ForgetMissingLengths(Findings& findings) {
+  std::unordered_set<size_t> misread;
+  for (const Finding& finding : findings.list)
+    if (finding.rule == &VX619) misread.insert(finding.span.line);
+  std::erase_if(findings.list,
+                [&](const Finding& finding) { return finding.rule == &VX507 && misread.contains(finding.span.line); });
 }
 
 // One field: its section in the file, and what the server has made of it.
@@ -67,9 +76,6 @@ class Field {
     const double number = is_whole ? ReadNumber(value.c_str()) : ReadReal(value.c_str());
     const bool is_cut = number != std::strtod(value.substr(0, good).c_str(), nullptr);
     if (good == value.size() && !is_cut) return;
-    // A length that is no number is none for this reason.
-    std::erase_if(findings_.list,
-                  [&](const Finding& finding) { return finding.rule == &VX507 && finding.span.line == entry.line; });
     const Span whole = text_.ValueSpan(entry);
     Note(findings_, VX619, {whole.line, whole.begin + (is_cut ? 0 : good), whole.end},
          std::string(entry.Name()) + " is read as " + NumberText(number));
@@ -156,12 +162,13 @@ class Field {
 void CheckFields(Judged& judged, FileKind kind, const Models& models) {
   Findings& findings = judged.findings;
   if (kind != FileKind::Dictionary) return;
-  const std::set<size_t> refused = RefusedObjects(findings);
+  const std::unordered_set<size_t> refused = RefusedObjects(findings);
   const SectionList& dict_sections = judged.dict->sections;
   size_t at = 0;  // in the dictionary
   for (size_t number = 0; number < findings.layout.Sections().size() && at < dict_sections.size(); ++number)
     if (findings.layout.IsObject(number))
       Field(findings, models, number, dict_sections[at++]->object).Check(!refused.contains(number));
+  ForgetMissingLengths(findings);
   CheckPaths(findings);
 }
 

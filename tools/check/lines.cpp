@@ -1,5 +1,8 @@
 // What is odd about the lines of a file, before anybody knows what they are about.
 #include <algorithm>
+#include <optional>
+#include <unordered_map>
+#include <utility>
 
 #include "dll/ini/ini.h"
 #include "dll/ini/inisyntax.h"
@@ -18,64 +21,77 @@ bool IsUtf16(std::string_view all) {
   return all.starts_with("\xff\xfe") || all.starts_with("\xfe\xff") || zeros * 3 > all.size();
 }
 
-// The catalog that is missed may be one of the lines that are odd here.
-bool IsLostCatalog(const Findings& findings, size_t number) {
-  return std::ranges::any_of(
-      findings.list, [=](const Finding& finding) { return finding.rule == &VX303 && finding.span.line == number; });
-}
-
-void CheckLine(Findings& findings, size_t number, std::string_view line, bool is_entry) {
-  if (line.size() > INI_TEXT_SIZE - 1) Note(findings, VX607, {number, INI_TEXT_SIZE - 1, line.size()});
-  if (const size_t zero = line.find('\0'); zero != std::string_view::npos)
-    Note(findings, VX631, {number, zero, zero + 1});
-  if (is_entry && !IsIniSpace(line.front())) return;
-  const std::string_view inner = TrimStart(line);
-  const Span whole = {number, line.size() - inner.size(), line.size()};
-  if (inner.empty() || line.front() == ';' || line.front() == '#' || line.starts_with(BYTE_ORDER_MARK)) return;
-  std::string_view name;
-  if (EndsSection(line)) {
-    if (!ParseHeader(line, name) && !IsLostCatalog(findings, number)) Note(findings, VX609, whole);
-  } else if (inner.front() == '[' && inner.find(']') != std::string_view::npos) {
-    if (!IsLostCatalog(findings, number)) Note(findings, VX608, whole);
-  } else if (!is_entry && inner.front() != ';' && inner.front() != '#') {
-    Note(findings, VX611, whole);
+// What has been judged stands in the list before anything is noted here.
+class Lines {
+ public:
+  // `room` is that of a value.
+  Lines(Findings& findings, size_t room) : findings_(findings), room_(room) {
+    for (size_t k = 0; k < findings.list.size(); ++k) {
+      const Finding& finding = findings.list[k];
+      if (finding.rule->severity == Severity::Error) errors_.emplace(finding.span.line, k);
+      if (finding.rule == &VX303) lost_catalog_ = finding.span.line;
+    }
   }
-}
 
-// A comment behind a value has a blank before it; what follows straight on was meant as part of the value.
-void CheckCut(Findings& findings, std::string_view line, const LayoutEntry& entry) {
-  const auto end = static_cast<size_t>(entry.Value().data() + entry.Value().size() - line.data());
-  if (end >= line.size() || (line[end] != ';' && line[end] != '#')) return;
-  const Span value = findings.layout.ValueSpan(entry);
-  const bool is_quoted = value.begin > 0 && (line[value.begin - 1] == '"' || line[value.begin - 1] == '\'');
-  if (!is_quoted && (end == 0 || IsIniSpace(line[end - 1]) || entry.Value().empty())) return;
-  const std::string fault = std::string("the value ends at the ") + line[end];
-  const auto refused = std::ranges::find_if(findings.list, [&](const Finding& finding) {
-    return finding.span.line == entry.line && finding.rule->severity == Severity::Error;
-  });
-  if (refused != findings.list.end())
-    refused->remedy = fault + ", which no value can hold";
-  else
-    Note(findings, VX601, {entry.line, end, end + 1}, fault);
-}
-
-// `room` is that of a value.
-void CheckEntry(Findings& findings, std::string_view line, const LayoutEntry& entry, size_t room) {
-  const Layout& text = findings.layout;
-  if (!entry.is_in_section) {
-    const bool is_before = text.Sections().empty() || entry.line < text.Sections().front().line;
-    if (is_before && std::ranges::none_of(findings.list, [](const Finding& one) { return one.rule == &VX303; }))
-      Note(findings, VX610, text.NameSpan(entry));
-    return;
+  void CheckLine(size_t number, std::string_view line, bool is_entry) {
+    if (line.size() > INI_TEXT_SIZE - 1) Note(findings_, VX607, {number, INI_TEXT_SIZE - 1, line.size()});
+    if (const size_t zero = line.find('\0'); zero != std::string_view::npos)
+      Note(findings_, VX631, {number, zero, zero + 1});
+    if (is_entry && !IsIniSpace(line.front())) return;
+    const std::string_view inner = TrimStart(line);
+    const Span whole = {number, line.size() - inner.size(), line.size()};
+    if (inner.empty() || line.front() == ';' || line.front() == '#' || line.starts_with(BYTE_ORDER_MARK)) return;
+    std::string_view name;
+    if (EndsSection(line)) {
+      if (!ParseHeader(line, name) && number != lost_catalog_) Note(findings_, VX609, whole);
+    } else if (inner.front() == '[' && inner.find(']') != std::string_view::npos) {
+      if (number != lost_catalog_) Note(findings_, VX608, whole);
+    } else if (!is_entry && inner.front() != ';' && inner.front() != '#') {
+      Note(findings_, VX611, whole);
+    }
   }
-  if (entry.Name().size() >= DICT_NAME_SIZE) Note(findings, VX603, text.NameSpan(entry));
-  const auto is_refused = [&](const Finding& finding) {
-    return finding.rule == &VX202 && finding.span.line == entry.line;
-  };
-  if (entry.Value().size() >= room && std::ranges::none_of(findings.list, is_refused))
-    Note(findings, VX602, {entry.line, text.ValueSpan(entry).begin + room - 1, text.ValueSpan(entry).end});
-  CheckCut(findings, line, entry);
-}
+
+  void CheckEntry(std::string_view line, const LayoutEntry& entry) {
+    const Layout& text = findings_.layout;
+    if (!entry.is_in_section) {
+      const bool is_before = text.Sections().empty() || entry.line < text.Sections().front().line;
+      if (is_before && !lost_catalog_) Note(findings_, VX610, text.NameSpan(entry));
+      return;
+    }
+    if (entry.Name().size() >= DICT_NAME_SIZE) Note(findings_, VX603, text.NameSpan(entry));
+    const Finding* const error = FindError(entry.line);
+    const bool is_refused = error != nullptr && error->rule == &VX202;
+    if (entry.Value().size() >= room_ && !is_refused)
+      Note(findings_, VX602, {entry.line, text.ValueSpan(entry).begin + room_ - 1, text.ValueSpan(entry).end});
+    CheckCut(line, entry);
+  }
+
+ private:
+  // The error in a line; null for none.
+  Finding* FindError(size_t line) {
+    const auto found = errors_.find(line);
+    return found != errors_.end() ? &findings_.list[found->second] : nullptr;
+  }
+
+  // A comment behind a value has a blank before it; what follows straight on was meant as part of the value.
+  void CheckCut(std::string_view line, const LayoutEntry& entry) {
+    const auto end = static_cast<size_t>(entry.Value().data() + entry.Value().size() - line.data());
+    if (end >= line.size() || (line[end] != ';' && line[end] != '#')) return;
+    const Span value = findings_.layout.ValueSpan(entry);
+    const bool is_quoted = value.begin > 0 && (line[value.begin - 1] == '"' || line[value.begin - 1] == '\'');
+    if (!is_quoted && (end == 0 || IsIniSpace(line[end - 1]) || entry.Value().empty())) return;
+    const std::string fault = std::string("the value ends at the ") + line[end];
+    if (Finding* const error = FindError(entry.line))
+      error->remedy = fault + ", which no value can hold";
+    else
+      Note(findings_, VX601, {entry.line, end, end + 1}, fault);
+  }
+
+  Findings& findings_;
+  size_t room_;
+  std::unordered_map<size_t, size_t> errors_;  // by line, where they stand in the list
+  std::optional<size_t> lost_catalog_;         // the line of VX303, which may be odd in other ways too
+};
 
 }  // namespace
 
@@ -95,12 +111,13 @@ bool CheckBytes(Findings& findings) {
 
 void CheckLines(Findings& findings, FileKind kind) {
   const size_t room = kind == FileKind::Module ? MODULE_VALUE_SIZE : DICT_VALUE_SIZE;
+  Lines lines(findings, room);
   auto entry = findings.layout.Entries().begin();
   for (size_t number = 0; number < findings.layout.LineCount(); ++number) {
     const std::string_view line = findings.layout.Line(number);
     const bool is_entry = entry != findings.layout.Entries().end() && entry->line == number;
-    CheckLine(findings, number, line, is_entry);
-    if (is_entry) CheckEntry(findings, line, *entry++, room);
+    lines.CheckLine(number, line, is_entry);
+    if (is_entry) lines.CheckEntry(line, *entry++);
   }
 }
 

@@ -2,6 +2,8 @@
 // its author has to mend.
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <utility>
 
 #include "dll/base/text.h"
 #include "dll/ini/inisyntax.h"
@@ -36,10 +38,13 @@ size_t FindMisspelt(const Layout& text) {
   return found != text.Sections().end() ? static_cast<size_t>(found - text.Sections().begin()) : Layout::NO_SECTION;
 }
 
-// What is said of a section as if it were a field.
-void Forget(Findings& findings, size_t section) {
+// What is said of sections of this name as if they were fields.
+void Forget(Findings& findings, std::string_view name) {
+  const Layout& text = findings.layout;
   std::erase_if(findings.list, [&](const Finding& finding) {
-    return finding.rule->severity == Severity::Error && findings.layout.SectionOf(finding.span.line) == section;
+    const size_t section = text.SectionOf(finding.span.line);
+    return finding.rule->severity == Severity::Error && section != Layout::NO_SECTION &&
+           SameName(text.Sections()[section].name, name);
   });
 }
 
@@ -58,9 +63,7 @@ bool ExplainMisplaced(Findings& findings) {
   bool is_found = false;
   for (size_t number = 0; number < text.Sections().size(); ++number) {
     if (!SameName(text.Sections()[number].name, CATALOG) || number == text.Catalog()) continue;
-    if (!is_found) Forget(findings, text.FindSection(CATALOG));  // the one that a message about any of them is put at
-    is_found = true;
-    Forget(findings, number);
+    if (!std::exchange(is_found, true)) Forget(findings, CATALOG);
     findings.list.push_back(has_catalog ? LostAt(text.HeaderSpan(number), "a second catalog is taken for a field",
                                                  "Move its lines into the first one.")
                                         : LostAt(text.HeaderSpan(number), "the catalog is not the first section",
@@ -82,7 +85,7 @@ void ExplainLostCatalog(Findings& findings) {
     findings.list.push_back(LostAt({*line, 0, text.Line(*line).size()}, "this is no header of a catalog",
                                    "Begin the line with [catalog] and nothing before it."));
   } else if (const size_t section = FindMisspelt(text); section != Layout::NO_SECTION) {
-    Forget(findings, section);
+    Forget(findings, text.Sections()[section].name);
     findings.list.push_back(LostAt(text.HeaderSpan(section), "there is no catalog", "did you mean [catalog]?"));
     findings.list.back().instead = CATALOG;
   } else {

@@ -15,7 +15,7 @@ std::string Lower(std::string_view text) {
   return lower;
 }
 
-// The first entry of this name before the one at `at`; null for none.
+// The first entry of this name before the one at `at`; null for none. To be asked for one after the other.
 class EarlierEntries {
  public:
   explicit EarlierEntries(std::span<const LayoutEntry> entries) : entries_(entries) {}
@@ -27,38 +27,52 @@ class EarlierEntries {
       const auto [found, is_new] = seen_.emplace(Lower(name), at);
       return is_new ? nullptr : &entries_[found->second];
     }
-    for (size_t before = 0; before < at; ++before)
+    for (size_t before = first_; before < at; ++before)
       if (SameName(entries_[before].Name(), name)) return &entries_[before];
     return nullptr;
   }
 
+  // What comes from now on begins anew with the entry at `at`.
+  void ForgetBefore(size_t at) {
+    first_ = at;
+    seen_ = {{Lower(entries_[at].Name()), at}};
+  }
+
  private:
   std::span<const LayoutEntry> entries_;
+  size_t first_ = 0;
   std::unordered_map<std::string, size_t> seen_;
 };
 
-// Whether a header that is none stands between two lines, and is told of.
-bool HasBrokenHeader(const Findings& findings, size_t from, size_t to) {
-  return std::ranges::any_of(findings.list, [=](const Finding& finding) {
-    return finding.rule == &VX608 && finding.span.line > from && finding.span.line < to;
-  });
+// The lines of headers that are none for they are indented, and are told of, in their order.
+std::vector<size_t> IndentedHeaders(const Findings& findings) {
+  std::vector<size_t> lines;
+  for (const Finding& finding : findings.list)
+    if (finding.rule == &VX608) lines.push_back(finding.span.line);
+  return lines;
+}
+
+bool HasBetween(const std::vector<size_t>& lines, size_t from, size_t to) {
+  const auto next = std::ranges::upper_bound(lines, from);
+  return next != lines.end() && *next < to;
 }
 
 // A PATH that comes again begins a field whose header is missing: what it repeats is that field's own.
-void CheckRepeated(Findings& findings, std::span<const LayoutEntry> entries, const Rule& rule) {
+void CheckRepeated(Findings& findings, std::span<const LayoutEntry> entries, const Rule& rule,
+                   const std::vector<size_t>& indented) {
   const Layout& text = findings.layout;
   EarlierEntries earlier(entries);
   for (size_t k = 0; k < entries.size(); ++k) {
     const LayoutEntry* const first = earlier.Find(k);
     if (first == nullptr) continue;
     const bool begins_field = &rule == &VX614 && SameName(entries[k].Name(), "PATH");
-    if (!begins_field || !HasBrokenHeader(findings, first->line, entries[k].line)) {
+    if (!begins_field || !HasBetween(indented, first->line, entries[k].line)) {
       Finding& finding =
           Note(findings, rule, text.NameSpan(entries[k]), std::string(entries[k].Name()) + " comes twice");
       finding.related = {{findings.file, text.NameSpan(*first), "and here before"}};
       if (begins_field) finding.remedy = "write the header of the second field above it, or take one of them out";
     }
-    if (begins_field) return CheckRepeated(findings, entries.subspan(k), rule);
+    if (begins_field) earlier.ForgetBefore(k);
   }
 }
 
@@ -78,9 +92,6 @@ void CheckRepeatedSections(Findings& findings, const Dict& dict) {
 
 void CheckCatalog(Findings& findings, const Dict& dict) {
   const Layout& text = findings.layout;
-  // The lines below an indented header are dialogs now, and the fields are gone: that is said already.
-  const auto is_indented = [](const Finding& finding) { return finding.rule == &VX608; };
-  if (std::ranges::any_of(findings.list, is_indented)) return;
   for (const LayoutEntry& entry : text.EntriesOf(text.Catalog()))
     if (dict.sections.FindGroup(entry.Name()) == SectionList::NONE)
       Note(findings, VX615, text.NameSpan(entry), "the dialog " + std::string(entry.Name()) + " has no fields");
@@ -112,16 +123,18 @@ void CheckSections(Judged& judged, FileKind kind) {
   Findings& findings = judged.findings;
   const std::vector<LayoutSection>& sections = findings.layout.Sections();
   const size_t catalog = findings.layout.Catalog();
+  const std::vector<size_t> indented = IndentedHeaders(findings);
   for (size_t number = 0; number < sections.size(); ++number) {
     const LayoutSection& section = sections[number];
     if (section.name.size() >= DICT_NAME_SIZE) Note(findings, VX603, findings.layout.HeaderSpan(number));
     if (SameName(section.name, "xx") || SameName(section.name, "list")) continue;
-    CheckRepeated(findings, findings.layout.EntriesOf(section), number == catalog ? VX613 : VX614);
+    CheckRepeated(findings, findings.layout.EntriesOf(section), number == catalog ? VX613 : VX614, indented);
   }
   if (judged.dict == nullptr) return;
   CheckRepeatedSections(findings, *judged.dict);
   if (kind != FileKind::Dictionary) return;
-  CheckCatalog(findings, *judged.dict);
+  // The lines below an indented header are dialogs now, and the fields are gone: that is said already.
+  if (indented.empty()) CheckCatalog(findings, *judged.dict);
   CheckArrays(findings);
 }
 
