@@ -88,11 +88,11 @@ class Levels : public testing::Test {
     const ResolvedDlg resolved = ResolveDlgID(id);
     ASSERT_EQ(resolved.dict, any != nullptr ? any->dict : nullptr) << id;
     ASSERT_EQ(resolved.hdl.View(), any != nullptr ? any->hdl : "") << id;
-    CText found;
     const auto mapped = std::ranges::find_if(
         dialogs_, [&](const OpenDialog& own) { return own.level == levels_.back() && EqualNoCase(own.hdl, hdl); });
-    ASSERT_EQ(MapDlgHandle(hdl, found), mapped != dialogs_.end() ? DLG_OK : DLG_NONE) << hdl;
-    ASSERT_EQ(found.View(), mapped != dialogs_.end() ? mapped->ids[0] : "") << hdl;
+    const std::optional<CText> found = MapDlgHandle(hdl);
+    ASSERT_EQ(found.has_value(), mapped != dialogs_.end()) << hdl;
+    ASSERT_EQ(found.value_or("").View(), found ? mapped->ids[0] : "") << hdl;
   }
 
   std::mt19937 random_{3};

@@ -11,16 +11,16 @@ namespace vorlix {
 // ---- Dialogs --------------------------------------------------------------------------------------------------------
 
 int32_t dict_DlgID(zString dict_id, IntByValue lvl, IntByValue idx, Out<String> xbuf, Out<IntByReference> eof_p) {
-  CText name;
-  CText id;
-  if (GetDlgID(dict_id, lvl, idx, name, id) != DLG_OK) {
+  const std::optional<DlgNames> names = GetDlgID(dict_id, lvl, idx);
+  if (!names) {
     xbuf.len = 0;
     eof_p.Set(1);
     return RESULT_OK;
   }
   constexpr char ITEM_PREFIX[] = "Dlg_";
   XbufWriter writer{xbuf.buf, xbuf.max};
-  if (!writer.Put(ITEM_PREFIX, "name", 'X', name) || !writer.Put(ITEM_PREFIX, "id", 'X', id) || !writer.End())
+  if (!writer.Put(ITEM_PREFIX, "name", 'X', names->name) || !writer.Put(ITEM_PREFIX, "id", 'X', names->id) ||
+      !writer.End())
     return RESULT_TOO_SHORT;
   xbuf.len = static_cast<int32_t>(writer.length);
   eof_p.Set(0);
@@ -28,8 +28,7 @@ int32_t dict_DlgID(zString dict_id, IntByValue lvl, IntByValue idx, Out<String> 
 }
 
 int32_t dict_MapID(zString handle, Out<String> id_p) {
-  CText id;
-  if (MapDlgHandle(handle, id) == DLG_OK) return DllStrFromC(id, id_p);
+  if (const std::optional<CText> id = MapDlgHandle(handle)) return DllStrFromC(*id, id_p);
   DebugPrint(TRACE_DICT, 1, "dict_MapID() failed: unknown dialog handle '%s'", handle);
   return RESULT_REFUSED;
 }

@@ -65,11 +65,6 @@ DlgResult AddCatalog(const Dict& dict, int32_t level, bool check) {
   return result;
 }
 
-bool IsOnTopLevel(std::string_view hdl) {
-  CText id;
-  return MapDlgHandle(hdl, id) == DLG_OK;
-}
-
 // Reports every section without a handle, or with one that is no dialog's on the top level.
 void ReportSections(const Dict& dict) {
   for (const SectionPtr& section : dict.sections) {
@@ -77,14 +72,14 @@ void ReportSections(const Dict& dict) {
     const size_t dot = name.View().find('.');
     if (dot == std::string_view::npos)
       DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: missing prefix in section '%s'", name.CStr());
-    else if (!IsOnTopLevel(name.View().substr(0, dot)))
+    else if (!MapDlgHandle(name.View().substr(0, dot)))
       DebugPrint(TRACE_DICT, 1, "AddDlgLevel() failed: prefix '%.*s' not found in catalog, section '%s'",
                  static_cast<int>(dot), name.CStr(), name.CStr());
   }
 }
 
 DlgResult CheckSections(const Dict& dict) {
-  const auto known = [](const SectionGroup& group) { return IsOnTopLevel(group.handle); };
+  const auto known = [](const SectionGroup& group) { return MapDlgHandle(group.handle).has_value(); };
   if (dict.sections.AllGrouped() && std::ranges::all_of(dict.sections.Groups(), known)) return DLG_OK;
   ReportSections(dict);
   return DLG_REFUSED;
@@ -146,13 +141,12 @@ DictPtr GetDlgDict(int32_t level, int32_t idx) {
   return found.level >= LowestLevel(level) ? found.dict : nullptr;
 }
 
-DlgResult GetDlgID(CText dict_id, int32_t level, int32_t idx, CText& name, CText& id) {
-  name = id = {};
+std::optional<DlgNames> GetDlgID(CText dict_id, int32_t level, int32_t idx) {
   const DlgTable& table = DlgLevels();
   const std::vector<DlgLevel>& levels = table.Levels();
   if (levels.empty()) {
     DebugPrint(TRACE_DICT, 2, "GetDlgID() note: list is empty");
-    return DLG_NONE;
+    return {};
   }
   if (levels.back().level < level) DebugPrint(TRACE_DICT, 1, "GetDlgID() failed: level %d does not exist", level);
   const int32_t lowest = LowestLevel(level);
@@ -165,13 +159,12 @@ DlgResult GetDlgID(CText dict_id, int32_t level, int32_t idx, CText& name, CText
     const auto count = static_cast<int64_t>(table.DialogCount(at));
     if (left >= 0 && left < count) {
       const auto last = static_cast<int64_t>(levels[at].first_dialog) + count - 1;
-      id = table.Dialogs()[static_cast<size_t>(last - left)].ids[0];
-      name = id.From(NAME_START);
-      return DLG_OK;
+      const CText id = table.Dialogs()[static_cast<size_t>(last - left)].ids[0];
+      return DlgNames{id, id.From(NAME_START)};
     }
     left -= count;
   }
-  return DLG_NONE;
+  return {};
 }
 
 FoundDlg FindDlg(std::string_view dlgID) {
@@ -189,14 +182,12 @@ ResolvedDlg ResolveDlgID(std::string_view dlgID) {
   return {found.level->dict, found.dialog->hdl};
 }
 
-DlgResult MapDlgHandle(std::string_view hdl, CText& id) {
-  id = {};
+std::optional<CText> MapDlgHandle(std::string_view hdl) {
   DlgTable& table = DlgLevels();
   const size_t dialog = table.FindHandle(hdl);
   // Levels never fall towards the top: the newest dialog of this name is on the top level, or none is.
-  if (dialog == DlgTable::NONE || table.LevelOf(dialog).level != table.Levels().back().level) return DLG_NONE;
-  id = table.Dialogs()[dialog].ids[0];
-  return DLG_OK;
+  if (dialog == DlgTable::NONE || table.LevelOf(dialog).level != table.Levels().back().level) return {};
+  return table.Dialogs()[dialog].ids[0];
 }
 
 // ---- Aliases --------------------------------------------------------------------------------------------------------

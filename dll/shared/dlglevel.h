@@ -11,6 +11,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -57,9 +58,13 @@ void FreeDlgLevel(int32_t level);
 DictPtr GetDlgDict(int32_t level, int32_t idx);
 
 /// The dialog number `idx`, from 0, of the levels from `level` up, counted from the top, and the last line of a catalog
-/// first. A `dict_id` that is not empty leaves out other dictionaries. DLG_OK gives the primary ID, and the part of it
-/// behind the first three characters as the name; DLG_NONE gives empty texts.
-DlgResult GetDlgID(CText dict_id, int32_t level, int32_t idx, CText& name, CText& id);
+/// first; none when there are not so many. A `dict_id` that is not empty leaves out other dictionaries. The texts
+/// borrow until levels change.
+struct DlgNames {
+  CText id;    // the primary one
+  CText name;  // the part of it behind the first three characters
+};
+std::optional<DlgNames> GetDlgID(CText dict_id, int32_t level, int32_t idx);
 
 /// The level and the dialog with an ID or alias, both null when there is none. They borrow until levels change.
 struct FoundDlg {
@@ -76,8 +81,9 @@ struct ResolvedDlg {
 };
 ResolvedDlg ResolveDlgID(std::string_view dlgID);
 
-/// The primary ID of the dialog with this catalog handle on the top level. DLG_NONE when there is none.
-DlgResult MapDlgHandle(std::string_view hdl, CText& id);
+/// The primary ID of the dialog with this catalog handle on the top level; none when there is no such dialog. Borrows
+/// as that of GetDlgID.
+std::optional<CText> MapDlgHandle(std::string_view hdl);
 
 // ---- Aliases --------------------------------------------------------------------------------------------------------
 

@@ -28,8 +28,8 @@ Received Fail(CsdxPayload& payload, Received code) {
   return code;
 }
 
-// Reads revision and total size of a first block and makes room for the payload. Complete stands for no failure.
-Received StartPayload(CsdxPayload& payload, CsdxReader& reader) {
+// Reads revision and total size of a first block and makes room for the payload. None when that succeeds.
+std::optional<Received> StartPayload(CsdxPayload& payload, CsdxReader& reader) {
   payload = CsdxPayload();
   const std::optional<int64_t> revision_length = CSDX_ReadRevision(reader, "CSDX_ReceiveNext");
   if (!revision_length) return Received::Breach;
@@ -49,11 +49,11 @@ Received StartPayload(CsdxPayload& payload, CsdxReader& reader) {
   }
   payload.size = static_cast<size_t>(size);
   payload.offset = static_cast<size_t>(header_length);
-  return Received::Complete;
+  return {};
 }
 
-// A later block continues what has been received. Complete stands for no failure.
-Received CheckOffset(const CsdxPayload& payload, int64_t block_offset) {
+// A later block continues what has been received. None when it does.
+std::optional<Received> CheckOffset(const CsdxPayload& payload, int64_t block_offset) {
   if (payload.bytes == nullptr) {
     DebugPrint(TRACE_DICT, 1, "CSDX_ReceiveNext(): csdxBuf == NULL");
     return Received::Breach;
@@ -63,7 +63,7 @@ Received CheckOffset(const CsdxPayload& payload, int64_t block_offset) {
                static_cast<long>(payload.offset));
     return Received::Breach;
   }
-  return Received::Complete;
+  return {};
 }
 
 }  // namespace
@@ -133,8 +133,8 @@ Received CSDX_ReceiveNext(CsdxPayload& payload, std::string_view block) {
   if (!CSDX_ReadToSep(reader)) return Fail(payload, Received::Breach);
   const int64_t block_offset = LeadingNumber(reader.field);
   const bool first = block_offset == 0;
-  const Received code = first ? StartPayload(payload, reader) : CheckOffset(payload, block_offset);
-  if (code != Received::Complete) return Fail(payload, code);
+  const auto failure = first ? StartPayload(payload, reader) : CheckOffset(payload, block_offset);
+  if (failure) return Fail(payload, *failure);
 
   const std::string_view data = *reader.next_entry;
   const size_t count = std::min(data.size(), payload.size - payload.received);

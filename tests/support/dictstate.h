@@ -55,10 +55,10 @@ inline std::string ShowDicts() {
 /// "D02B, D02A=a_1": all dialogs with their aliases, in the order of the levels.
 inline std::string ShowDialogs() {
   std::string shown;
-  CText name, id, alias;
-  for (int32_t idx = 0; GetDlgID("", 0, idx, name, id) == DLG_OK; ++idx) {
-    shown.append(idx > 0 ? ", " : "").append(id.View());
-    for (int32_t at = 1; GetDlgAlias(id, at, alias) == DLG_OK; ++at) shown.append("=").append(alias.View());
+  CText alias;
+  for (int32_t idx = 0; const std::optional<DlgNames> dialog = GetDlgID("", 0, idx); ++idx) {
+    shown.append(idx > 0 ? ", " : "").append(dialog->id.View());
+    for (int32_t at = 1; GetDlgAlias(dialog->id, at, alias) == DLG_OK; ++at) shown.append("=").append(alias.View());
   }
   return shown;
 }
