@@ -210,7 +210,7 @@ TEST(Tool, RunsScripts) {
        "each l_SeekNext 1 until eol=1\nend"},
       {"$V run -q s.vx", 1, "",
        "vorlix: s.vx:2: rc_p is 1 (the file was read and refused), not 0\n  D1: ObCheck() failed: missing PATH, "
-       "section 'a.x'\n  where it is wrong: vorlix check *\n",
+       "section 'a.x'\n  line 3: the object has no PATH; vorlix check * tells this and 1 more\n",
        "write $tmp/a \"[Catalog]\\nA=B\\n[A.x]\\nFLEN=3\\n\"\ndict_Open A $tmp/a 1 => rc_p=0"},
       {"$V run -qk s.vx", 1, "on\n",
        "vorlix: s.vx:1: l_GetCurr answered 2002 (no list has this handle)\nvorlix: s.vx:3: round is 1, not 2\nvorlix: "

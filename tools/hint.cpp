@@ -82,9 +82,32 @@ std::string SwappedFile(const FunctionInfo& function, const host::Result& result
   return "";
 }
 
+// What the checker finds in a file, the first of it in words. Models are not looked at, for nobody says here which
+// there are.
+std::string FindingsHint(const std::string& path, Severity severity) {
+  const LocaleScope scope;
+  try {
+    std::vector<Finding> findings = Checker({}).Check(path).findings.list;
+    std::erase_if(findings, [=](const Finding& finding) {
+      return finding.rule->severity != severity || finding.rule->attribute == "MODEL";
+    });
+    if (findings.empty()) return "";
+    const Finding& first = findings.front();
+    const std::string meant = first.instead && !first.remedy.empty() ? " (" + first.remedy + ')' : "";
+    return "\n  line " + std::to_string(first.span.line + 1) + ": " + first.text + meant + "; vorlix check " +
+           QuoteWord(path) +
+           (findings.size() == 1 ? " tells more" : " tells this and " + std::to_string(findings.size() - 1) + " more");
+  } catch (const std::exception&) {
+    return "";  // nobody asked for it
+  }
+}
+
 std::string FileHint(const FunctionInfo& function, const host::Result& result, int32_t answer) {
   const std::string path = FindArg(function, result, "fname")->TextAt();
-  if (answer > 0) return "\n  where it is wrong: vorlix check " + QuoteWord(path);
+  if (answer > 0) {
+    const std::string fault = FindingsHint(path, Severity::Error);
+    return fault.empty() ? "\n  where it is wrong: vorlix check " + QuoteWord(path) : fault;
+  }
   std::error_code ignored;
   if (path.empty()) return "";
   if (fs::exists(path, ignored)) return "\n  " + QuoteWord(path) + " is there, and cannot be read";
@@ -184,22 +207,6 @@ std::string RoomHint(const FunctionInfo& function) {
   return "";
 }
 
-// What the checker finds in a file that the server has taken: it surprises later, when fields are not there or show
-// nothing. Models are not looked at, for nobody says here which there are.
-std::string FindingsHint(const std::string& path) {
-  const LocaleScope scope;
-  try {
-    std::vector<Finding> findings = Checker({}).Check(path).findings.list;
-    std::erase_if(findings, [](const Finding& finding) { return finding.rule->severity == Severity::Error; });
-    if (findings.empty()) return "";
-    return "\n  line " + std::to_string(findings[0].span.line + 1) + ": " + findings[0].text + "; vorlix check " +
-           QuoteWord(path) +
-           (findings.size() == 1 ? " tells more" : " tells this and " + std::to_string(findings.size() - 1) + " more");
-  } catch (const std::exception&) {
-    return "";  // nobody asked for it
-  }
-}
-
 }  // namespace
 
 bool IsFileRefused(const FunctionInfo& function, const host::Result& result) {
@@ -210,8 +217,9 @@ std::string HintFor(const host::Caller& ask, const Conversion& to_outside, const
                     const host::Result& result) {
   if (!IsAsDeclared(function, result)) return "";
   if (const int32_t answer = FileAnswer(function, result); answer != 0) return FileHint(function, result, answer);
+  // What the server has taken surprises later, when fields are not there or show nothing.
   if (function.name == "dict_Open" || function.name == "dict_OpenModel")
-    return FindingsHint(FindArg(function, result, "fname")->TextAt());
+    return FindingsHint(FindArg(function, result, "fname")->TextAt(), Severity::Warning);
   if (function.name == "ini_SetString") return EntryHint(ask, result);
   if (function.name.starts_with("ini_Get")) return UnreadHint(FindArg(function, result, "fname")->TextAt());
   if (result.code == RESULT_TOO_SHORT) return RoomHint(function);
