@@ -45,16 +45,17 @@ printf 'v_Set a %03000d\n' 1 >"$work/long.vx"
 (ulimit -f 2 && VORLIX_RECORD=$work/full.vx vorlix run -q "$work/long.vx" 2>"$work/told") || fail=1
 says 'the recording ends here: File too large'
 vorlix run -q "$work/full.vx" || fail=1
-LANG=xx_YY VORLIX_RECORD=$work/cut.vx vorlix call v_Set a b >/dev/null 2>&1 || fail=1
-VORLIX_RECORD=$work/cut.vx vorlix call v_Set a b >/dev/null 2>"$work/told" || fail=1
+cut=$work/cut$'\xff'.vx  # names of files have any byte
+LANG=xx_YY VORLIX_RECORD=$cut vorlix call v_Set a b >/dev/null 2>&1 || fail=1
+VORLIX_RECORD=$cut vorlix call v_Set a b >/dev/null 2>"$work/told" || fail=1
 says 'gives each server a file of its own'
-printf 'nosuch "' >>"$work/cut.vx"
-vorlix run -q "$work/cut.vx" 2>"$work/told" || fail=1
+printf 'nosuch "' >>"$cut"
+vorlix run -q "$cut" 2>"$work/told" || fail=1
 says 'its last line has no end'
 
 # An archive that is damaged, and one that reaches for other files.
-vorlix bundle "$work/cut.vx" >/dev/null 2>&1
-head -c -6 "$work/cut.vx.tar.gz" >"$work/damaged.tar.gz" && printf 'sixsix' >>"$work/damaged.tar.gz"
+vorlix bundle "$cut" >/dev/null 2>&1
+head -c -6 "$cut.tar.gz" >"$work/damaged.tar.gz" && printf 'sixsix' >>"$work/damaged.tar.gz"
 vorlix run "$work/damaged.tar.gz" 2>"$work/told" && fail=1
 says 'damaged, or cut off'
 printf 'server LANG=C\nini_SetString S e v %s\ndll_SetDebugFlags D3 %s\nwrite %s x\n' "$work"/{a,b,c}.evil >"$work/recording.vx"

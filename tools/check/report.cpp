@@ -16,7 +16,7 @@ using Json = nlohmann::ordered_json;
 std::string Utf8(std::string_view text) { return Decode(text, EncodingOfText(text)); }
 
 std::string PlaceText(const std::string& file, const ShownPlace& place) {
-  return file + ':' + std::to_string(place.line) + ':' + std::to_string(place.column) + ": ";
+  return Printable(file) + ':' + std::to_string(place.line) + ':' + std::to_string(place.column) + ": ";
 }
 
 // ---- Text -----------------------------------------------------------------------------------------------------------
@@ -166,7 +166,7 @@ std::string ReportText(const Findings& file, const Finding& finding) {
   std::string text = Bold(PlaceText(file.file, place)) + (is_error ? Red(kind) : Bold(kind)) + ": " + words + '\n' +
                      Excerpt(file.layout, finding.span, place);
   for (const Related& related : finding.related)
-    text += "  " + related.file + ':' + std::to_string(related.span.line + 1) + ": " + related.text + '\n';
+    text += "  " + Printable(related.file) + ':' + std::to_string(related.span.line + 1) + ": " + related.text + '\n';
   return text + "  " + Wrap(Printable(RemedyOf(finding)), TerminalWidth(), 2) + '\n';
 }
 

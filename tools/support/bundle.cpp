@@ -34,8 +34,8 @@ class Bundle {
   }
 
   std::vector<Member> Members(const std::string& name) const {
-    const Json about = {{"recording", name},
-                        {"recorded", std::string(recorded_)},
+    const Json about = {{"recording", Printable(name)},
+                        {"recorded", Printable(recorded_)},
                         {"bundled", "vorlix " VORLIX_VERSION ", build " + BuildId()},
                         {"language", language_},
                         {"calls", calls_},
