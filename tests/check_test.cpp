@@ -123,6 +123,7 @@ TEST_F(CheckTest, FindsWhatIsWrongWhereItStands) {
       {HEAD + "FTYP=D\nFVTYP=CYMD\nFLEN=10\nDEFAULT=20261331\n", "8:9 VX622"},
       {HEAD + "FTYP=D\nFVTYP=YMD\nFLEN=10\nDEFAULT=261231\n", ""},
       {HEAD + "FTYP=M\nFLEN=7\nDEFAULT=202613\n", "7:9 VX622"},
+      {HEAD + "FTYP=RB\nDEFAULT=0\n", "3:2 VX507"},  // typed as a text
       {HEAD + "FTYP=T\nFLEN=3\nDEFAULT=a" + std::string(1, '\0') + "b\n", "7:10 VX631"},
       {HEAD + "FTYP=D\nFVTYP=CYMD\nFLEN=10\nDEFAULT=$DATE\n", ""},
       {HEAD + "FTYP=N\nFLEN=5\nFFMT=lRbzTPgLq\n", "7:13 VX617 7:14 VX616"},

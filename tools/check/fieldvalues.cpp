@@ -69,7 +69,8 @@ std::string NumberFault(const Object& object, const std::string& text) {
   const Scanned scanned = ScanTyped(object, typed, out);
   if (scanned.code != SCAN_OK && scanned.code != SCAN_EMPTY)
     return "the default shows as " + typed + ": " + std::string(ScanReason(scanned.code));
-  const bool is_kept = scanned.code == SCAN_EMPTY || IsSameValue(object, std::stod(scanned.stored), number);
+  const bool is_kept = scanned.code == SCAN_EMPTY || scanned.is_text ||
+                       IsSameValue(object, std::strtod(scanned.stored.c_str(), nullptr), number);
   return is_kept ? "" : "the default shows as " + typed;
 }
 
