@@ -25,7 +25,8 @@ bool IsUtf16(std::string_view all) {
 class Lines {
  public:
   // `room` is that of a value.
-  Lines(Findings& findings, size_t room) : findings_(findings), room_(room) {
+  Lines(Findings& findings, size_t room)
+      : findings_(findings), room_(room), has_zeros_(findings.layout.Text().find('\0') != std::string::npos) {
     for (size_t k = 0; k < findings.list.size(); ++k) {
       const Finding& finding = findings.list[k];
       if (finding.rule->severity == Severity::Error) errors_.emplace(finding.span.line, k);
@@ -35,7 +36,7 @@ class Lines {
 
   void CheckLine(size_t number, std::string_view line, bool is_entry) {
     if (line.size() > INI_TEXT_SIZE - 1) Note(findings_, VX607, {number, INI_TEXT_SIZE - 1, line.size()});
-    if (const size_t zero = line.find('\0'); zero != std::string_view::npos)
+    if (const size_t zero = has_zeros_ ? line.find('\0') : std::string_view::npos; zero != std::string_view::npos)
       Note(findings_, VX631, {number, zero, zero + 1});
     if (is_entry && !IsIniSpace(line.front())) return;
     const std::string_view inner = TrimStart(line);
@@ -89,6 +90,7 @@ class Lines {
 
   Findings& findings_;
   size_t room_;
+  bool has_zeros_;
   std::unordered_map<size_t, size_t> errors_;  // by line, where they stand in the list
   std::optional<size_t> lost_catalog_;         // the line of VX303, which may be odd in other ways too
 };
