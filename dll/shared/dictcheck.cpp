@@ -180,8 +180,7 @@ bool CompleteFormat(Object& object, CText section) {
 }
 
 bool CheckValid(const Object& object, CText section) {
-  char unused;
-  if (object.valid == nullptr || FmtCheckValid("", object.valid.get(), unused) != VALID_MALFORMED) return true;
+  if (object.valid == nullptr || FmtCheckValid("", object.valid.get()).outcome != VALID_MALFORMED) return true;
   DebugPrint(TRACE_DICT, 1, "ObCheck() failed: syntax error in VALID '%s', section '%s'", object.valid.get(),
              section.CStr());
   return false;

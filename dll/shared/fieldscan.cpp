@@ -5,15 +5,15 @@
 #include "dll/field/validset.h"
 
 namespace vorlix {
-ValidOutcome FmtCheckValid(std::string_view text, std::string_view valid, char& badchar) {
+
+ValidCheck FmtCheckValid(std::string_view text, std::string_view valid) {
   DebugEntry(TRACE_FORMAT);
-  badchar = '\0';
   const Locale& locale = LocaleInForce();
   ValidSet set;
   if (!set.Parse(valid, locale)) {
     DebugPrint(TRACE_FORMAT, 1, "FmtCheckValid() failed: syntax error in character class '%.*s'",
                static_cast<int>(valid.size()), valid.data());
-    return VALID_MALFORMED;
+    return {VALID_MALFORMED};
   }
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
@@ -23,15 +23,13 @@ ValidOutcome FmtCheckValid(std::string_view text, std::string_view valid, char& 
       DebugPrint(TRACE_FORMAT, 3, "FmtCheckValid(): invalid character %c", c);
     else
       DebugPrint(TRACE_FORMAT, 3, "FmtCheckValid(): non-printable character %02x", byte);
-    badchar = c;
-    return VALID_REFUSED;
+    return {VALID_REFUSED, c};
   }
-  return VALID_ALLOWED;
+  return {VALID_ALLOWED};
 }
 
 ScanCode CheckFieldChars(std::string_view text, std::string_view valid, FieldBuffer& out) {
-  char badchar = '\0';
-  const ValidOutcome outcome = FmtCheckValid(text, valid, badchar);
+  const auto [outcome, badchar] = FmtCheckValid(text, valid);
   if (outcome == VALID_ALLOWED) return SCAN_OK;
   out.Fill(badchar, outcome == VALID_REFUSED ? 1 : 0);
   return SCAN_BAD_CHAR;

@@ -135,9 +135,8 @@ class Field {
     std::string needed = "0123456789";
     if (object_.fprec > 0) needed += '.';
     if (object_.fmin < 0) needed += '-';
-    char refused = '\0';
-    if (FmtCheckValid(needed, valid, refused) == VALID_REFUSED)
-      Point(VX625, std::string("the VALID set lacks ") + refused);
+    const auto [outcome, refused] = FmtCheckValid(needed, valid);
+    if (outcome == VALID_REFUSED) Point(VX625, std::string("the VALID set lacks ") + refused);
   }
 
   // Shows what the field will have to hold, and types it.

@@ -33,8 +33,8 @@ bool FitsSurely(const Object& object, double number) {
 }
 
 std::string TextFault(const Object& object, std::string_view text) {
-  char refused = '\0';
-  if (FmtCheckValid(text, CText(object.valid), refused) == VALID_REFUSED && IsAscii(refused))
+  const auto [outcome, refused] = FmtCheckValid(text, CText(object.valid));
+  if (outcome == VALID_REFUSED && IsAscii(refused))
     return std::string("VALID does not allow the ") + Printable({&refused, 1}) + " of the default";
   const bool is_long = text.size() > static_cast<size_t>(std::max(object.flen, 0));
   return is_long || Overflows(object, std::string(text)) ? "the default does not fit into the field" : "";
