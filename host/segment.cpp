@@ -58,7 +58,8 @@ std::string FailureOf(const Making& making) {
   std::string what = "no segment of " + size;
   if (making.error == ENOSPC)
     return what + ": sysctl kernel.shmmni bounds their number, kernel.shmall their size in all; ipcs -m lists them";
-  if (making.error == EINVAL) return what + ": sysctl kernel.shmmax is the most that one can have";
+  if (making.error == EINVAL)
+    return what + ": sysctl kernel.shmmax is the most that one can have; ask for less, or raise it";
   return what;
 }
 

@@ -150,6 +150,15 @@ TEST(Tool, Calls) {
        "| "
        "LANG=C.UTF-8 $V shell >/dev/null 2>&1; $V run -q t.vx && ! grep -q 'dll_Debug\\|v_Set' t.vx",
        0, "", ""},
+      {"cp $(dirname $V)/vorlix.dll s.dll; (echo v_Set a b; sleep 0.3; rm s.dll; printf '.restart\nv_Get a\n') | $V "
+       "--server ./s.dll shell",
+       3, "v_Set a b => 0\nv_Get a => 0 value=\"b\"\n", "vorlix: cannot start ./s.dll: No such file or directory\n"},
+      {"printf '.help l_Add\neach nosuch until code=5\nv_Get a\n.save \303\244.vx\n' | LANG=C.UTF-8 $V --lang de_DE "
+       "shell "
+       "&& ls ä.vx",
+       2, "*\nExample:\nl_CreateList Kunden\nl_Add 1 Meier\nv_Get a => *written: ä.vx\n",
+       "vorlix: there is no function 'nosuch'*"},
+      {"printf '# \033[31m\n' | $V run -", 0, "# \\x1b[31m\n", ""},
       {"trap '' TERM; $V call v_Get a >got & kill $!; wait $! && cat got", 0, "code = 0\n*", ""},
       {"$V lsp </dev/null", 0, "", ""},
       {"printf '[catalog]\nA=B\n[a.\344]\nPATH=p\nFTYP=T\nFLEN=9\n' >a.dic; LANG=C.UTF-8 $V show --lang de_DE a.dic ä "
@@ -222,8 +231,9 @@ TEST(Tool, RunsScripts) {
       {"cp $EXAMPLES/dict/* .; $V run -q s.vx", 1, "",
        "vorlix: s.vx:2: dict_Get answered 19 (there is no such dialog)\n  D1: dict_Get() failed: *\n  no dictionary is "
        "open; dict_Open opens one\n  before that, s.vx:1: dict_Open answered rc_p 1: the file was read and refused\n  "
-       "D1: InheritObject() failed: unknown model 'betrag', section 'kd.umsatz'\n  where it is wrong: vorlix check "
-       "kunden.dic\n",
+       "D1: InheritObject() failed: unknown model 'betrag', section 'kd.umsatz'\n  it needs a model dictionary, which "
+       "has to be "
+       "opened before it: dict_OpenModel MODELS muster.dic\n",
        "dict_Open K kunden.dic 1 => 0\ndict_Get D01KUNDE name"},
       // A line that expects nothing is told of at once.
       {"$V run -q s.vx", 1, "",

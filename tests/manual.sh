@@ -72,7 +72,7 @@ failing_examples() {
     pasted=$(vorlix functions "$name" | sed -n '/^Example:/,$ { s/^Example: *//; p }')
     [[ $pasted == *vorlix*"$name"* ]] && bash <<<"$pasted" >/dev/null 2>&1 || echo "the example of $name fails"
   done
-  for name in call run functions shell check show preview bundle doctor ps help; do
+  for name in $(vorlix generate commands); do
     vorlix help "$name" | sed -n 's/^Example: //p' | bash >/dev/null 2>&1 || echo "the example of the command $name fails"
   done
 }

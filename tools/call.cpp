@@ -12,6 +12,7 @@
 #include "tools/paint.h"
 #include "tools/quoting.h"
 #include "tools/signature.h"
+#include "tools/tell.h"
 #include "tools/values.h"
 #include "tools/words.h"
 
@@ -102,9 +103,9 @@ Status CallFunction(const Options& options, const std::vector<std::string>& word
     PrintLines(function, result.code, values, to_outside);
   }
   std::fflush(stdout);
-  if (!session.Reasons().empty()) std::fprintf(stderr, "vorlix: the server says:%s\n", session.Reasons().c_str());
+  if (!session.Reasons().empty()) Tell("the server says:" + session.Reasons());
   const std::string hint = HintFor(std::bind_front(&Session::Ask, &session), to_outside, function, result);
-  if (!hint.empty()) std::fprintf(stderr, "vorlix:%s\n", Printable(hint).substr(2).c_str());
+  if (!hint.empty()) Tell(std::string_view(hint).substr(std::string_view("\n  ").size()));
   const bool is_lost = function.name == "ini_SetString" && !hint.empty();
   return result.code == 0 && !is_lost ? Status::Ok : Status::OtherCode;
 }

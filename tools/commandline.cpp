@@ -18,6 +18,7 @@
 #include "tools/support/bundle.h"
 #include "tools/support/doctor.h"
 #include "tools/support/ps.h"
+#include "tools/tell.h"
 #include "tools/usage.h"
 #include "tools/words.h"
 
@@ -104,7 +105,7 @@ Status CommandLine::Explain(const CLI::ParseError& error) const {
   const bool is_extra = wants_help || error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
   const std::string hint = is_extra ? HintForWords(app_, app_.remaining(true)) : "";
   if (!hint.empty()) {
-    std::fprintf(stderr, "vorlix: %s\n", Printable(hint).c_str());
+    Tell(hint);
   } else if (app_.exit(error) == 0) {
     return Status::Ok;
   }
@@ -184,7 +185,7 @@ void CommandLine::AddShell() {
 
 void CommandLine::AddFunctions() {
   CLI::App& app = Add("functions", "List all functions, describe one, or search", Takes::Colour,
-                      [this] { return ListFunctions(word_, json_); });
+                      [this] { return ListFunctions(word_, json_ ? ListForm::Json : ListForm::Command); });
   app.add_option("NAME", word_, "A function, or a word to search for");
   app.add_flag("--json", json_, "Print all about them as JSON");
   app.footer("Example: vorlix functions l_GetIdx");
@@ -301,7 +302,7 @@ void CommandLine::AddDoctor() {
   CLI::App& app = Add("doctor", "Tell whether this machine can serve, and what to do", Takes::ServerAndColour,
                       [this] { return ExamineMachine(options_, json_); });
   app.add_flag("--json", json_, "Print an array of all findings");
-  app.footer("Example: vorlix doctor --lang de_DE");
+  app.footer("Example: vorlix doctor");
 }
 
 void CommandLine::AddPs() {
@@ -329,7 +330,7 @@ Status CommandLine::Help() const {
   const auto found = std::ranges::find_if(commands, is_it);
   if (word_.empty()) return PrintHelp(app_);
   if (found != commands.end()) return PrintHelp(**found);
-  if (FindFunction(word_) != nullptr) return ListFunctions(word_, false);
+  if (FindFunction(word_) != nullptr) return ListFunctions(word_, ListForm::Command);
   throw ToolError(Status::Usage, HintForCommand(app_, word_));
 }
 

@@ -23,8 +23,9 @@ Status RunScript(const Options& options, const std::string& path, const std::vec
                  const PlayOptions& play);
 
 /// `vorlix functions`: prints all functions by family; or all about the one that is named; or those that have the word
-/// in their name or sentence. As JSON an array of the same functions.
-Status ListFunctions(const std::string& word, bool json);
+/// in their name or sentence. As JSON an array of the same functions. The example is a command, in the shell its lines.
+enum class ListForm { Command, Shell, Json };
+Status ListFunctions(const std::string& word, ListForm form);
 
 /// `vorlix shell`: runs lines of the language of scripts as they are typed.
 Status RunShell(const Options& options);

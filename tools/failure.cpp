@@ -6,6 +6,8 @@
 
 namespace vorlix::tool {
 
+void Refuse(const std::string& message) { throw ToolError(Status::Usage, message); }
+
 Status StatusOf(const std::exception& error) noexcept {
   if (const auto* const own = dynamic_cast<const ToolError*>(&error)) return own->GetStatus();
   if (dynamic_cast<const std::system_error*>(&error) != nullptr) return Status::NoServer;

@@ -26,6 +26,9 @@ class ToolError : public std::runtime_error {
   Status status_;
 };
 
+/// Throws ToolError (Usage).
+[[noreturn]] void Refuse(const std::string& message);
+
 /// The exit status for a failure of whatever kind.
 Status StatusOf(const std::exception& error) noexcept;
 

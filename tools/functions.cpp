@@ -102,7 +102,7 @@ void DescribeAnswers(const FunctionInfo& function) {
   }
 }
 
-void Describe(const FunctionInfo& function) {
+void Describe(const FunctionInfo& function, bool in_shell) {
   std::printf("%s - %s\n", Bold(function.name).c_str(),
               Wrap(function.sentence, TerminalWidth(), function.name.size() + 3).c_str());
   if (function.arg_count > 0) std::puts("");
@@ -113,8 +113,8 @@ void Describe(const FunctionInfo& function) {
                 Wrap(WordsOf(function.name, arg.name), TerminalWidth(), line.size() + 2).c_str());
   }
   DescribeAnswers(function);
-  const std::string example = ExampleCommand(function);
-  std::printf("\nExample:%c%s\n", example.find('\n') == std::string::npos ? ' ' : '\n', example.c_str());
+  const std::string example = in_shell ? ExampleScript(function) : ExampleCommand(function) + '\n';
+  std::printf("\nExample:%c%s", std::ranges::count(example, '\n') == 1 ? ' ' : '\n', example.c_str());
 }
 
 // ---- As data --------------------------------------------------------------------------------------------------------
@@ -143,16 +143,16 @@ Json JsonFunction(const FunctionInfo& function) {
 
 }  // namespace
 
-Status ListFunctions(const std::string& word, bool json) {
+Status ListFunctions(const std::string& word, ListForm form) {
   const FunctionInfo* const one = FindFunction(word);
   const std::vector<const FunctionInfo*> found = one != nullptr ? std::vector{one} : Search(word);
   if (found.empty()) RequireFunction(word);  // which says what is near
-  if (json) {
+  if (form == ListForm::Json) {
     Json all = Json::array();
     for (const FunctionInfo* const function : found) all.push_back(JsonFunction(*function));
     std::puts(all.dump(2).c_str());
   } else if (one != nullptr) {
-    Describe(*one);
+    Describe(*one, form == ListForm::Shell);
   } else {
     ListFamilies(found);
   }

@@ -102,23 +102,43 @@ std::string FindingsHint(const std::string& path, Severity severity) {
   }
 }
 
-std::string FileHint(const FunctionInfo& function, const host::Result& result, int32_t answer) {
-  const std::string path = FindArg(function, result, "fname")->TextAt();
-  if (answer > 0) {
-    const std::string fault = FindingsHint(path, Severity::Error);
-    return fault.empty() ? "\n  where it is wrong: vorlix check " + QuoteWord(path) : fault;
+// Why a file was refused, as far as the file says it. Which models are open nobody says here; those of its project are
+// what it is checked with.
+std::string RefusalHint(const std::string& path, int32_t code) {
+  const LocaleScope scope;
+  try {
+    Checker checker({});
+    const Findings findings = checker.Check(path).findings;
+    if (findings.opens && code != 0) return "\n  its level is below the highest one that is open";
+    if (findings.opens && !checker.ModelPaths().empty())
+      return "\n  it needs a model dictionary, which has to be opened before it: dict_OpenModel MODELS " +
+             QuoteWord(checker.ModelPaths().front());
+  } catch (const std::exception&) {
+    return "\n  where it is wrong: vorlix check " + QuoteWord(path);
   }
-  std::error_code ignored;
-  if (path.empty()) return "";
-  if (fs::exists(path, ignored)) return "\n  " + QuoteWord(path) + " is there, and cannot be read";
+  const std::string fault = FindingsHint(path, Severity::Error);
+  return fault.empty() ? "\n  no model dictionary that is open has what it inherits; dict_OpenModel opens one" : fault;
+}
+
+std::string AbsentHint(const FunctionInfo& function, const host::Result& result, const std::string& path) {
   const std::string there_is_none = "\n  there is no file " + QuoteWord(path);
   if (const std::string swapped = SwappedFile(function, result, path); !swapped.empty()) return there_is_none + swapped;
   const fs::path directory = fs::path(path).parent_path();
   const std::vector<std::string> beside = FilesBeside(path);
   const std::string name = fs::path(path).filename().string();
   const std::string_view meant = Nearest(name, std::vector<std::string_view>(beside.begin(), beside.end()));
-  const std::string near = meant.empty() ? "" : "; did you mean " + QuoteWord((directory / meant).string()) + '?';
-  return there_is_none + (near.empty() && !path.starts_with('/') ? " in " + fs::current_path(ignored).string() : near);
+  if (!meant.empty()) return there_is_none + "; did you mean " + QuoteWord((directory / meant).string()) + '?';
+  std::error_code ignored;
+  return there_is_none + (path.starts_with('/') ? "" : " in " + fs::current_path(ignored).string());
+}
+
+std::string FileHint(const FunctionInfo& function, const host::Result& result, int32_t answer) {
+  const std::string path = FindArg(function, result, "fname")->TextAt();
+  if (answer > 0) return RefusalHint(path, result.code);
+  std::error_code ignored;
+  if (path.empty()) return "";
+  return fs::exists(path, ignored) ? "\n  " + QuoteWord(path) + " is there, and cannot be read"
+                                   : AbsentHint(function, result, path);
 }
 
 // The value of an entry as far as it can be read back: up to a comment, and without white space at its ends.
@@ -151,12 +171,14 @@ std::string EntryHint(const host::Caller& ask, const host::Result& result) {
   return "\n  " + QuoteWord(path) + " was not changed" + WriteFault(path);
 }
 
-// ini_GetString and ini_GetInt give what the host has for an entry that is not there, also where the file is and cannot
-// be read.
-std::string UnreadHint(const std::string& path) {
+// ini_GetString and ini_GetInt give what the host has for an entry that is not there, also where the file is not, or
+// cannot be read.
+std::string UnreadHint(const FunctionInfo& function, const host::Result& result) {
+  const std::string path = FindArg(function, result, "fname")->TextAt();
   std::error_code ignored;
+  if (!path.empty() && !fs::exists(path, ignored)) return AbsentHint(function, result, path);
   if (fs::is_directory(path, ignored)) return "\n  " + QuoteWord(path) + " is a directory";
-  const bool cannot_be_read = access(path.c_str(), R_OK) != 0 && fs::exists(path, ignored);
+  const bool cannot_be_read = !path.empty() && access(path.c_str(), R_OK) != 0;
   return cannot_be_read ? "\n  " + QuoteWord(path) + " is there, and cannot be read" : "";
 }
 
@@ -173,6 +195,14 @@ std::string FieldHint(const host::Caller& ask, const std::string& dialog, const 
 std::string DialogHint(const host::Caller& ask, const std::string& dialog, const Conversion& to_outside) {
   const std::vector<std::string> dialogs = OpenDialogs(ask);
   if (dialogs.empty()) return "\n  no dictionary is open; dict_Open opens one";
+  constexpr size_t LEVEL_SIZE = 3;  // as in D01KUNDE
+  const auto is_meant = [&](const std::string& id) {
+    return EqualNoCase(id.substr(std::min(LEVEL_SIZE, id.size())), dialog);
+  };
+  const auto meant = std::ranges::find_if(dialogs, is_meant);
+  if (meant != dialogs.end())
+    return "\n  no dialog has the ID " + QuoteWord(to_outside(dialog)) + "; did you mean " +
+           QuoteWord(to_outside(*meant)) + '?';
   return "\n  no dialog has the ID " + QuoteWord(to_outside(dialog)) +
          DidYouMean(dialog, dialogs, "; open are ", to_outside);
 }
@@ -221,7 +251,7 @@ std::string HintFor(const host::Caller& ask, const Conversion& to_outside, const
   if (function.name == "dict_Open" || function.name == "dict_OpenModel")
     return FindingsHint(FindArg(function, result, "fname")->TextAt(), Severity::Warning);
   if (function.name == "ini_SetString") return EntryHint(ask, result);
-  if (function.name.starts_with("ini_Get")) return UnreadHint(FindArg(function, result, "fname")->TextAt());
+  if (function.name.starts_with("ini_Get")) return UnreadHint(function, result);
   if (result.code == RESULT_TOO_SHORT) return RoomHint(function);
   return NameHint(ask, function, result, to_outside);
 }

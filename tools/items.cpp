@@ -34,9 +34,9 @@ std::vector<XbufItem> ReadItems(std::string_view xbuf) {
   try {
     return host::ReadXbuf(xbuf);
   } catch (const std::invalid_argument& error) {
-    const std::string what =
-        xbuf.empty() ? "nothing came back" : Quote(xbuf.substr(0, 40)) + " is no XBUF: " + error.what();
-    throw ToolError(Status::OtherCode, what);
+    const std::string_view fault = std::string_view(error.what()).substr(std::string_view("XBUF: ").size());
+    throw ToolError(Status::OtherCode, xbuf.empty() ? "nothing came back"
+                                                    : Quote(xbuf.substr(0, 40)) + " is no XBUF: " + std::string(fault));
   }
 }
 

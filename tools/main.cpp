@@ -5,6 +5,7 @@
 #include "tools/ending.h"
 #include "tools/paint.h"
 #include "tools/quoting.h"
+#include "tools/tell.h"
 
 namespace vorlix::tool {
 namespace {
@@ -33,9 +34,7 @@ int Guard(int argc, char** argv) {
     return static_cast<int>(Main(argc, argv));
   } catch (const std::exception& error) {
     const bool was_late = StatusOf(error) == Status::Timeout;
-    const std::string said =
-        "vorlix: " + Printable(error.what()) + (was_late ? "; --timeout SECONDS waits longer" : "");
-    if (EndingSignal() == 0) std::fprintf(stderr, "%s\n", Fold(said, TerminalWidth(STDERR_FILENO)).c_str());
+    if (EndingSignal() == 0) Tell(std::string(error.what()) + (was_late ? "; --timeout SECONDS waits longer" : ""));
     return static_cast<int>(StatusOf(error));
   }
 }

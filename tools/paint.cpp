@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace vorlix::tool {
 namespace {
@@ -70,6 +71,9 @@ void ChooseColours(Colours colours) {
   const bool fits = isatty(STDOUT_FILENO) == 1 && !IsPlainTerminal() && (refused == nullptr || *refused == '\0');
   painting = colours == Colours::Always || (colours == Colours::Auto && fits);
 }
+
+WithoutColours::WithoutColours() : before_(std::exchange(painting, false)) {}
+WithoutColours::~WithoutColours() { painting = before_; }
 
 std::string Bold(std::string_view text) { return Paint("1", text); }
 std::string Dim(std::string_view text) { return Paint("2", text); }

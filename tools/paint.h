@@ -16,6 +16,18 @@ bool IsPlainTerminal();
 /// Colours on standard output from now on. Auto: when it is a terminal, and NO_COLOR is not set.
 void ChooseColours(Colours colours);
 
+/// No colours while it lives, for texts that are a part of others.
+class WithoutColours {
+ public:
+  WithoutColours();
+  ~WithoutColours();
+  WithoutColours(const WithoutColours&) = delete;
+  WithoutColours& operator=(const WithoutColours&) = delete;
+
+ private:
+  bool before_;
+};
+
 // The text in a colour, or as it is.
 std::string Bold(std::string_view text);
 std::string Dim(std::string_view text);

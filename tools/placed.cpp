@@ -13,8 +13,6 @@ namespace {
 
 constexpr std::string_view CLASS_LETTERS = " irt";  // at the places of the classes
 
-[[noreturn]] void Refuse(const std::string& message) { throw ToolError(Status::Usage, message); }
-
 // A real from its bytes; false when the text is something else.
 bool ReadBytes(std::string_view text, HostReal& real) {
   if (!text.starts_with("0x") || text.size() != 2 + 2 * sizeof real) return false;

@@ -7,6 +7,7 @@
 
 #include "dll/wire/meanings.h"
 #include "host/csdx.h"
+#include "host/failure.h"
 #include "tools/ending.h"
 #include "tools/failure.h"
 #include "tools/files.h"
@@ -16,6 +17,7 @@
 #include "tools/placed.h"
 #include "tools/quoting.h"
 #include "tools/signature.h"
+#include "tools/tell.h"
 
 namespace vorlix::tool {
 namespace {
@@ -96,7 +98,7 @@ void Player::Run(const Statement& statement) {
     Execute(statement);
   } catch (const ToolError& error) {
     if (!options_.keep_going) throw;
-    std::fprintf(stderr, "vorlix: %s%s\n", Printable(Place(name_, line_)).c_str(), Printable(error.what()).c_str());
+    Tell(Place(name_, line_) + error.what());
     ++failed_;
   }
 }
@@ -108,7 +110,7 @@ void Player::Execute(const Statement& statement) {
     case Kind::Call: RunCall(statement); break;
     case Kind::Place: RunPlace(statement); break;
     case Kind::Each: RunEach(statement); break;
-    case Kind::Comment: PrintLine(statement.comment); break;
+    case Kind::Comment: PrintLine(Printable(statement.comment)); break;
     case Kind::Check: RunCheck(statement); break;
     case Kind::Set: SetValue(statement.NameToSet(), Text(statement, 1)); break;
     case Kind::Xbuf: RunXbuf(statement); break;
@@ -157,8 +159,16 @@ void Player::PlaceCall(const Statement& statement, std::string line, std::string
     if (NamesFile(function.args.at(k)) && args[k].Class() == HOST_STRING) KeepName(args[k]);
   stand_ins_.Redirect(function, args);
   const bool has_all_args = args.size() == function.arg_count;
-  result_ = calls_.place(name, args);
+  try {
+    result_ = calls_.place(name, args);
+  } catch (const host::ServerError& error) {
+    // The server goes on with the call: what comes later stands on it.
+    const bool goes_on = error.Kind() == host::Failure::Interrupted || error.Kind() == host::Failure::Timeout;
+    if (goes_on && options_.is_dialog) played_ += line + "  # nobody waited for the answer\n";
+    throw;
+  }
   called_ = &function;
+  if (std::ranges::any_of(function.Args(), NamesFile)) refused_file_ = {};
   line += " => " + std::to_string(result_.code);
   const std::vector<Value> values = has_all_args ? ReturnedValues(function, result_) : std::vector<Value>();
   for (const Value& value : values) {
@@ -369,12 +379,15 @@ void Player::TellOfNothing(const Statement& statement) const {
   if (why.empty()) return;
   if (is_write && !is_expected) throw ToolError(Status::OtherCode, why.substr(3));
   const std::string told = is_refused ? Answer() + why : why.substr(3);
-  std::fprintf(stderr, "vorlix: %s%s\n", Printable(Place(name_, line_)).c_str(), Printable(told).c_str());
+  Tell(Place(name_, line_) + told);
 }
 
 std::string Player::Why() const {
   if (called_ == nullptr) return "";
-  return WithNames(calls_.reasons() + HintFor(calls_.ask, calls_.to_outside, *called_, result_) + refused_file_);
+  // What refuses a dictionary has to do with dialogs, and nothing with lists.
+  const bool follows = !refused_file_.family.empty() && called_->name.starts_with(refused_file_.family);
+  return WithNames(calls_.reasons() + HintFor(calls_.ask, calls_.to_outside, *called_, result_) +
+                   (follows ? refused_file_.told : ""));
 }
 
 std::string Player::Answer() const {
@@ -387,8 +400,8 @@ void Player::NoteRefusedFile(const Statement& statement) {
   const bool was_told = statement.expected.empty();
   if (options_.is_dialog || was_told || !std::ranges::all_of(statement.expected, is_code)) return;
   if (!IsFileRefused(*called_, result_)) return;
-  refused_file_.clear();
-  refused_file_ = "\n  before that, " + Place(name_, line_) + Answer() + Why();
+  refused_file_ = {called_->name.substr(0, called_->name.find('_') + 1),
+                   "\n  before that, " + Place(name_, line_) + Answer() + Why()};
 }
 
 void Player::PrintLine(const std::string& line, const std::string& comment) {

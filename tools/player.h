@@ -119,8 +119,13 @@ class Player {
   const FunctionInfo* called_ = nullptr;  // the function of the last call
   std::string unknown_name_;              // of one that "place" calls and nobody knows
   FunctionInfo unknown_;
-  host::Result result_;       // and what came of it
-  std::string refused_file_;  // a line, and why; empty when all files were there
+  host::Result result_;  // and what came of it
+  // The last call that a file was refused in, where that is no failure of its line.
+  struct RefusedFile {
+    std::string_view family;  // of its function, as "dict_"; empty when all files were there
+    std::string told;         // the line, and why
+  };
+  RefusedFile refused_file_;
   Scope scope_;
   StandIns stand_ins_;
   std::string unpacked_;  // the directory of an archive; empty when the script comes from none

@@ -18,50 +18,55 @@
 namespace vorlix::tool {
 namespace {
 
-constexpr std::array FORMS = {
-    StatementForm{"each", "each FUNCTION ARGUMENT... until EXPECTATION...", "Repeats a call, and the lines up to end"},
-    StatementForm{"end", "end", "Ends the lines that each repeats"},
-    StatementForm{"set", "set NAME TEXT", "Keeps a text under a name"},
-    StatementForm{"xbuf", "xbuf NAME ITEM=TEXT...", "Makes an XBUF"},
-    StatementForm{"fetch", "fetch NAME, or fetch NAME [32000] for a room", "Fetches a whole large result"},
-    StatementForm{"read", "read NAME FILE", "Reads a whole file"},
-    StatementForm{"write", "write FILE TEXT", "Writes a whole file"},
-    StatementForm{"echo", "echo TEXT...", "Prints texts with blanks between them"},
-    StatementForm{"show", "show XBUF", "Prints the items of an XBUF, one a line"},
-    StatementForm{"place", "place FUNCTION ARGUMENT...", "Makes a call exactly as a host sends it"},
-    StatementForm{"file", "file PATH TEXT", "Has a file of its own stand in for the one at a path"},
-    StatementForm{"clock", "clock \"2026-11-23 22:07:57\"", "Sets the time of day for the server"},
-    StatementForm{"server", "server NAME=TEXT...", "Before all else: the language of the server"},
-};
+constexpr size_t MANY = std::numeric_limits<size_t>::max();
 
-struct Keyword {
-  std::string_view name;
+struct Keyword : StatementForm {
   Kind kind;
   size_t least;  // words behind it
   size_t most;
   bool first_is_name;  // the first word is the name that the statement sets
 };
 
-constexpr size_t MANY = std::numeric_limits<size_t>::max();
+// Loops are parsed by themselves.
 constexpr std::array KEYWORDS = {
-    Keyword{"set", Kind::Set, 2, 2, true},           Keyword{"xbuf", Kind::Xbuf, 1, MANY, true},
-    Keyword{"fetch", Kind::Fetch, 1, 2, true},       Keyword{"read", Kind::Read, 2, 2, true},
-    Keyword{"write", Kind::Write, 2, 2, false},      Keyword{"echo", Kind::Echo, 0, MANY, false},
-    Keyword{"show", Kind::Show, 1, 1, false},        Keyword{"place", Kind::Place, 1, MANY, false},
-    Keyword{"file", Kind::File, 2, 2, false},        Keyword{"clock", Kind::Clock, 1, 1, false},
-    Keyword{"server", Kind::Server, 1, MANY, false},
+    Keyword{{"each", "each FUNCTION ARGUMENT... until EXPECTATION...", "Repeats a call, and the lines up to end"},
+            Kind::Each,
+            0,
+            MANY,
+            false},
+    Keyword{{"end", "end", "Ends the lines that each repeats"}, Kind::Each, 0, 0, false},
+    Keyword{{"set", "set NAME TEXT", "Keeps a text under a name"}, Kind::Set, 2, 2, true},
+    Keyword{{"xbuf", "xbuf NAME ITEM=TEXT...", "Makes an XBUF"}, Kind::Xbuf, 1, MANY, true},
+    Keyword{{"fetch", "fetch NAME, or fetch NAME [32000] for a room", "Fetches a whole large result"},
+            Kind::Fetch,
+            1,
+            2,
+            true},
+    Keyword{{"read", "read NAME FILE", "Reads a whole file"}, Kind::Read, 2, 2, true},
+    Keyword{{"write", "write FILE TEXT", "Writes a whole file"}, Kind::Write, 2, 2, false},
+    Keyword{{"echo", "echo TEXT...", "Prints texts with blanks between them"}, Kind::Echo, 0, MANY, false},
+    Keyword{{"show", "show XBUF", "Prints the items of an XBUF, one a line"}, Kind::Show, 1, 1, false},
+    Keyword{{"place", "place FUNCTION ARGUMENT...", "Makes a call exactly as a host sends it"},
+            Kind::Place,
+            1,
+            MANY,
+            false},
+    Keyword{
+        {"file", "file PATH TEXT", "Has a file of its own stand in for the one at a path"}, Kind::File, 2, 2, false},
+    Keyword{
+        {"clock", "clock \"2026-11-23 22:07:57\"", "Sets the time of day for the server"}, Kind::Clock, 1, 1, false},
+    Keyword{
+        {"server", "server NAME=TEXT...", "Before all else: the language of the server"}, Kind::Server, 1, MANY, false},
 };
 
 // Loops in loops are parsed and run by recursion.
 constexpr int DEEPEST_LOOP = 100;
 
-[[noreturn]] void Refuse(const std::string& message) { throw ToolError(Status::Usage, message); }
-
 // What is no function may be a statement with a slip.
 void RequireNoKeywordMeant(std::string_view word) {
   if (FindFunction(word) != nullptr) return;
   std::vector<std::string_view> names;
-  for (const StatementForm& form : FORMS) names.push_back(form.name);
+  for (const Keyword& keyword : KEYWORDS) names.push_back(keyword.name);
   if (const std::string_view near = Nearest(word, names); !near.empty())
     Refuse("there is no statement '" + std::string(word) + "'; did you mean " + std::string(near) + '?');
 }
@@ -137,8 +142,7 @@ void RequireForm(const Keyword& keyword, std::span<const Word> words) {
     const bool takes_room = keyword.kind == Kind::Fetch && &word == words.data() + 1;
     return takes_room ? word.room && word.pieces.empty() : !word.room;
   };
-  if (!fits || !named || !std::ranges::all_of(words, has_its_room))
-    Refuse("write it as: " + std::string(FindStatement(keyword.name)->form));
+  if (!fits || !named || !std::ranges::all_of(words, has_its_room)) Refuse("write it as: " + std::string(keyword.form));
   if (keyword.first_is_name && words[0].Is("tmp")) Refuse("tmp is the directory of the script, and cannot be set");
   if (keyword.kind == Kind::Xbuf)
     for (const Word& word : words.subspan(1)) ParseItem(word);
@@ -223,7 +227,7 @@ class Parser {
     std::vector<Word>& words = statement.words;
     const Word first = words[0];
     words.erase(words.begin());
-    const auto is_it = [&](const Keyword& keyword) { return first.Is(keyword.name); };
+    const auto is_it = [&](const Keyword& keyword) { return keyword.kind != Kind::Each && first.Is(keyword.name); };
     if (const auto* const keyword = std::ranges::find_if(KEYWORDS, is_it); keyword != KEYWORDS.end()) {
       statement.kind = keyword->kind;
       RequireForm(*keyword, words);
@@ -276,11 +280,11 @@ std::string_view OperatorText(Comparison comparison) {
   return std::ranges::find(OPERATORS, comparison, &Operator::comparison)->text;
 }
 
-std::span<const StatementForm> StatementForms() { return FORMS; }
+std::vector<StatementForm> StatementForms() { return {KEYWORDS.begin(), KEYWORDS.end()}; }
 
 const StatementForm* FindStatement(std::string_view name) {
-  const auto* const found = std::ranges::find(FORMS, name, &StatementForm::name);
-  return found != FORMS.end() ? found : nullptr;
+  const auto* const found = std::ranges::find(KEYWORDS, name, &Keyword::name);
+  return found != KEYWORDS.end() ? found : nullptr;
 }
 
 std::string Place(std::string_view name, int line) {

@@ -1,7 +1,6 @@
 // Scripts: lines of calls and of a few statements around them, as docs/scripts.md describes them.
 #pragma once
 
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -69,7 +68,7 @@ struct StatementForm {
   std::string_view sentence;  // what it does
 };
 
-std::span<const StatementForm> StatementForms();
+std::vector<StatementForm> StatementForms();
 
 /// Null for a word that no statement begins with.
 const StatementForm* FindStatement(std::string_view name);

@@ -16,6 +16,7 @@
 #include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/quoting.h"
+#include "tools/tell.h"
 
 namespace vorlix::tool {
 namespace {
@@ -182,8 +183,7 @@ void Session::TellOfRevision() {
   const host::Result result = Place("dll_Revision", {host::OutText(80)});
   const std::string revision = result.args.at(0).TextAt();
   if (result.code == 0 && revision != VORLIX_VERSION)
-    std::fprintf(stderr, "vorlix: the server is of revision %s, this program of " VORLIX_VERSION "\n",
-                 Printable(revision).c_str());
+    Tell("the server is of revision " + revision + ", this program of " VORLIX_VERSION);
 }
 
 void Session::TellOfBytes(const std::vector<host::Arg>& args) {

@@ -59,6 +59,8 @@ const FunctionInfo& RequireFunction(std::string_view name) {
   for (const FunctionInfo& function : FUNCTIONS) names.push_back(function.name);
   if (const std::string_view near = Nearest(name, names); !near.empty())
     message += "; did you mean " + std::string(near) + "?";
+  else
+    message += "; vorlix functions lists all";
   throw ToolError(Status::Usage, message);
 }
 

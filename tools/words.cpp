@@ -12,8 +12,6 @@ bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 bool IsNameStart(char c) { return IsLetter(c) || c == '_'; }
 bool IsNameCharacter(char c) { return IsNameStart(c) || IsDigit(c); }
 
-[[noreturn]] void Refuse(const std::string& message) { throw ToolError(Status::Usage, message); }
-
 // The length of the run at `from` whose first character meets `first` and whose others meet `next`; 0 when none does.
 template <class First, class Next>
 size_t RunLength(std::string_view text, size_t from, First first, Next next) {

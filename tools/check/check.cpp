@@ -15,6 +15,7 @@
 #include "tools/nearest.h"
 #include "tools/paint.h"
 #include "tools/quoting.h"
+#include "tools/tell.h"
 
 namespace vorlix::tool {
 namespace {
@@ -120,7 +121,7 @@ Status CheckFiles(const CheckCommand& command) {
   }
   if (!command.shows_difference) std::fputs(format->write(all).c_str(), stdout);
   if (command.format == "text" && !command.shows_difference) PrintSum(all);
-  for (const std::string& failure : failures) std::fprintf(stderr, "vorlix: %s\n", Printable(failure).c_str());
+  for (const std::string& failure : failures) Tell(failure);
   if (!failures.empty()) return Status::Usage;
   const auto has_findings = [](const Findings& file) { return !file.list.empty(); };
   return std::ranges::any_of(all, has_findings) ? Status::OtherCode : Status::Ok;

@@ -13,6 +13,7 @@
 #include "tools/check/report.h"
 #include "tools/failure.h"
 #include "tools/nearest.h"
+#include "tools/paint.h"
 #include "tools/quoting.h"
 
 namespace vorlix::tool {
@@ -206,6 +207,7 @@ Preview ReadPreview(Session& session, const std::string& file, const Judged& jud
                                        ", and has no dialogs; draw the dictionary that inherits from it");
   if (judged.findings.HasErrors() && !judged.findings.opens) {
     std::string told;
+    const WithoutColours plain;  // what goes into a message has none
     for (const Findings* const refused : RefusedFiles(judged, checker))
       for (const Finding& finding : refused->list) told += '\n' + ReportText(*refused, finding);
     throw ToolError(Status::OtherCode, "the server refuses " + file + '\n' + told);

@@ -15,6 +15,7 @@
 #include "tools/ending.h"
 #include "tools/paint.h"
 #include "tools/quoting.h"
+#include "tools/tell.h"
 #include "tools/words.h"
 
 namespace vorlix::tool {
@@ -167,8 +168,7 @@ Editor::Editor(EditorHelp help, std::string history)
   std::setlocale(LC_CTYPE, "");  // characters of more than one byte are typed as one
   terminal_->history = NewHistory();
   if (!LoadHistory(terminal_->history, terminal_->history_path)) {
-    std::fprintf(stderr, "vorlix: %s is no history of this shell, and stays as it is\n",
-                 Printable(terminal_->history_path).c_str());
+    Tell(terminal_->history_path + " is no history of this shell, and stays as it is");
     terminal_->history_path.clear();
   }
 

@@ -9,7 +9,6 @@
 #include <functional>
 #include <iostream>
 #include <memory>
-#include <optional>
 
 #include "tools/commands.h"
 #include "tools/ending.h"
@@ -19,6 +18,7 @@
 #include "tools/quoting.h"
 #include "tools/shell/completion.h"
 #include "tools/shell/editor.h"
+#include "tools/tell.h"
 
 namespace vorlix::tool {
 namespace {
@@ -32,7 +32,7 @@ class Shell {
   explicit Shell(const Options& options)
       : options_(options),
         encoding_(EncodingFor(options, true)),
-        session_(std::in_place, options, true),
+        session_(std::make_unique<Session>(options, true)),
         player_({.place = [this](std::string_view name, const auto& args) { return session_->Call(name, args); },
                  .ask = [this](std::string_view name, const auto& args) { return session_->Ask(name, args); },
                  .reasons = [this] { return session_->Reasons(); },
@@ -43,7 +43,7 @@ class Shell {
 
   Status Run() {
     if (isatty(STDIN_FILENO) == 0) return RunPiped();
-    std::printf("vorlix " VORLIX_VERSION ": a line is a call; Tab completes it, .help explains, Ctrl-D ends\n");
+    Print("vorlix " VORLIX_VERSION ": a line is a call; Tab completes it, .help explains, Ctrl-D ends");
     Editor editor(
         {.complete = [this](std::string_view text) { return Complete(text); }, .next = &Completion::NextArguments},
         HistoryPath());
@@ -66,7 +66,7 @@ class Shell {
   // Without a terminal: the first line that is wrong makes the status.
   Status RunPiped() {
     for (std::string line; !is_over_ && EndingSignal() == 0 && std::getline(std::cin, line);) Try(line);
-    if (depth_ > 0) throw ToolError(Status::Usage, "a loop has no 'end'");
+    if (depth_ > 0) Refuse("a loop has no 'end'");
     return status_;
   }
 
@@ -75,8 +75,7 @@ class Shell {
       Take(line);
     } catch (const std::exception& error) {
       const bool has_no_server = StatusOf(error) == Status::Died || StatusOf(error) == Status::Timeout;
-      std::fprintf(stderr, "vorlix: %s%s\n", Printable(error.what()).c_str(),
-                   has_no_server ? "; .restart starts another server" : "");
+      Tell(std::string(error.what()) + (has_no_server ? "; .restart starts another server" : ""));
       if (status_ == Status::Ok) status_ = StatusOf(error);
     }
   }
@@ -87,9 +86,13 @@ class Shell {
     if (pending_.empty() && !words.empty() && words[0].Bare().starts_with('.')) return Obey(words);
     for (const std::string_view word : {"help", "quit", "exit", "?"})
       if (words.size() == 1 && words[0].Is(word))
-        throw ToolError(Status::Usage, "a line is a call; .help explains, and .quit or Ctrl-D ends the shell");
-    depth_ += !words.empty() && words[0].Is("each") ? 1 : 0;
-    depth_ -= !words.empty() && words[0].Is("end") ? 1 : 0;
+        Refuse("a line is a call; .help explains, and .quit or Ctrl-D ends the shell");
+    const bool begins = !words.empty() && words[0].Is("each");
+    const bool ends = !words.empty() && words[0].Is("end");
+    if (begins || (depth_ > 0 && !ends))  // a mistake in it is told at once, and the loop goes on without the line
+      static_cast<void>(ParseScript(encoding_.ToServer(line) + (begins ? "\nend\n" : "\n"), NAME));
+    depth_ += begins ? 1 : 0;
+    depth_ -= ends ? 1 : 0;
     pending_ += encoding_.ToServer(line) + '\n';
     if (depth_ > 0) return;
     depth_ = 0;
@@ -144,10 +147,9 @@ class Shell {
     const Command& command = FindCommand(words[0].Bare());
     std::string argument;
     for (size_t k = 1; k < words.size(); ++k) argument += (k == 1 ? "" : " ") + player_.Values().Expand(words[k]);
-    if (!argument.empty() && command.argument.empty())
-      throw ToolError(Status::Usage, std::string(command.name) + " takes nothing behind it");
+    if (!argument.empty() && command.argument.empty()) Refuse(std::string(command.name) + " takes nothing behind it");
     if (argument.empty() && !command.argument.empty() && !command.argument.starts_with('['))
-      throw ToolError(Status::Usage, "write it as: " + std::string(command.name) + ' ' + std::string(command.argument));
+      Refuse("write it as: " + std::string(command.name) + ' ' + std::string(command.argument));
     (this->*command.run)(argument);
   }
 
@@ -159,34 +161,43 @@ class Shell {
     }
     const std::string_view near = Nearest(name, names);
     const std::string hint = near.empty() ? "; .help lists them" : "; did you mean " + std::string(near) + "?";
-    throw ToolError(Status::Usage, "there is no command " + std::string(name) + hint);
+    Refuse("there is no command " + std::string(name) + hint);
   }
 
   void Quit(const std::string&) { is_over_ = true; }
 
+  static void Print(std::string_view text) { std::printf("%s\n", Fold(text, TerminalWidth()).c_str()); }
+
+  // A word and what it does, in two columns.
+  static void PrintRow(const std::string& word, std::string_view sentence) {
+    constexpr size_t WIDTH = 31;
+    Print("  " + word + std::string(WIDTH - std::min(WIDTH - 2, word.size()), ' ') + std::string(sentence));
+  }
+
   void Help(const std::string& name) {
     const bool is_command = name.starts_with('.');
     if (const StatementForm* const statement = FindStatement(name)) {
-      std::printf("%s\n  %s\n", std::string(statement->form).c_str(), std::string(statement->sentence).c_str());
+      Print(statement->form);
+      Print("  " + std::string(statement->sentence));
       return;
     }
     if (!name.empty() && !is_command) {
-      ListFunctions(name, false);
+      ListFunctions(name, ListForm::Shell);
       return;
     }
     const std::string_view wanted = is_command ? FindCommand(name).name : "";
     for (const Command& command : COMMANDS)
       if (wanted.empty() || command.name == wanted)
-        std::printf("  %-8s %-20s %s\n", command.name.data(), command.argument.data(), command.sentence.data());
+        PrintRow(std::string(command.name) + ' ' + std::string(command.argument), command.sentence);
     if (is_command) return;
-    std::puts("All other lines are those of scripts: calls, FUNCTION ARGUMENT..., and");
-    for (const StatementForm& statement : StatementForms())
-      std::printf("  %-8s %s\n", std::string(statement.name).c_str(), std::string(statement.sentence).c_str());
+    Print("All other lines are those of scripts: calls, FUNCTION ARGUMENT..., and");
+    for (const StatementForm& statement : StatementForms()) PrintRow(std::string(statement.name), statement.sentence);
   }
 
   void ChangeLanguage(const std::string& locale) {
     RequireLanguage(locale);
     Place("dll_SetLocale " + QuoteWord("LANG=" + locale));
+    if (player_.Values().Find("code") != "0") return;
     options_.language = locale;
     encoding_ = EncodingFor(options_, true);
   }
@@ -206,9 +217,9 @@ class Shell {
 
   // To look, and not for a script.
   void Trace(const std::string& what) {
-    const std::string before = played_;
+    const size_t before = played_.size();
     SetTrace(what);
-    played_ = before;
+    played_.resize(before);
   }
 
   void SetTrace(const std::string& what) {
@@ -218,26 +229,28 @@ class Shell {
     } else if (ReadWhole<int32_t>(what)) {
       Place("dll_Debug " + what);
     } else if (what.find_first_not_of("*ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789") != std::string::npos) {
-      throw ToolError(Status::Usage, "write a level as 2, levels of categories as D3F1, or off");
+      Refuse("write a level as 2, levels of categories as D3F1, or off");
     } else {
       Place("dll_SetDebugFlags " + QuoteWord(what) + " \"\"");
     }
   }
 
-  // The bytes that went to the server, in its language: so the script says the same wherever it runs.
-  void Save(const std::string& path) {
+  // The bytes that went to the server, in its language: so the script says the same wherever it runs. The file has its
+  // name on this side.
+  void Save(const std::string& name) {
+    const std::string path = encoding_.ToOutside(name);
     std::error_code ignored;
     if (path != saved_ && std::filesystem::exists(path, ignored) && !std::filesystem::is_empty(path, ignored))
-      throw ToolError(Status::Usage, path + " is there already; choose another name, or remove it");
+      Refuse(path + " is there already; choose another name, or remove it");
     const std::string head = language_.empty() ? "" : "server LANG=" + QuoteWord(language_) + '\n';
     WriteFile(path, head + played_);
     saved_ = path;
-    std::printf("written: %s\n", path.c_str());
+    Print("written: " + Printable(path));
   }
 
   // All that was open or set is gone with the old one.
   void Restart(const std::string&) {
-    session_.emplace(options_, true);
+    session_ = std::make_unique<Session>(options_, true);  // the old one stays where there is no other
     played_.clear();
     language_ = options_.language;
     level_ = 0;
@@ -246,7 +259,7 @@ class Shell {
 
   Options options_;  // with the language of now
   Encoding encoding_;
-  std::optional<Session> session_;
+  std::unique_ptr<Session> session_;
   Player player_;
   Completion completion_;
   std::string language_ = options_.language;  // that the server began with

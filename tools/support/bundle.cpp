@@ -15,6 +15,7 @@
 #include "tools/script.h"
 #include "tools/standins.h"
 #include "tools/support/archive.h"
+#include "tools/tell.h"
 
 namespace vorlix::tool {
 namespace {
@@ -90,7 +91,7 @@ class Bundle {
 
 std::string WithoutCutLine(std::string script, const std::string& path) {
   if (!script.starts_with(FIRST_LINE) || script.ends_with('\n')) return script;
-  std::fprintf(stderr, "vorlix: %s: its last line has no end, and is left out\n", Printable(path).c_str());
+  Tell(path + ": its last line has no end, and is left out");
   script.resize(script.rfind('\n') + 1);
   return script;
 }
