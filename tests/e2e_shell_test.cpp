@@ -1,5 +1,4 @@
 // The shell at a terminal: what is typed, and what then appears.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
@@ -7,9 +6,11 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "tools/files.h"
 #include "tools/scope.h"

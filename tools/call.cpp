@@ -50,18 +50,13 @@ std::vector<host::Arg> ReadArguments(const FunctionInfo& function, const std::ve
   }
 }
 
-std::string MeaningOfValue(const FunctionInfo& function, const Value& value) {
-  const auto number = value.is_text ? std::nullopt : ReadWhole<int32_t>(value.text);
-  return number ? MeaningOf(function, value.name, *number) : "";
-}
-
 void PrintLines(const FunctionInfo& function, int32_t code, const std::vector<Value>& values,
                 const Conversion& to_outside) {
   const std::string told = InWords(std::to_string(code), MeaningOf(function, CODE, code));
   std::printf("code = %s\n", (code == 0 ? Green(told) : Red(told)).c_str());
   for (const Value& value : values) {
     const std::string text = ShowValue({value.name, value.is_text, to_outside(value.text)});
-    const std::string shown = InWords(Shorten(text), MeaningOfValue(function, value));
+    const std::string shown = InWords(Shorten(text), MeaningOf(function, value));
     std::printf("%s = %s\n", std::string(value.name).c_str(), shown.c_str());
     if (value.is_text && IsXbuf(value.text)) std::fputs(ListItems(value.text, to_outside).c_str(), stdout);
   }
@@ -78,7 +73,7 @@ void PrintJson(const FunctionInfo& function, int32_t code, const std::vector<Val
   if (const std::string meaning = MeaningOf(function, CODE, code); !meaning.empty()) meanings["code"] = meaning;
   for (const Value& value : values) {
     named[std::string(value.name)] = JsonValue(value);
-    if (const std::string meaning = MeaningOfValue(function, value); !meaning.empty())
+    if (const std::string meaning = MeaningOf(function, value); !meaning.empty())
       meanings[std::string(value.name)] = meaning;
   }
   Json all{{"function", function.name}, {"code", code}, {"values", named}};

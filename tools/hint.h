@@ -1,7 +1,6 @@
 // What somebody probably meant by a call that went wrong.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <string_view>
 

@@ -40,9 +40,7 @@ std::string Meanings(const FunctionInfo& function, int32_t code, const std::vect
     ((told += value) += value.empty() ? "" : " ") += number + ": " + meaning;
   };
   tell("", std::to_string(code), MeaningOf(function, CODE, code));
-  for (const Value& value : values)
-    if (const auto number = value.is_text ? std::nullopt : ReadWhole<int32_t>(value.text))
-      tell(value.name, value.text, MeaningOf(function, value.name, *number));
+  for (const Value& value : values) tell(value.name, value.text, MeaningOf(function, value));
   return told;
 }
 
@@ -291,10 +289,9 @@ void Player::RunEcho(const Statement& statement) {
 
 void Player::KeepCode(const Statement& statement, const FunctionInfo& function, int32_t code) {
   scope_.Set("code", std::to_string(code));
-  const auto is_code = [](const Condition& condition) { return condition.address == "code"; };
-  const auto ends_loop = [&](const Condition& condition) { return is_code(condition) && Meets(condition); };
+  const auto ends_loop = [&](const Condition& condition) { return condition.IsOfCode() && Meets(condition); };
   const bool may_fail = options_.is_dialog && statement.kind != Kind::Each;  // a loop would not end
-  if (code == 0 || may_fail || std::ranges::any_of(statement.expected, is_code) ||
+  if (code == 0 || may_fail || std::ranges::any_of(statement.expected, &Condition::IsOfCode) ||
       std::ranges::any_of(statement.until, ends_loop))
     return;
   throw ToolError(Status::OtherCode, std::string(function.name) + " answered " +
@@ -396,9 +393,8 @@ std::string Player::Answer() const {
 }
 
 void Player::NoteRefusedFile(const Statement& statement) {
-  const auto is_code = [](const Condition& condition) { return condition.address == "code"; };
   const bool was_told = statement.expected.empty();
-  if (options_.is_dialog || was_told || !std::ranges::all_of(statement.expected, is_code)) return;
+  if (options_.is_dialog || was_told || !std::ranges::all_of(statement.expected, &Condition::IsOfCode)) return;
   if (!IsFileRefused(*called_, result_)) return;
   refused_file_ = {called_->name.substr(0, called_->name.find('_') + 1),
                    "\n  before that, " + Place(name_, line_) + Answer() + Why()};

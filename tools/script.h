@@ -20,6 +20,8 @@ struct Condition {
   std::string address;
   Comparison comparison = Comparison::Equal;
   Word expected;
+
+  bool IsOfCode() const { return address == "code"; }
 };
 
 enum class Kind {

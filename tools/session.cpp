@@ -190,11 +190,10 @@ void Session::TellOfBytes(const std::vector<host::Arg>& args) {
   const auto is_ascii = [](const std::string& text) {
     return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
   };
-  for (const host::Arg& arg : args)
-    if (arg.Class() == HOST_STRING && counts_bytes_ && !is_ascii(arg.TextAt())) {
-      std::fputs("vorlix: in UTF-8 the server counts a character beyond ASCII as its bytes\n", stderr);
-      counts_bytes_ = false;
-    }
+  const auto is_counted = [&](const host::Arg& arg) { return arg.Class() == HOST_STRING && !is_ascii(arg.TextAt()); };
+  if (!counts_bytes_ || std::ranges::none_of(args, is_counted)) return;
+  Tell("in UTF-8 the server counts a character beyond ASCII as its bytes");
+  counts_bytes_ = false;  // it is said once
 }
 
 void Session::PassOn(const std::string& written) {

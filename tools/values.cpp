@@ -91,6 +91,11 @@ std::vector<Value> ReturnedValues(const FunctionInfo& function, const host::Resu
   return values;
 }
 
+std::string MeaningOf(const FunctionInfo& function, const Value& value) {
+  const auto number = value.is_text ? std::nullopt : ReadWhole<int32_t>(value.text);
+  return number ? MeaningOf(function, value.name, *number) : "";
+}
+
 std::string ShowValue(const Value& value) { return value.is_text ? Quote(value.text) : value.text; }
 
 }  // namespace vorlix::tool

@@ -36,6 +36,9 @@ struct Value {
 /// The values of all arguments that return something, in the order of the function table.
 std::vector<Value> ReturnedValues(const FunctionInfo& function, const host::Result& result);
 
+/// What a number means that came back; empty for texts, and for numbers that say what they are.
+std::string MeaningOf(const FunctionInfo& function, const Value& value);
+
 /// A value for people: a number as it is, a text in quotes.
 std::string ShowValue(const Value& value);
 
