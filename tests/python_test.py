@@ -163,6 +163,9 @@ class BadUse(unittest.TestCase):
             self.assertEqual([(a["fld"], b["fld"]) for a, b in pairs][1:], [("umsatz", "plz"), ("limit", "ort")])
             box = server.dict_Get("D01KUNDE", "gesperrt").xbuf
             self.assertRaisesRegex(ValueError, "nobody types into", server.scan, box, "1")
+            self.assertRaisesRegex(ValueError, "the field lacks objtype, typ", server.scan, {}, "1")
+            self.assertRaisesRegex(TypeError, "is no str", server.scan, "name", "1")
+            self.assertRaisesRegex(ValueError, "returns no 'nix', but code, value", server.v_Get("a").meaning, "nix")
 
     def test_left_open(self) -> None:
         with warnings.catch_warnings(record=True) as caught:

@@ -120,6 +120,8 @@ class Result(tuple[Any, ...]):
 
     def meaning(self, name: str = "code") -> str:
         """What the number of this name means, in words; "" where it only counts. "code" is the result code."""
+        if name not in ("code", *self._names):
+            raise ValueError(f"{self._function} returns no {name!r}, but {', '.join(('code', *self._names))}")
         number = self.code if name == "code" else getattr(self, name)
         if isinstance(number, bool) or not isinstance(number, int):
             raise TypeError(f"{name} is no number")

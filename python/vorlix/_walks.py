@@ -15,6 +15,7 @@ if TYPE_CHECKING:
 
 # Object types of fields to type into.
 _TYPED_INTO = frozenset({"ET", "ST", "OF"})
+_SCANNED_BY = ("objtype", "typ", "vtyp", "fmt", "prec", "len", "min", "max", "valid")
 _SCANNERS = {"N": "scan_Num", "D": "scan_Date", "Z": "scan_Time", "K": "scan_Week", "M": "scan_Month"}
 
 
@@ -68,8 +69,12 @@ class Walks(Calls):
         texts have the accepted one in `out`, the others the value in `result`. `rc` is 0 for what is accepted, -1 for
         nothing, which a field with `req` 1 does not take; result.meaning("rc") says in words what any other one is, and
         `out` has the character that is not allowed. Raises ValueError for a field that nobody types into, such as a
-        check box.
+        check box, and for one that lacks attributes.
         """
+        if not isinstance(field, Mapping):
+            raise TypeError(f"field has the attributes that fields() or dict_Get give, and is no {type(field).__name__}")
+        if missing := [name for name in _SCANNED_BY if name not in field]:
+            raise ValueError(f"the field lacks {', '.join(missing)}; fields() and dict_Get give all that it has")
         if field["objtype"] not in _TYPED_INTO:
             raise ValueError(f"nobody types into a field of the type {field['objtype']}")
         function = FUNCTIONS[_SCANNERS.get(field["typ"], "scan_Text")]
