@@ -82,8 +82,8 @@ void ListFamilies(const std::vector<const FunctionInfo*>& functions) {
       if (!is_titled) std::printf("%s%s\n", is_first ? "" : "\n", Bold(family.title).c_str());
       is_titled = true;
       is_first = false;
-      std::printf("  %s%s\n", Padded(function->name, NAME_COLUMN - 2).c_str(),
-                  Wrap(function->sentence, TerminalWidth(), NAME_COLUMN).c_str());
+      const std::string row = "  " + Padded(function->name, NAME_COLUMN - 2) + std::string(function->sentence);
+      std::printf("%s\n", Fold(row, TerminalWidth()).c_str());
     }
   }
 }

@@ -39,8 +39,8 @@ std::string HintForCommand(const CLI::App& app, const std::string& word) {
   Words functions;
   for (const FunctionInfo& function : FUNCTIONS) functions.push_back(function.name);
   Words commands;
-  for (const CLI::App* const command : app.get_subcommands([](const CLI::App*) { return true; }))
-    commands.push_back(command->get_name());
+  const auto is_listed = [](const CLI::App* command) { return !command->get_group().empty(); };
+  for (const CLI::App* const command : app.get_subcommands(is_listed)) commands.push_back(command->get_name());
   const std::string there_is_none = "there is no command '" + word + "'; did you mean vorlix ";
   if (const auto command = Nearest(word, commands); !command.empty()) return there_is_none + std::string(command) + '?';
   if (const auto name = Nearest(word, functions); !name.empty())
@@ -62,7 +62,8 @@ std::string HintForWords(const CLI::App& app, const std::vector<std::string>& wo
     return "'" + words[0] + "' is no command, and a file: vorlix run, vorlix check and vorlix show take files";
   if (option == words.end()) return words.empty() ? "" : HintForCommand(app, words[0]);
   if (std::string hint = HintForPlace(app, *option); !hint.empty()) return hint;
-  return option->starts_with("--") ? HintForOption(app, *option) : "";
+  return option->starts_with("--") ? HintForOption(app, *option)
+                                   : "there is no option " + *option + "; vorlix --help lists them";
 }
 
 }  // namespace vorlix::tool

@@ -74,9 +74,11 @@ class Shell {
     try {
       Take(line);
     } catch (const std::exception& error) {
-      const bool has_no_server = StatusOf(error) == Status::Died || StatusOf(error) == Status::Timeout;
-      Tell(std::string(error.what()) + (has_no_server ? "; .restart starts another server" : ""));
-      if (status_ == Status::Ok) status_ = StatusOf(error);
+      const Status status = StatusOf(error);
+      const bool has_no_server = status == Status::Died || status == Status::Timeout;
+      Tell(std::string(error.what()) + (has_no_server ? "; .restart starts another server" : "") +
+           (status == Status::Timeout ? ", and vorlix --timeout SECONDS shell waits longer" : ""));
+      if (status_ == Status::Ok) status_ = status;
     }
   }
 
