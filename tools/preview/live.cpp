@@ -55,7 +55,7 @@ void LivePage::Watch() {
   };
   watch(command_.file);
   watch(project_);
-  for (const std::string& model : models_) watch(model);
+  for (const std::string& model : watched_) watch(model);
 }
 
 bool LivePage::HasChanged() const {
@@ -74,14 +74,14 @@ void LivePage::Reload() {
   ++version_;
   is_lost_ = false;
   Watch();  // before they are read: what changes meanwhile is read again
-  const std::pair before(project_, models_);
+  const std::pair before(project_, watched_);
   try {
     Read();
   } catch (const std::runtime_error& failure) {  // ToolError, or a server that does not start
     if (session_ == nullptr) throw;
     refusals_ = {failure.what()};
   }
-  if (std::pair(project_, models_) != before) Watch();
+  if (std::pair(project_, watched_) != before) Watch();
 }
 
 void LivePage::Read() {
@@ -89,12 +89,11 @@ void LivePage::Read() {
   project_ = project.empty() ? (std::filesystem::path(command_.file).parent_path() / "vorlix.ini").string() : project;
   Checker checker({.models = command_.models, .ignore = {}, .kind = {}, .language = options_.language});
   const Judged judged = checker.Check(command_.file);
-  models_ = checker.ModelPaths();
-  language_ = options_.language.empty() ? checker.Language() : options_.language;
+  watched_ = checker.ModelPaths();
   refusals_ = judged.findings.opens ? std::vector<std::string>() : RefusalTexts(judged, checker);
   if (!refusals_.empty()) return;
   Options of_server = options_;
-  of_server.language = language_;
+  if (of_server.language.empty()) of_server.language = checker.Language();
   of_server.encoding = "UTF-8";
   auto session = std::make_unique<Session>(of_server);
   Preview preview = ReadPreview(*session, command_.file, judged, checker);
@@ -102,6 +101,8 @@ void LivePage::Read() {
   preview_ = std::move(preview);
   session_ = std::move(session);
   encoding_ = EncodingFor(of_server, false);
+  language_ = of_server.language;
+  models_ = watched_;
   forms_ = JsonForms();
 }
 
@@ -179,11 +180,14 @@ json LivePage::Type(const std::string& dialog, const std::string& field, const s
   if (session_ == nullptr) throw ToolError(Status::Usage, "no dialog is open");
   const Form& form = FindForm(dialog);
   const FormField& found = FindField(form, field);
+  std::string given;
   try {
-    const std::string given = encoding_.ToServer(text);
-    return found.IsTypedInto() ? Scan(form.id, found, given) : Choose(form.id, found, given);
+    given = encoding_.ToServer(text);
   } catch (const ToolError& refusal) {  // a character that the server's encoding does not have
     return {{"accepted", false}, {"reason", refusal.what()}, {"at", -1}, {"script", ""}};
+  }
+  try {
+    return found.IsTypedInto() ? Scan(form.id, found, given) : Choose(form.id, found, given);
   } catch (const host::ServerError&) {  // the page gets a new one with the next look at the files
     is_lost_ = true;
     throw;

@@ -69,10 +69,11 @@ class LivePage {
   std::unique_ptr<Session> session_;
   Preview preview_;
   nlohmann::json forms_ = nlohmann::json::array();  // of the preview
-  std::string language_;                            // of the server; empty: as the environment says
+  std::string language_;                            // of the preview's server; empty: as the environment says
+  std::vector<std::string> models_;                 // that are open in it
   std::string project_;                             // the path of vorlix.ini, which may come to be there
-  std::vector<std::string> models_;
-  std::vector<std::string> refusals_;  // of files that are not those of the forms; empty when they are
+  std::vector<std::string> watched_;                // the models that the file was last checked with
+  std::vector<std::string> refusals_;               // of files that are not those of the forms; empty when they are
   std::vector<Stamp> stamps_;
   bool is_lost_ = false;  // the server has gone
   std::atomic<int> version_ = 0;

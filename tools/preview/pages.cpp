@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <vector>
 
 #include "tools/quoting.h"
 
@@ -29,7 +30,8 @@ Pages::Opened Pages::Open(const Options& options, const PreviewCommand& command)
   try {
     auto page = std::make_shared<LivePage>(options, command);
     const std::lock_guard lock(lock_);
-    return {token, pages_.at(token) = std::move(page)};
+    pages_.at(token) = page;
+    return {token, std::move(page)};
   } catch (...) {
     Close(token);
     throw;
@@ -44,22 +46,28 @@ std::shared_ptr<LivePage> Pages::Find(const std::string& token) {
   return found->second;
 }
 
-void Pages::Close(const std::string& token) {
+// The end of a page takes its server's time, and nobody waits for it at the lock.
+template <class IsMeant>
+void Pages::CloseIf(IsMeant is_meant) {
+  std::vector<std::shared_ptr<LivePage>> closed;
   const std::lock_guard lock(lock_);
-  pages_.erase(token);
-}
-
-void Pages::CloseIdle() {
-  const std::lock_guard lock(lock_);
-  std::erase_if(pages_, [](const auto& entry) {
-    const LivePage* const page = entry.second.get();
-    return page != nullptr && page->Idle() > LONGEST_IDLE;
+  std::erase_if(pages_, [&](auto& entry) {
+    if (!is_meant(entry)) return false;
+    closed.push_back(std::move(entry.second));
+    return true;
   });
 }
 
+void Pages::Close(const std::string& token) {
+  CloseIf([&](const auto& entry) { return entry.first == token; });
+}
+
+void Pages::CloseIdle() {
+  CloseIf([](const auto& entry) { return entry.second != nullptr && entry.second->Idle() > LONGEST_IDLE; });
+}
+
 void Pages::CloseAll() {
-  const std::lock_guard lock(lock_);
-  pages_.clear();
+  CloseIf([](const auto&) { return true; });
 }
 
 }  // namespace vorlix::tool

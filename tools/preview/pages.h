@@ -43,6 +43,8 @@ class Pages {
 
  private:
   std::string Reserve();
+  template <class IsMeant>
+  void CloseIf(IsMeant is_meant);
 
   std::mutex lock_;
   std::map<std::string, std::shared_ptr<LivePage>> pages_;  // null: it is being opened

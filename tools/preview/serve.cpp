@@ -86,7 +86,8 @@ class PreviewServer {
   }
 
  private:
-  std::string Host() const { return std::string(LOOPBACK) + ':' + std::to_string(port_); }
+  // As clients write it, which leave the port of HTTP out.
+  std::string Host() const { return LOOPBACK + (port_ == 80 ? std::string() : ':' + std::to_string(port_)); }
   std::string Root() const { return '/' + token_ + '/'; }
 
   // A port of 0 is one that is free.

@@ -17,9 +17,13 @@ function element(name, properties = {}, ...children) {
   return made;
 }
 
+const GONE = 0;  // the status of a program that does not answer
+
 async function ask(call, values) {
-  const response = await fetch(call, {
-    method: "POST", headers: {"Content-Type": "application/json"}, body: JSON.stringify(values)});
+  const request = {method: "POST", headers: {"Content-Type": "application/json"}, body: JSON.stringify(values)};
+  const response = await fetch(call, request).catch(() => {
+    throw Object.assign(new Error("vorlix preview has ended."), {status: GONE});
+  });
   const answer = await response.json();
   if (!response.ok) throw Object.assign(new Error(answer.refused), {status: response.status});
   return answer;
@@ -55,7 +59,7 @@ function tell(output, text, answer) {
   }
   if (answer.function) output.append(" ", element("span", {className: "about"}, `${answer.function}: code ${answer.code}, rc ${answer.rc}`));
   if (!answer.script) return;
-  const copy = element("button", {type: "button"}, "copy as script");
+  const copy = element("button", {type: "button", "aria-label": `copy ${output.dataset.field} as script`}, "copy as script");
   copy.addEventListener("click", async () => {
     try {
       await navigator.clipboard.writeText(answer.script);
@@ -141,6 +145,7 @@ function drawInput(field, key, id, box, send) {
 function drawField(dialog, field, id) {
   const key = dialog.id + "." + field.name;
   const output = element("div", {className: "answer", id: id + "-answer", role: "status"});
+  output.dataset.field = field.name;
   const isLabelled = field.typed || (field.choices.length === 0 && ["CB", "LB"].includes(field.object));
   const name = element(isLabelled ? "label" : "span", {className: "label"}, field.name);
   if (isLabelled) name.setAttribute("for", id);
@@ -190,7 +195,18 @@ function draw(shown) {
   if (typeof selectionStart === "number") focused.setSelectionRange(selectionStart, selectionEnd);
 }
 
-async function open(language) {
+// One after the other, and of those that wait the last: whoever runs through the languages gets the one he stops at.
+let opening = Promise.resolve();
+let wanted = 0;
+
+function open(language) {
+  const turn = ++wanted;
+  const next = opening.then(() => turn === wanted ? openNow(language) : undefined);
+  opening = next.catch(() => {});
+  return next;
+}
+
+async function openNow(language) {
   const before = page;
   const shown = await ask("open", language === undefined ? {} : {language});
   page = shown.page;
@@ -207,8 +223,8 @@ async function follow() {
       if (asked === page && shown.forms) draw(shown);
     } catch (failure) {
       if (asked !== page) continue;
-      if (failure instanceof TypeError) return say("vorlix preview has ended.");
       say(failure.message);
+      if (failure.status === GONE) return;
       await new Promise((resolve) => setTimeout(resolve, 1000));
       if (failure.status === 404) await open(byId("language").value).catch(() => {});  // it was idle for too long
     }
